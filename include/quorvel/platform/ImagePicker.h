@@ -1,0 +1,19 @@
+#pragma once
+
+#include <functional>
+#include <optional>
+
+#include "quorvel/Image.h"
+
+namespace quorvel {
+
+// The platform's photo picker. The completion runs on the main queue with the chosen image, or
+// with no value when the person cancelled.
+class ImagePicker {
+ public:
+  virtual ~ImagePicker() = default;
+  virtual void pickImage(bool allowsEditing,
+                         std::function<void(std::optional<Image>)> completion) = 0;
+};
+
+}  // namespace quorvel

@@ -1,0 +1,14 @@
+#pragma once
+
+#include <string_view>
+
+namespace quorvel {
+
+// The system log. Every line the SDK writes starts "Zephyn Log: ".
+class Log {
+ public:
+  virtual ~Log() = default;
+  virtual void write(std::string_view line) = 0;
+};
+
+}  // namespace quorvel

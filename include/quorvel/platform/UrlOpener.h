@@ -1,0 +1,16 @@
+#pragma once
+
+#include <functional>
+#include <string>
+
+namespace quorvel {
+
+// Opens a URL in the system (a settings page, a browser). The completion runs on the main queue
+// and tells whether the system could open it.
+class UrlOpener {
+ public:
+  virtual ~UrlOpener() = default;
+  virtual void open(const std::string& url, std::function<void(bool opened)> completion) = 0;
+};
+
+}  // namespace quorvel

@@ -1,0 +1,68 @@
+#pragma once
+
+#include <atomic>
+#include <string>
+
+#include "linux/SysfsBattery.h"
+#include "linux/SysfsThermal.h"
+#include "quorvel/platform/Device.h"
+
+namespace quorvel {
+
+// The device facts of a Linux machine: DMI or the device tree, os-release, machine-id, uname,
+// /proc, statvfs, thermal zones and power supplies.
+class LinuxDevice : public Device {
+ public:
+  // Where the system trees live; tests point these at fake trees.
+  struct Roots {
+    std::string sys = "/sys";
+    std::string proc = "/proc";
+    std::string etc = "/etc";
+    std::string home;  // empty: $HOME, else the password database
+  };
+
+  LinuxDevice();
+  explicit LinuxDevice(Roots roots);
+
+  std::string model() const override;
+  std::string name() const override;
+  std::string brand() const override;
+
+  std::string systemName() const override;
+  std::string systemVersion() const override;
+  std::string operatingSystemVersionString() const override;
+
+  std::optional<std::string> identifierForVendor() const override;
+
+  std::string unameMachine() const override;
+  std::optional<std::string> environmentVariable(const std::string& name) const override;
+
+  double systemUptime() const override;
+  int processorCount() const override;
+  int activeProcessorCount() const override;
+  std::string processName() const override;
+  std::uint64_t physicalMemory() const override;
+
+  std::int64_t totalDiskSpaceInBytes() const override;
+  std::int64_t freeDiskSpaceInBytes() const override;
+
+  int thermalState() const override;
+
+  bool isBatteryMonitoringEnabled() const override;
+  void setBatteryMonitoringEnabled(bool enabled) override;
+  BatteryState batteryState() const override;
+  float batteryLevel() const override;
+
+  std::optional<std::vector<std::pair<std::string, Carrier>>> cellularProviders() const override;
+
+ private:
+  std::string osReleaseField(const std::string& key) const;
+  std::string homeDirectory() const;
+
+  Roots roots_;
+  SysfsThermal thermal_;
+  SysfsBattery battery_;
+  std::atomic<bool> batteryMonitoring_{false};
+};
+
+}  // namespace quorvel

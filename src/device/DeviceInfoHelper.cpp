@@ -1,0 +1,189 @@
+#include "device/DeviceInfoHelper.h"
+
+#include <cctype>
+#include <cmath>
+#include <sstream>
+
+#include "device/ByteCountFormatter.h"
+#include "device/Model.h"
+#include "quorvel/QuorvelSDK.h"
+#include "quorvel/Version.h"
+#include "quorvel/platform/Platform.h"
+#include "support/Fatal.h"
+#include "support/JsonText.h"
+#include "support/Timestamp.h"
+#include "support/Utf8.h"
+
+namespace quorvel {
+
+namespace {
+
+bool present(const std::optional<std::string>& value) { return value && !value->empty(); }
+
+// Empty strings count as absent: the key is left out.
+void putText(Dictionary& record, const char* key, const std::string& value) {
+  if (!value.empty()) record[key] = value;
+}
+
+std::string lowercased(std::string text) {
+  for (char& c : text) c = static_cast<char>(std::tolower(static_cast<unsigned char>(c)));
+  return text;
+}
+
+std::string uppercased(std::string text) {
+  for (char& c : text) c = static_cast<char>(std::toupper(static_cast<unsigned char>(c)));
+  return text;
+}
+
+const char* thermalStateName(int state) {
+  switch (state) {
+    case ThermalState::nominal:
+      return "nominal";
+    case ThermalState::fair:
+      return "fair";
+    case ThermalState::serious:
+      return "serious";
+    case ThermalState::critical:
+      return "critical";
+    default:
+      return "unknown";
+  }
+}
+
+const char* batteryStateName(BatteryState state) {
+  switch (state) {
+    case BatteryState::unplugged:
+      return "unplugged";
+    case BatteryState::charging:
+      return "charging";
+    case BatteryState::full:
+      return "full";
+    default:
+      return "unknown";
+  }
+}
+
+Dictionary receivedIds(const std::optional<std::string>& imeiArgument,
+                       const std::optional<std::string>& serialArgument) {
+  const auto& run = QuorvelSDK::shared();
+  Dictionary ids = Dictionary::object();
+  // The run's identifiers win over the caller's.
+  const auto& imei = present(run.imei) ? run.imei : imeiArgument;
+  const auto& serial = present(run.serialNumber) ? run.serialNumber : serialArgument;
+  if (present(imei)) ids["imei_values"] = Dictionary::array({removingWhitespace(*imei)});
+  if (present(run.imei_image_url)) {
+    ids["imei_image_url"] = Dictionary::array({*run.imei_image_url});
+  }
+  if (present(serial)) ids["serial_number"] = removingWhitespace(*serial);
+  if (present(run.serialNumber_image_url)) {
+    ids["serial_number_image_url"] = Dictionary::array({*run.serialNumber_image_url});
+  }
+  return ids;
+}
+
+Dictionary carrierRecord(const Carrier& carrier) {
+  Dictionary record = Dictionary::object();
+  putText(record, "carrier_name", carrier.carrierName);
+  record["allows_voip"] = carrier.allowsVOIP;
+  putText(record, "iso_country_code", carrier.isoCountryCode);
+  putText(record, "mobile_country_code", carrier.mobileCountryCode);
+  putText(record, "mobile_network_code", carrier.mobileNetworkCode);
+  return record;
+}
+
+}  // namespace
+
+std::string DeviceInfoHelper::modelIdentifier() {
+  const auto& device = *platform().device;
+  if (auto simulated = device.environmentVariable("SIMULATOR_MODEL_IDENTIFIER")) return *simulated;
+  std::string machine = device.unameMachine();
+  auto isControl = [](char c) { return static_cast<unsigned char>(c) < 0x20 || c == 0x7F; };
+  std::size_t first = 0;
+  std::size_t last = machine.size();
+  while (first < last && isControl(machine[first])) ++first;
+  while (last > first && isControl(machine[last - 1])) --last;
+  return machine.substr(first, last - first);
+}
+
+std::int64_t DeviceInfoHelper::totalDiskSpaceInBytes() {
+  return platform().device->totalDiskSpaceInBytes();
+}
+
+std::int64_t DeviceInfoHelper::freeDiskSpaceInBytes() {
+  return platform().device->freeDiskSpaceInBytes();
+}
+
+std::int64_t DeviceInfoHelper::usedDiskSpaceInBytes() {
+  return totalDiskSpaceInBytes() - freeDiskSpaceInBytes();
+}
+
+std::string DeviceInfoHelper::roundDiskSpace(const std::string& formattedTotal) {
+  std::istringstream pieces(formattedTotal);
+  std::string first;
+  // Splitting on spaces drops empty pieces, as the formatted text never starts with one.
+  while (std::getline(pieces, first, ' ') && first.empty()) {
+  }
+  if (first.empty()) QUORVEL_FATAL("no number in the disk size \"" + formattedTotal + "\"");
+  auto value = ByteCountFormatter().parse(first);
+  if (!value) QUORVEL_FATAL("the disk size \"" + formattedTotal + "\" does not parse");
+  return std::to_string(static_cast<long long>(std::ceil(*value))) + " GB";
+}
+
+Dictionary DeviceInfoHelper::getDeviceInfo(const std::optional<std::string>& imei,
+                                           const std::optional<std::string>& serialNumber) {
+  auto& device = *platform().device;
+  const auto& host = *platform().hostBundle;
+  ByteCountFormatter bytes;
+
+  Dictionary record = Dictionary::object();
+  record["device_info_version"] = "2";
+  record["received_ids"] = receivedIds(imei, serialNumber);
+  if (auto vendor = device.identifierForVendor(); present(vendor)) {
+    record["detected_ids"] = {{"vendor_id", uppercased(*vendor)}};
+  }
+  putText(record, "brand", device.brand());
+  std::string model = device.model();
+  putText(record, "device_model", model);
+  putText(record, "device_model_identifier", modelIdentifier());
+  putText(record, "device_model_commercial", std::string(rawValue(currentDeviceType())));
+  putText(record, "device_name", device.name());
+  std::string kind = lowercased(model);
+  if (kind.find("iphone") != std::string::npos) {
+    record["device_type"] = "smartphone";
+  } else if (kind.find("ipad") != std::string::npos) {
+    record["device_type"] = "tablet";
+  } else {
+    putText(record, "device_type", model);
+  }
+  putText(record, "os_name", device.systemName());
+  putText(record, "os_version", device.systemVersion());
+  putText(record, "os_version_detailed", device.operatingSystemVersionString());
+  record["uptime"] = device.systemUptime();
+  if (auto version = host.string("CFBundleShortVersionString")) record["app_version"] = *version;
+  if (auto build = host.string("CFBundleVersion")) record["app_build_number"] = *build;
+  record["sdk_version_build"] = QuorvelVersionString;
+  record["processor_count"] = device.processorCount();
+  record["active_processor_count"] = device.activeProcessorCount();
+  putText(record, "process_name", device.processName());
+  record["ram_total"] = bytes.megabytes(static_cast<std::int64_t>(device.physicalMemory()));
+  std::string total = bytes.gigabytes(totalDiskSpaceInBytes());
+  record["total_disk_space"] = total;
+  record["used_disk_space"] = bytes.gigabytes(usedDiskSpaceInBytes());
+  record["free_disk_space"] = bytes.gigabytes(freeDiskSpaceInBytes());
+  record["round_disk_space"] = roundDiskSpace(total);
+  record["thermal_state"] = thermalStateName(device.thermalState());
+  device.setBatteryMonitoringEnabled(true);
+  record["battery_state"] = batteryStateName(device.batteryState());
+  record["battery_level"] = floatValue(device.batteryLevel());
+
+  // Without a provider dictionary the record ends here, with neither carriers nor timestamp.
+  auto providers = device.cellularProviders();
+  if (!providers) return record;
+  Dictionary carriers = Dictionary::array();
+  for (const auto& [subscription, carrier] : *providers) carriers.push_back(carrierRecord(carrier));
+  record["carriers"] = carriers;
+  putText(record, "timestamp", currentTimestamp());
+  return record;
+}
+
+}  // namespace quorvel

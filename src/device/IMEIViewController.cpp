@@ -1,0 +1,232 @@
+#include "device/IMEIViewController.h"
+
+#include "quorvel/Localization.h"
+#include "quorvel/ScreenCustomizationKeys.h"
+#include "quorvel/ScreenType.h"
+#include "quorvel/platform/Platform.h"
+#include "support/Utf8.h"
+#include "ui/AlertController.h"
+#include "ui/Application.h"
+#include "widgets/ScreenAppearance.h"
+
+namespace quorvel {
+
+namespace keys = ScreenCustomizationKeys::imei_screen;
+
+namespace {
+
+// Where the system lists the device's IMEI and serial number.
+constexpr const char* kSettingsPageURL = "App-prefs:root=General&path=About";
+
+}  // namespace
+
+bool IMEIViewController::isValidIMEI(std::string_view text) {
+  std::string digits = removingWhitespace(text);
+  if (digits.size() != 15) return false;
+  int sum = 0;
+  // From the right: the rightmost digit as it is, every second one doubled (less 9 above 9).
+  for (std::size_t i = 0; i < digits.size(); ++i) {
+    char c = digits[digits.size() - 1 - i];
+    if (c < '0' || c > '9') return false;
+    int digit = c - '0';
+    if (i % 2 == 1) {
+      digit *= 2;
+      if (digit > 9) digit -= 9;
+    }
+    sum += digit;
+  }
+  return sum % 10 == 0;
+}
+
+IMEIViewController::IMEIViewController() : ViewController("IMEIViewController") {
+  for (const char* name : {"uiLbTitle", "uiLbDescription", "uiLbOr", "uiLbAttachText"}) {
+    registerOutlet<Label>(name);
+  }
+  registerOutlet<RadioButton>("uiRBIMEI");
+  registerOutlet<RadioButton>("uiRBSerialNumber");
+  registerOutlet<TextField>("uiTfIMEI");
+  registerOutlet<View>("uiViewNoImage");
+  registerOutlet<ImageView>("uiIvImage");
+  for (const char* name :
+       {"uiBtAttachImage", "uiBtRemoveImage", "uiBtCancel", "uiBtNext", "uiBtKeyboardDone"}) {
+    registerOutlet<Button>(name);
+  }
+
+  registerAction("uiRBIMEI_TouchUpInside", [this] { setMode(Mode::imei); });
+  registerAction("uiRBSerialNumber_TouchUpInside", [this] { setMode(Mode::serialNumber); });
+  registerAction("uiBtNext_TouchUpInside", [this] { next(); });
+  registerAction("uiBtCancel_TouchUpInside", [this] {
+    if (auto target = delegate.lock()) target->IMEIViewControllerPressedCancel(*this);
+  });
+  registerAction("uiBtKeyboardDone_TouchUpInside",
+                 [this] { outlet<TextField>("uiTfIMEI").isFirstResponder = false; });
+  registerAction("uiBtAttachImage_TouchUpInside", [this] {
+    auto picker = platform().imagePicker;
+    if (!picker) return;
+    std::weak_ptr<ViewController> weak = weak_from_this();
+    picker->pickImage(true, [weak](std::optional<Image> image) {
+      auto self = std::static_pointer_cast<IMEIViewController>(weak.lock());
+      if (self && image) self->setImage(std::move(image));
+    });
+  });
+  registerAction("uiBtRemoveImage_TouchUpInside", [this] { setImage(std::nullopt); });
+  registerAction("uiLbDescription_LinkTapped", [] {
+    if (auto opener = platform().urlOpener) opener->open(kSettingsPageURL, [](bool) {});
+  });
+}
+
+void IMEIViewController::viewDidLoad() {
+  ScreenAppearance look(ScreenType::imei_screen);
+  outlet<View>("view").backgroundColor = look.backgroundColor();
+
+  auto& title = outlet<Label>("uiLbTitle");
+  title.text = look.text(keys::Copy::title, "imei_add_screen_title");
+  look.styleTitle(title);
+
+  std::string path = Localization::copy("imei_location_path_ios");
+  auto& description = outlet<Label>("uiLbDescription");
+  description.text =
+      Localization::format(look.text(keys::Copy::text, "imei_add_screen_description"),
+                           {Localization::copy("imei_settings"), path});
+  description.link = path;
+  description.linkAction = "uiLbDescription_LinkTapped";
+  look.styleBody(description);
+
+  outlet<RadioButton>("uiRBIMEI").title = Localization::copy("imei_number");
+  outlet<RadioButton>("uiRBSerialNumber").title = Localization::copy("serial_number_abbreviation");
+  for (const char* name : {"uiRBIMEI", "uiRBSerialNumber"}) {
+    auto& radio = outlet<RadioButton>(name);
+    radio.textColor = look.textAccentColor();
+    radio.tintColor = look.themeColor();
+  }
+
+  auto& field = outlet<TextField>("uiTfIMEI");
+  field.textColor = look.textAccentColor();
+  field.tintColor = look.themeColor();
+
+  auto& orLabel = outlet<Label>("uiLbOr");
+  orLabel.text = look.text(keys::Copy::or_, "or");
+  look.styleBody(orLabel);
+  auto& attachText = outlet<Label>("uiLbAttachText");
+  attachText.text = look.text(keys::Copy::attach_text_label, "imei_add_screen_attach_text");
+  look.styleBody(attachText);
+
+  auto& attach = outlet<Button>("uiBtAttachImage");
+  attach.title = look.text(keys::Copy::attach_button, "attach_image");
+  attach.titleColor = look.themeColor();
+  attach.tintColor = look.themeColor();
+  // Without a photo picker on this platform, the photo route is not offered.
+  bool canAttach = platform().imagePicker != nullptr;
+  for (const char* name : {"uiLbOr", "uiLbAttachText"}) outlet<Label>(name).hidden = !canAttach;
+  attach.hidden = !canAttach;
+
+  auto& remove = outlet<Button>("uiBtRemoveImage");
+  remove.image = Image::asset("xmark.circle.fill", true);
+  remove.tintColor = look.themeColor();
+
+  auto& cancel = outlet<Button>("uiBtCancel");
+  cancel.title = Localization::copy("cancel");
+  cancel.titleColor = look.themeColor();
+  auto& next = outlet<Button>("uiBtNext");
+  next.title = Localization::copy("next");
+  look.styleMainButton(next);
+  outlet<Button>("uiBtKeyboardDone").title = Localization::copy("done");
+
+  setMode(Mode::imei);
+  setImage(std::nullopt);
+}
+
+void IMEIViewController::setMode(Mode mode) {
+  mode_ = mode;
+  outlet<RadioButton>("uiRBIMEI").isChecked = mode == Mode::imei;
+  outlet<RadioButton>("uiRBSerialNumber").isChecked = mode == Mode::serialNumber;
+  auto& field = outlet<TextField>("uiTfIMEI");
+  if (mode == Mode::imei) {
+    ScreenAppearance look(ScreenType::imei_screen);
+    field.placeholder = look.text(keys::Copy::textfield_placeholder, "imei_add_screen_placeholder");
+    field.keyboardType = KeyboardType::numberPad;
+  } else {
+    field.placeholder = Localization::copy("add_screen_placeholder_serial_number");
+    field.keyboardType = KeyboardType::standard;
+  }
+}
+
+void IMEIViewController::setImage(std::optional<Image> image) {
+  imeiImage_ = std::move(image);
+  bool attached = imeiImage_.has_value();
+  outlet<ImageView>("uiIvImage").image = imeiImage_;
+  outlet<ImageView>("uiIvImage").hidden = !attached;
+  outlet<Button>("uiBtRemoveImage").hidden = !attached;
+  outlet<View>("uiViewNoImage").hidden = attached;
+}
+
+void IMEIViewController::next() {
+  if (imeiImage_) {
+    uploadImage();
+    return;
+  }
+  std::string text = trimmingWhitespace(outlet<TextField>("uiTfIMEI").text);
+  if (text.empty()) return;
+  auto target = delegate.lock();
+  if (mode_ == Mode::serialNumber) {
+    if (target) target->IMEIViewControllerIMEIInputSuccessful(*this, {}, {}, text, {});
+    return;
+  }
+  if (isValidIMEI(text)) {
+    if (target) target->IMEIViewControllerIMEIInputSuccessful(*this, text, {}, {}, {});
+    return;
+  }
+  showAlert(Localization::copy("invalid_imei_number"), {{Localization::copy("ok"), nullptr}});
+}
+
+void IMEIViewController::uploadImage() {
+  loadingView->show(platform().application->keyWindow());
+  std::weak_ptr<ViewController> weak = weak_from_this();
+  auto finished = [weak](std::optional<Dictionary> response, std::optional<std::string>) {
+    platform().mainQueue->async([weak, response = std::move(response)] {
+      auto self = std::static_pointer_cast<IMEIViewController>(weak.lock());
+      if (self) self->uploadFinished(response);
+    });
+  };
+  if (!imageUploader) {
+    finished(std::nullopt, "this build has no assets uploader");
+    return;
+  }
+  imageUploader(*imeiImage_, finished);
+}
+
+void IMEIViewController::uploadFinished(const std::optional<Dictionary>& response) {
+  std::string url;
+  if (response && response->is_object()) {
+    auto it = response->find("url");
+    if (it != response->end() && it->is_string()) url = it->get<std::string>();
+  }
+  if (!url.empty()) {
+    loadingView->fadeOutAndRemove(0.1);
+    if (auto target = delegate.lock()) {
+      if (mode_ == Mode::imei) {
+        target->IMEIViewControllerIMEIInputSuccessful(*this, {}, url, {}, {});
+      } else {
+        target->IMEIViewControllerIMEIInputSuccessful(*this, {}, {}, {}, url);
+      }
+    }
+    return;
+  }
+  loadingView->removeFromWindow();
+  showAlert(Localization::copy("server_error"),
+            {{Localization::copy("try_again"), [this] { uploadImage(); }},
+             {Localization::copy("cancel"), [this] {
+                if (auto target = delegate.lock()) target->IMEIViewControllerErrorOccurred(*this);
+              }}});
+}
+
+void IMEIViewController::showAlert(
+    const std::string& title, std::vector<std::pair<std::string, std::function<void()>>> actions) {
+  auto alert = AlertController::make(title, "");
+  for (auto& [label, handler] : actions) {
+    alert->addAction({label, AlertActionStyle::standard, std::move(handler)});
+  }
+  present(alert, true);
+}
+
+}  // namespace quorvel

@@ -1,0 +1,56 @@
+#pragma once
+
+#include <functional>
+#include <memory>
+#include <optional>
+#include <string>
+#include <string_view>
+
+#include "device/IMEIViewControllerDelegate.h"
+#include "quorvel/Dictionary.h"
+#include "quorvel/Image.h"
+#include "ui/LoadingView.h"
+#include "ui/ViewController.h"
+
+namespace quorvel {
+
+// The step in which the person identifies the device: an IMEI or serial number typed in, or a photo
+// of one, which is uploaded and reported by its address.
+class IMEIViewController : public ViewController {
+ public:
+  enum class Mode { imei, serialNumber };
+
+  // The uploader's answer: the backend's JSON object, or an error text. May arrive on any thread.
+  using UploadCompletion =
+      std::function<void(std::optional<Dictionary> response, std::optional<std::string> error)>;
+  using ImageUploader = std::function<void(const Image& image, UploadCompletion completion)>;
+
+  IMEIViewController();
+
+  // Whitespace removed anywhere, then exactly 15 decimal digits that pass the Luhn check.
+  static bool isValidIMEI(std::string_view text);
+
+  std::weak_ptr<IMEIViewControllerDelegate> delegate;
+  // Sends an attached photo to the assets backend.
+  ImageUploader imageUploader;
+  std::shared_ptr<LoadingView> loadingView = std::make_shared<LoadingView>();
+
+  Mode mode() const { return mode_; }
+  const std::optional<Image>& imeiImage() const { return imeiImage_; }
+
+  void viewDidLoad() override;
+
+ private:
+  void setMode(Mode mode);
+  void setImage(std::optional<Image> image);
+  void next();
+  void uploadImage();
+  void uploadFinished(const std::optional<Dictionary>& response);
+  void showAlert(const std::string& title,
+                 std::vector<std::pair<std::string, std::function<void()>>> actions);
+
+  Mode mode_ = Mode::imei;
+  std::optional<Image> imeiImage_;
+};
+
+}  // namespace quorvel

@@ -1,0 +1,13 @@
+#pragma once
+
+#include <string_view>
+
+namespace quorvel {
+
+// Logs a programming error (to the system log and standard error) and aborts.
+[[noreturn]] void fatalError(const char* file, int line, std::string_view message);
+
+}  // namespace quorvel
+
+// Programming errors: a missing resource, an unset outlet, a broken invariant.
+#define QUORVEL_FATAL(message) ::quorvel::fatalError(__FILE__, __LINE__, (message))

@@ -1,0 +1,20 @@
+#pragma once
+
+#include <string>
+#include <string_view>
+
+namespace quorvel {
+
+// Strict UTF-8 validation (no overlongs, no surrogates, nothing above U+10FFFF).
+bool isValidUtf8(std::string_view text);
+
+// Whitespace and line-break characters, ASCII and Unicode (as Foundation's whitespace sets).
+bool isUnicodeWhitespace(char32_t c);
+
+// text without any whitespace character anywhere in it.
+std::string removingWhitespace(std::string_view text);
+
+// text without whitespace and line breaks at both ends.
+std::string trimmingWhitespace(std::string_view text);
+
+}  // namespace quorvel

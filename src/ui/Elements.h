@@ -1,0 +1,113 @@
+#pragma once
+
+// The interface elements that a screen's outlets hold. Each holds only what a renderer needs; a
+// front end draws them and reports input back through the screen's actions.
+
+#include <optional>
+#include <string>
+#include <vector>
+
+#include "quorvel/Customization.h"
+#include "quorvel/Dictionary.h"
+
+namespace quorvel {
+
+enum class KeyboardType : int { standard = 0, numberPad = 4 };
+
+struct Element {
+  virtual ~Element() = default;
+  virtual const char* kind() const = 0;
+  virtual Dictionary toJson() const;
+
+  bool hidden = false;
+  double alpha = 1.0;
+  std::optional<Color> backgroundColor;
+  std::optional<Color> tintColor;
+  double cornerRadius = 0;
+  bool userInteractionEnabled = true;
+};
+
+struct View : Element {
+  const char* kind() const override { return "View"; }
+};
+
+struct Label : Element {
+  const char* kind() const override { return "Label"; }
+  Dictionary toJson() const override;
+
+  std::string text;
+  std::optional<Color> textColor;
+  // A part of text shown as a link; tapping it sends linkAction.
+  std::string link;
+  std::string linkAction;
+};
+
+struct Button : Element {
+  const char* kind() const override { return "Button"; }
+  Dictionary toJson() const override;
+
+  std::string title;
+  std::optional<Color> titleColor;
+  std::optional<Image> image;
+  bool enabled = true;
+  // Main buttons take their corners from the host's border type; the front end knows the height.
+  std::optional<BorderType> borderType;
+};
+
+struct ImageView : Element {
+  const char* kind() const override { return "ImageView"; }
+  Dictionary toJson() const override;
+
+  std::optional<Image> image;
+};
+
+struct TextField : Element {
+  const char* kind() const override { return "TextField"; }
+  Dictionary toJson() const override;
+
+  std::string text;
+  std::string placeholder;
+  KeyboardType keyboardType = KeyboardType::standard;
+  std::optional<Color> textColor;
+  bool enabled = true;
+  bool isFirstResponder = false;
+};
+
+struct RadioButton : Element {
+  const char* kind() const override { return "RadioButton"; }
+  Dictionary toJson() const override;
+
+  std::string title;
+  std::optional<Color> textColor;
+  bool isChecked = false;
+};
+
+struct CheckBox : Element {
+  const char* kind() const override { return "CheckBox"; }
+  Dictionary toJson() const override;
+
+  std::string title;
+  std::optional<Color> textColor;
+  bool isChecked = false;
+};
+
+// A segmented bar: one segment per entry, filled with its colour or clear (no value), so that the
+// bar's background colour shows through.
+struct ProgressBar : Element {
+  const char* kind() const override { return "ProgressBar"; }
+  Dictionary toJson() const override;
+
+  std::vector<std::optional<Color>> segments;
+  double segmentHeight = 3;
+};
+
+struct ActivityIndicator : Element {
+  const char* kind() const override { return "ActivityIndicator"; }
+  Dictionary toJson() const override;
+
+  bool animating = false;
+};
+
+Dictionary toJson(const Image& image);
+
+}  // namespace quorvel

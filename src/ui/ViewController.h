@@ -1,0 +1,104 @@
+#pragma once
+
+#include <functional>
+#include <map>
+#include <memory>
+#include <string>
+#include <vector>
+
+#include "quorvel/Dictionary.h"
+#include "support/Fatal.h"
+#include "ui/Elements.h"
+#include "ui/Observable.h"
+
+namespace quorvel {
+
+class NavigationController;
+
+// A screen: it owns all of the screen's behaviour, and a front end draws its outlets (loading
+// resources/interfaces/<interfaceName>.qml) and sends its actions by name. Create screens with
+// std::make_shared; the navigation and the front end hold them by shared pointer.
+class ViewController : public Observable, public std::enable_shared_from_this<ViewController> {
+ public:
+  explicit ViewController(std::string interfaceName);
+  ~ViewController() override;
+
+  const std::string& interfaceName() const { return interfaceName_; }
+  // "<InterfaceName: 0x...>", for log lines.
+  std::string description() const;
+
+  // Lifecycle, called by the navigation.
+  void loadViewIfNeeded();
+  bool isViewLoaded() const { return viewLoaded_; }
+  virtual void viewDidLoad() {}
+  virtual void viewWillAppear(bool /*animated*/) {}
+  virtual void viewWillDisappear(bool /*animated*/) {}
+
+  // Outlets by name; an unknown name or a wrong kind is a programming error. Mutable access
+  // counts as a change for the front end.
+  template <class T>
+  T& outlet(const std::string& name) {
+    setNeedsUpdate();
+    return findOutlet<T>(name);
+  }
+  template <class T>
+  const T& outlet(const std::string& name) const {
+    return const_cast<ViewController*>(this)->findOutlet<T>(name);
+  }
+  bool hasOutlet(const std::string& name) const { return outlets_.count(name) != 0; }
+  std::vector<std::string> outletNames() const;
+
+  // Input from the front end. sendAction answers false when the screen has no such action.
+  bool sendAction(const std::string& name);
+  bool hasAction(const std::string& name) const { return actions_.count(name) != 0; }
+  std::vector<std::string> actionNames() const;
+  // The person edited a text field.
+  void textFieldDidChange(const std::string& name, std::string text);
+
+  // The whole screen as JSON: interface, outlets with their properties, actions, presented alert.
+  virtual Dictionary snapshot() const;
+
+  std::shared_ptr<NavigationController> navigationController() const {
+    return navigationController_.lock();
+  }
+
+  // Modal presentation (alerts). Presenting while something is presented is ignored, as a
+  // platform would refuse it.
+  void present(std::shared_ptr<ViewController> controller, bool animated);
+  std::shared_ptr<ViewController> presentedViewController() const { return presented_; }
+  std::shared_ptr<ViewController> presentingViewController() const { return presenting_.lock(); }
+  // Dismisses what this controller presents, or this controller from its presenter.
+  void dismiss(bool animated);
+
+ protected:
+  template <class T>
+  T& registerOutlet(const std::string& name) {
+    auto element = std::make_unique<T>();
+    T& ref = *element;
+    outlets_[name] = std::move(element);
+    return ref;
+  }
+  void registerAction(const std::string& name, std::function<void()> handler);
+
+ private:
+  friend class NavigationController;
+
+  template <class T>
+  T& findOutlet(const std::string& name) {
+    auto it = outlets_.find(name);
+    if (it == outlets_.end()) QUORVEL_FATAL(interfaceName_ + " has no outlet " + name);
+    auto* typed = dynamic_cast<T*>(it->second.get());
+    if (!typed) QUORVEL_FATAL(interfaceName_ + "." + name + " is a " + it->second->kind());
+    return *typed;
+  }
+
+  std::string interfaceName_;
+  bool viewLoaded_ = false;
+  std::map<std::string, std::unique_ptr<Element>> outlets_;
+  std::map<std::string, std::function<void()>> actions_;
+  std::weak_ptr<NavigationController> navigationController_;
+  std::shared_ptr<ViewController> presented_;
+  std::weak_ptr<ViewController> presenting_;
+};
+
+}  // namespace quorvel

@@ -1,0 +1,43 @@
+#include "widgets/ScreenAppearance.h"
+
+#include "quorvel/Localization.h"
+#include "quorvel/QuorvelSDK.h"
+
+namespace quorvel {
+
+ScreenAppearance::ScreenAppearance(const std::string& screenType)
+    : customization_(QuorvelSDK::shared().customization ? *QuorvelSDK::shared().customization
+                                                        : Customization()) {
+  overrides_ = customization_.screen(screenType);
+}
+
+std::string ScreenAppearance::text(const std::string& overrideKey, std::string_view copyKey) const {
+  std::string fallback = Localization::copy(copyKey);
+  return overrides_ ? overrides_->getCopyForKey(overrideKey, fallback) : fallback;
+}
+
+std::optional<Image> ScreenAppearance::image(const std::string& key) const {
+  return overrides_ ? overrides_->getImageForKey(key) : std::nullopt;
+}
+
+Color ScreenAppearance::backgroundColor() const {
+  return overrides_ && overrides_->backgroundColor ? *overrides_->backgroundColor : Color::white();
+}
+
+Color ScreenAppearance::textColor() const {
+  return overrides_ && overrides_->textColor ? *overrides_->textColor : Color::rgb(88, 94, 108);
+}
+
+Color ScreenAppearance::textAccentColor() const {
+  return overrides_ && overrides_->textAccentColor ? *overrides_->textAccentColor
+                                                   : Color::rgb(22, 27, 38);
+}
+
+void ScreenAppearance::styleMainButton(Button& button) const {
+  const auto& style = customization_.buttonsStyle;
+  button.backgroundColor = style.backgroundColor ? *style.backgroundColor : themeColor();
+  button.titleColor = style.foregroundColor;
+  button.borderType = style.borderType;
+}
+
+}  // namespace quorvel

@@ -1,0 +1,107 @@
+#include <gtest/gtest.h>
+
+#include <algorithm>
+#include <cctype>
+#include <set>
+#include <string>
+#include <vector>
+
+#include "config/EnglishCopy.h"
+#include "config/PortugueseCopy.h"
+
+namespace {
+
+using quorvel::CopyTable;
+using quorvel::EnglishCopy;
+using quorvel::PortugueseCopy;
+
+// Every "%N$@" token in text, sorted, so that reordered placeholders still compare equal.
+std::vector<std::string> placeholders(const std::string& text) {
+  std::vector<std::string> found;
+  for (size_t at = text.find('%'); at != std::string::npos; at = text.find('%', at + 1)) {
+    if (at + 3 < text.size() && std::isdigit(static_cast<unsigned char>(text[at + 1])) &&
+        text[at + 2] == '$' && text[at + 3] == '@') {
+      found.push_back(text.substr(at, 4));
+    }
+  }
+  std::sort(found.begin(), found.end());
+  return found;
+}
+
+std::set<std::string> keysOf(const CopyTable& table) {
+  std::set<std::string> keys;
+  for (const auto& [key, text] : table) keys.insert(key);
+  return keys;
+}
+
+TEST(CopyTablesTest, BothLanguagesHoldTheSameHundredKeysWithNonEmptyTexts) {
+  const CopyTable& en = EnglishCopy::table();
+  const CopyTable& pt = PortugueseCopy::table();
+  EXPECT_EQ(en.size(), 100u);
+  EXPECT_EQ(keysOf(en), keysOf(pt));
+  for (const CopyTable* table : {&en, &pt}) {
+    for (const auto& [key, text] : *table) EXPECT_FALSE(text.empty()) << key;
+  }
+  // Platform-specific rows stay in both tables.
+  EXPECT_TRUE(pt.contains("alert_sound_level_android"));
+  EXPECT_TRUE(pt.contains("permission_text_call"));
+}
+
+TEST(CopyTablesTest, TranslationsKeepPlaceholdersAndLineBreaks) {
+  const CopyTable& pt = PortugueseCopy::table();
+  for (const auto& [key, english] : EnglishCopy::table()) {
+    const std::string& portuguese = pt.at(key);
+    EXPECT_EQ(placeholders(english), placeholders(portuguese)) << key;
+    EXPECT_EQ(std::count(english.begin(), english.end(), '\n'),
+              std::count(portuguese.begin(), portuguese.end(), '\n'))
+        << key;
+    // An escaped "\n" would show as two characters on screen.
+    EXPECT_EQ(english.find('\\'), std::string::npos) << key;
+    EXPECT_EQ(portuguese.find('\\'), std::string::npos) << key;
+  }
+  EXPECT_EQ(placeholders(pt.at("imei_add_screen_description")),
+            (std::vector<std::string>{"%1$@", "%2$@"}));
+}
+
+TEST(CopyTablesTest, TextsTheScreensRelyOn) {
+  const CopyTable& en = EnglishCopy::table();
+  const CopyTable& pt = PortugueseCopy::table();
+  EXPECT_EQ(en.at("test_number_of_total"), "Test %1$@/%2$@");
+  EXPECT_EQ(pt.at("test_number_of_total"), "Teste %1$@/%2$@");
+  EXPECT_EQ(en.at("speaker_record_description"), "Tap \"%1$@\" to hear the sound");
+
+  EXPECT_EQ(en.at("imei_location_path_ios"), en.at("imei_location_path_android"));
+  EXPECT_EQ(pt.at("imei_location_path_ios"), "Geral / Informações");
+  EXPECT_EQ(pt.at("imei_location_path_android"), "Definições / Acerca do telefone");
+
+  EXPECT_EQ(en.at("done"), "Done");
+  EXPECT_EQ(en.at("end_screen_done"), "Finish");
+  EXPECT_EQ(pt.at("done"), "Terminar");
+  EXPECT_EQ(pt.at("end_screen_done"), "Terminar");
+
+  // The upload error names the finish button and the later option, in each language.
+  EXPECT_EQ(en.at("error_uploading_results_to_server_message"),
+            "An error proccessing your request has occurred. Please tap 'Finish' to try again or "
+            "select 'Try later'.");
+  EXPECT_EQ(pt.at("error_uploading_results_to_server_message"),
+            "Ocorreu um erro ao terminar o processo. Carregue em 'Terminar' para tentar novamente "
+            "ou tente mais tarde.");
+}
+
+TEST(CopyTablesTest, PortugueseIsTranslatedAndEuropean) {
+  const std::set<std::string> sameInBothLanguages = {"ok"};
+  const CopyTable& en = EnglishCopy::table();
+  for (const auto& [key, portuguese] : PortugueseCopy::table()) {
+    if (!sameInBothLanguages.contains(key)) {
+      EXPECT_NE(portuguese, en.at(key)) << key;
+    }
+
+    std::string lower = portuguese;
+    for (char& c : lower) c = static_cast<char>(std::tolower(static_cast<unsigned char>(c)));
+    for (const char* brazilian : {"tela", "celular", "configuraç", "você", "arquivo"}) {
+      EXPECT_EQ(lower.find(brazilian), std::string::npos) << key << " uses " << brazilian;
+    }
+  }
+}
+
+}  // namespace

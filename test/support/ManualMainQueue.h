@@ -1,0 +1,40 @@
+#pragma once
+
+#include <deque>
+#include <mutex>
+#include <vector>
+
+#include "quorvel/platform/MainQueue.h"
+
+namespace quorvel::testing {
+
+// A main queue on virtual time: tests run it explicitly, and delays pass only when advanced.
+class ManualMainQueue : public MainQueue {
+ public:
+  void async(std::function<void()> work) override;
+  void schedule(double delaySeconds, std::shared_ptr<WorkItem> item) override;
+
+  // Runs everything due now, including work queued by that work; returns how many ran.
+  std::size_t runUntilIdle();
+  // Moves virtual time forward, running each timer at its moment.
+  void advance(double seconds);
+  double now() const { return now_; }
+  // Delays (from now) of the timers not yet run or cancelled.
+  std::vector<double> pendingDelays() const;
+
+ private:
+  struct Timer {
+    double due;
+    std::uint64_t order;
+    std::shared_ptr<WorkItem> item;
+  };
+  bool runOne(double until);
+
+  mutable std::mutex mutex_;
+  std::deque<std::function<void()>> ready_;
+  std::vector<Timer> timers_;
+  std::uint64_t nextOrder_ = 0;
+  double now_ = 0;
+};
+
+}  // namespace quorvel::testing

@@ -1,0 +1,108 @@
+#include "support/SdkFixture.h"
+
+#include "support/ScriptedTestScreen.h"
+#include "ui/Application.h"
+#include "ui/LoadingView.h"
+
+namespace quorvel::testing {
+
+namespace {
+
+void resetRun(QuorvelSDK& sdk) {
+  sdk.environment = Environment::production;
+  sdk.language = SupportedLanguage::english;
+  sdk.hideStartScreen = false;
+  sdk.themeColor.reset();
+  sdk.requestIdentifier = true;
+  sdk.customization.reset();
+  sdk.testsCompletionHandler = nullptr;
+  sdk.lastDeviceInfoSHA256Value.clear();
+  sdk.nextTestIndex = -1;
+  sdk.testResults = Dictionary::object();
+  sdk.finalResponseObject = Dictionary::object();
+  sdk.rootViewControllerVCS.clear();
+  sdk.appID.reset();
+  sdk.apiKey.reset();
+  sdk.imei.reset();
+  sdk.imei_image_url.reset();
+  sdk.serialNumber.reset();
+  sdk.serialNumber_image_url.reset();
+  sdk.selectedTests.clear();
+  sdk.multipleTestsList.clear();
+  sdk.isAppNavigationBarHidden = false;
+  sdk.navigationController.reset();
+  sdk.loadingView->removeFromWindow();
+}
+
+}  // namespace
+
+void SdkFixture::SetUp() {
+  env.install();
+  resetRun(sdk);
+  sdk.screenTable = ScreenTable();
+  bindScriptedScreens(sdk.screenTable);
+}
+
+void SdkFixture::TearDown() {
+  resetRun(sdk);
+  sdk.screenTable = ScreenTable();
+  installPlatform(Platform{});
+}
+
+void SdkFixture::hostWithNavigation() {
+  hostRoot = std::make_shared<ViewController>("HostHome");
+  hostDetail = std::make_shared<ViewController>("HostDetail");
+  hostNavigation = NavigationController::make(hostRoot);
+  hostNavigation->pushViewController(hostDetail, false);
+  window = std::make_shared<Window>(hostNavigation);
+  env.application->makeKeyWindow(window);
+}
+
+void SdkFixture::hostWithPlainScreen() {
+  hostRoot = std::make_shared<ViewController>("HostHome");
+  window = std::make_shared<Window>(hostRoot);
+  env.application->makeKeyWindow(window);
+}
+
+void SdkFixture::hostWithoutKeyWindow() {
+  hostRoot = std::make_shared<ViewController>("HostHome");
+  window = std::make_shared<Window>(hostRoot);
+  env.application->addWindow(window);
+}
+
+QuorvelSDK::Completion SdkFixture::completion() {
+  auto shared = outcome;
+  return [shared](std::optional<Dictionary> response) {
+    ++shared->calls;
+    shared->response = std::move(response);
+  };
+}
+
+void SdkFixture::start(std::optional<std::vector<std::string>> tests,
+                       std::optional<std::string> imei, std::optional<std::string> serial,
+                       std::shared_ptr<Customization> customization) {
+  sdk.performTests("app-0123456789", "key-abcdefghijkl", std::move(tests), std::move(imei),
+                   std::move(serial), std::move(customization), completion());
+  settle();
+}
+
+std::shared_ptr<ViewController> SdkFixture::top() const {
+  auto navigation = sdk.navigationController;
+  return navigation ? navigation->topViewController() : nullptr;
+}
+
+std::string SdkFixture::topInterface() const {
+  auto screen = top();
+  if (!screen) return "none";
+  if (auto scripted = std::dynamic_pointer_cast<ScriptedTestScreen>(screen)) return scripted->key();
+  return screen->interfaceName();
+}
+
+void SdkFixture::press(const std::string& action) {
+  auto screen = top();
+  ASSERT_TRUE(screen) << "no screen to press " << action << " on";
+  ASSERT_TRUE(screen->sendAction(action)) << screen->interfaceName() << " has no " << action;
+  settle();
+}
+
+}  // namespace quorvel::testing

@@ -1,0 +1,54 @@
+#pragma once
+
+#include <gtest/gtest.h>
+
+#include <memory>
+#include <optional>
+
+#include "quorvel/QuorvelSDK.h"
+#include "support/TestPlatform.h"
+#include "ui/NavigationController.h"
+#include "ui/Window.h"
+
+namespace quorvel::testing {
+
+// A fresh run controller on a scripted platform, with a host window to take over.
+class SdkFixture : public ::testing::Test {
+ protected:
+  struct Outcome {
+    int calls = 0;
+    std::optional<Dictionary> response;
+  };
+
+  void SetUp() override;
+  void TearDown() override;
+
+  // The three ways a host's window can look when a run starts.
+  void hostWithNavigation();    // key window whose root is a navigation stack of two screens
+  void hostWithPlainScreen();   // key window whose root is a plain screen
+  void hostWithoutKeyWindow();  // a window that is not key, with a plain root screen
+
+  QuorvelSDK::Completion completion();
+  void start(std::optional<std::vector<std::string>> tests = std::nullopt,
+             std::optional<std::string> imei = std::nullopt,
+             std::optional<std::string> serial = std::nullopt,
+             std::shared_ptr<Customization> customization = nullptr);
+
+  std::shared_ptr<ViewController> top() const;
+  std::string topInterface() const;
+  // Sends action to the top screen and lets the main queue settle.
+  void press(const std::string& action);
+  void settle() { env.queue->runUntilIdle(); }
+
+  QuorvelSDK& sdk = QuorvelSDK::shared();
+  TestPlatform env;
+  std::shared_ptr<Window> window;
+  std::shared_ptr<NavigationController> hostNavigation;
+  std::shared_ptr<ViewController> hostRoot;
+  std::shared_ptr<ViewController> hostDetail;
+  std::shared_ptr<Outcome> outcome = std::make_shared<Outcome>();
+};
+
+inline constexpr const char* kValidIMEI = "490154203237518";
+
+}  // namespace quorvel::testing

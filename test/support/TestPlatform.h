@@ -1,0 +1,86 @@
+#pragma once
+
+#include <memory>
+#include <mutex>
+#include <string>
+#include <vector>
+
+#include "quorvel/platform/Platform.h"
+#include "support/ManualMainQueue.h"
+#include "support/ScriptedDevice.h"
+#include "ui/Application.h"
+
+namespace quorvel::testing {
+
+class CapturingLog : public Log {
+ public:
+  void write(std::string_view line) override {
+    std::lock_guard lock(mutex_);
+    lines_.emplace_back(line);
+  }
+  std::vector<std::string> lines() const {
+    std::lock_guard lock(mutex_);
+    return lines_;
+  }
+  bool contains(std::string_view line) const;
+  // Index of the first line that starts with prefix, or -1.
+  long indexOf(std::string_view prefix) const;
+  void clear() {
+    std::lock_guard lock(mutex_);
+    lines_.clear();
+  }
+
+ private:
+  mutable std::mutex mutex_;
+  std::vector<std::string> lines_;
+};
+
+class FixedClock : public Clock {
+ public:
+  TimePoint at =
+      TimePoint(std::chrono::milliseconds(1709288130123));  // 2024-03-01 10:15:30.123 UTC
+  int offset = 0;
+  TimePoint now() const override { return at; }
+  int utcOffsetSeconds(TimePoint) const override { return offset; }
+};
+
+// A photo picker whose answer the test gives.
+class ScriptedImagePicker : public ImagePicker {
+ public:
+  std::optional<Image> next;
+  int presented = 0;
+  void pickImage(bool, std::function<void(std::optional<Image>)> completion) override {
+    ++presented;
+    completion(next);
+  }
+};
+
+class RecordingUrlOpener : public UrlOpener {
+ public:
+  std::vector<std::string> opened;
+  void open(const std::string& url, std::function<void(bool)> completion) override {
+    opened.push_back(url);
+    completion(true);
+  }
+};
+
+// Every port scripted; install() makes them the platform.
+struct TestPlatform {
+  std::shared_ptr<ManualMainQueue> queue = std::make_shared<ManualMainQueue>();
+  std::shared_ptr<CapturingLog> log = std::make_shared<CapturingLog>();
+  std::shared_ptr<FixedClock> clock = std::make_shared<FixedClock>();
+  std::shared_ptr<ScriptedDevice> device = std::make_shared<ScriptedDevice>();
+  std::shared_ptr<StaticHostBundle> host = std::make_shared<StaticHostBundle>(
+      Dictionary{{"NSCameraUsageDescription", "Films the screen in a mirror"},
+                 {"NSMicrophoneUsageDescription", "Records the speaker test"},
+                 {"CFBundleShortVersionString", "3.2.1"},
+                 {"CFBundleVersion", "321"}});
+  std::shared_ptr<ScriptedImagePicker> picker = std::make_shared<ScriptedImagePicker>();
+  std::shared_ptr<RecordingUrlOpener> opener = std::make_shared<RecordingUrlOpener>();
+  std::shared_ptr<Application> application = std::make_shared<Application>();
+
+  void install();
+  void setHostInfo(Dictionary info) { host = std::make_shared<StaticHostBundle>(std::move(info)); }
+};
+
+}  // namespace quorvel::testing
