@@ -37,6 +37,12 @@ void resetRun(QuorvelSDK& sdk) {
 }  // namespace
 
 void SdkFixture::SetUp() {
+  env = TestPlatform{};
+  outcome = std::make_shared<Outcome>();
+  window.reset();
+  hostNavigation.reset();
+  hostRoot.reset();
+  hostDetail.reset();
   env.install();
   resetRun(sdk);
   sdk.screenTable = ScreenTable();

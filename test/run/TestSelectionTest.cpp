@@ -1,0 +1,49 @@
+#include <gtest/gtest.h>
+
+#include "quorvel/QuorvelSDK.h"
+#include "run/TestSelection.h"
+
+namespace {
+
+using quorvel::TestSelection;
+using Keys = std::vector<std::string>;
+
+struct SelectionCase {
+  std::optional<Keys> input;
+  Keys selected;
+  Keys combined;
+};
+
+class TestSelectionTest : public ::testing::TestWithParam<SelectionCase> {};
+
+TEST_P(TestSelectionTest, FoldsPhysicalTestsIntoTheCombinedScreen) {
+  const auto& run = quorvel::QuorvelSDK::shared();
+  auto selection = TestSelection::make(GetParam().input, run.allSupportedTests, run.defaultTests);
+  EXPECT_EQ(selection.selectedTests, GetParam().selected);
+  EXPECT_EQ(selection.multipleTestsList, GetParam().combined);
+}
+
+INSTANTIATE_TEST_SUITE_P(
+    Inputs, TestSelectionTest,
+    ::testing::Values(
+        // No input and an empty input both mean the default tests.
+        SelectionCase{std::nullopt,
+                      {"multiple_tests_v2", "multi_touch_v2", "device_front_video_v2"},
+                      {"buttons_v2", "charging_v2"}},
+        SelectionCase{Keys{},
+                      {"multiple_tests_v2", "multi_touch_v2", "device_front_video_v2"},
+                      {"buttons_v2", "charging_v2"}},
+        SelectionCase{Keys{"buttons_v2", "buttons_v2"}, {"multiple_tests_v2"}, {"buttons_v2"}},
+        // The combined screen takes the place of the first physical test named.
+        SelectionCase{Keys{"charging_v2", "multi_touch_v2", "buttons_v2"},
+                      {"multiple_tests_v2", "multi_touch_v2"},
+                      {"charging_v2", "buttons_v2"}},
+        SelectionCase{Keys{"device_front_video_v2", "buttons_v2", "multi_touch_v2"},
+                      {"device_front_video_v2", "multiple_tests_v2", "multi_touch_v2"},
+                      {"buttons_v2"}},
+        // Only the accepted keys, compared exactly.
+        SelectionCase{Keys{"multiple_tests_v2"}, {}, {}},
+        SelectionCase{Keys{"charging_v1", "Multi_Touch_v2", "MULTI_TOUCH_V2"}, {}, {}},
+        SelectionCase{Keys{"multi_touch_v2", "multi_touch_v2"}, {"multi_touch_v2"}, {}}));
+
+}  // namespace
