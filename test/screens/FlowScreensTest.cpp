@@ -1,0 +1,121 @@
+#include <gtest/gtest.h>
+
+#include "quorvel/Version.h"
+#include "screens/StartViewController.h"
+#include "screens/TestsFinishedViewController.h"
+#include "support/SdkFixture.h"
+
+namespace {
+
+using namespace quorvel;
+
+class FlowScreensTest : public quorvel::testing::SdkFixture {
+ protected:
+  std::shared_ptr<StartViewController> startScreenFor(std::vector<std::string> tests) {
+    hostWithNavigation();
+    start(std::move(tests), quorvel::testing::kValidIMEI);
+    auto screen = std::dynamic_pointer_cast<StartViewController>(top());
+    EXPECT_TRUE(screen);
+    return screen;
+  }
+};
+
+TEST_F(FlowScreensTest, StartScreenHintsFollowTheRunsTests) {
+  struct Case {
+    std::vector<std::string> tests;
+    bool charging, mirror, noise;
+  };
+  for (const auto& c : std::vector<Case>{
+           {{"buttons_v2", "charging_v2", "multi_touch_v2", "device_front_video_v2"},
+            true,
+            true,
+            true},
+           {{"multi_touch_v2"}, false, false, false},
+           {{"buttons_v2"}, false, false, false},  // combined screen without the charging row
+           {{"charging_v2"}, true, false, false},
+           {{"device_front_video_v2"}, false, true, true},
+       }) {
+    SCOPED_TRACE(::testing::PrintToString(c.tests));
+    SetUp();
+    auto screen = startScreenFor(c.tests);
+    ASSERT_TRUE(screen);
+    EXPECT_EQ(!screen->outlet<Label>("uiLbSuggestionChargingCable").hidden, c.charging);
+    EXPECT_EQ(!screen->outlet<Label>("uiLbSuggestionMirror").hidden, c.mirror);
+    EXPECT_EQ(!screen->outlet<Label>("uiLbSuggestionNoise").hidden, c.noise);
+    EXPECT_EQ(screen->outlet<View>("uiViewSuggestions").hidden,
+              !(c.charging || c.mirror || c.noise));
+    TearDown();
+  }
+  SetUp();
+}
+
+TEST_F(FlowScreensTest, StartScreenTextsIdentifiersAndOverrides) {
+  auto custom = std::make_shared<Customization>();
+  custom->customScreens.emplace_back(
+      "start_screen",
+      std::map<std::string, std::string>{{"title", ""},
+                                         {"text", "Check your phone"},
+                                         {"testsWarning_charging", "ignored: property name"},
+                                         {"testsHelper_camera", "Find a mirror"}},
+      std::map<std::string, Image>{{"image", Image::file("/tmp/host.png")}}, Color::rgb(1, 2, 3));
+  // Only the first override for a screen counts.
+  custom->customScreens.emplace_back("start_screen",
+                                     std::map<std::string, std::string>{{"title", "Second"}});
+  hostWithNavigation();
+  start(std::nullopt, std::nullopt, "C02XYZ", custom);
+  const auto& screen = *top();
+  EXPECT_EQ(screen.outlet<Label>("uiLbTitle").text, "Device testing");
+  EXPECT_EQ(screen.outlet<Label>("uiLbDescription").text, "Check your phone");
+  EXPECT_EQ(screen.outlet<Label>("uiLbSuggestionChargingCable").text,
+            "- Have the device charging cable close to you");
+  EXPECT_EQ(screen.outlet<Label>("uiLbSuggestionMirror").text, "Find a mirror");
+  EXPECT_EQ(screen.outlet<ImageView>("uiImage").image, Image::file("/tmp/host.png"));
+  EXPECT_EQ(screen.outlet<View>("view").backgroundColor, Color::rgb(1, 2, 3));
+  EXPECT_EQ(screen.outlet<Label>("uiLbPhoneModel").text, "iPhone 12");
+  // The IMEI title is looked up under "imei", which no table holds.
+  EXPECT_EQ(screen.outlet<Label>("uiLbIMEITitle").text, "imei");
+  EXPECT_TRUE(screen.outlet<View>("uiStackViewIMEI").hidden);
+  EXPECT_FALSE(screen.outlet<View>("uiStackViewSerialNumber").hidden);
+  EXPECT_EQ(screen.outlet<Label>("uiLbSNValue").text, "C02XYZ");
+  EXPECT_EQ(screen.outlet<Label>("uiLbSNTitle").text, "S/N");
+  EXPECT_EQ(screen.outlet<Button>("uiBtNext").title, "Let's start");
+  EXPECT_EQ(screen.outlet<Button>("uiBtBack").title, "Back");
+  EXPECT_EQ(screen.outlet<Button>("uiBtNext").backgroundColor, Color::rgb(11, 123, 251));
+}
+
+TEST_F(FlowScreensTest, EndScreenTextsImageVersionAndButtonStyle) {
+  sdk.language = SupportedLanguage::portuguese;
+  sdk.themeColor = Color{1, 0, 0, 0.25};
+  auto custom = std::make_shared<Customization>();
+  custom->buttonsStyle.borderType = BorderType::square;
+  custom->customScreens.emplace_back(
+      "end_screen", std::map<std::string, std::string>{{"buttonFinish", ""}, {"text", "Obrigado!"}},
+      std::map<std::string, Image>{{"image", Image::asset("host_logo")}}, std::nullopt,
+      Color::rgb(10, 10, 10), Color::rgb(200, 0, 0));
+  sdk.customization = custom;
+  auto screen = std::make_shared<TestsFinishedViewController>();
+  screen->loadViewIfNeeded();
+  EXPECT_EQ(screen->outlet<Label>("uiLbText").text, "Obrigado!");
+  EXPECT_EQ(screen->outlet<Label>("uiLbText").textColor, Color::rgb(200, 0, 0));
+  EXPECT_EQ(screen->outlet<Button>("uiBtDone").title, "Terminar");
+  EXPECT_EQ(screen->outlet<Button>("uiBtDone").title, Localization::copy("done"));
+  EXPECT_EQ(screen->outlet<Button>("uiBtTestAgain").title, Localization::copy("test_again"));
+  EXPECT_EQ(screen->outlet<Button>("uiBtDone").borderType, BorderType::square);
+  EXPECT_EQ(screen->outlet<Button>("uiBtDone").backgroundColor, (Color{1, 0, 0, 1}));
+  EXPECT_FALSE(screen->outlet<ImageView>("uiCustomImage").hidden);
+  EXPECT_TRUE(screen->outlet<ImageView>("uiViewImage").hidden);
+  EXPECT_EQ(screen->outlet<Label>("uiVersionLabel").text,
+            Localization::copy("version") + " " + QuorvelVersionString);
+
+  // Without an image override the built-in illustration shows.
+  sdk.customization = std::make_shared<Customization>();
+  sdk.language = SupportedLanguage::english;
+  auto plain = std::make_shared<TestsFinishedViewController>();
+  plain->loadViewIfNeeded();
+  EXPECT_TRUE(plain->outlet<ImageView>("uiCustomImage").hidden);
+  EXPECT_FALSE(plain->outlet<ImageView>("uiViewImage").hidden);
+  EXPECT_EQ(plain->outlet<Button>("uiBtDone").title, "Finish");
+  EXPECT_EQ(plain->outlet<Label>("uiLbText").text, "Device tests have been concluded!");
+}
+
+}  // namespace

@@ -1,0 +1,109 @@
+#include <gtest/gtest.h>
+
+#include "support/TestPlatform.h"
+#include "ui/AlertController.h"
+#include "ui/LoadingView.h"
+#include "ui/NavigationController.h"
+
+namespace {
+
+using namespace quorvel;
+
+class RecordingScreen : public ViewController {
+ public:
+  RecordingScreen(std::string name, std::vector<std::string>& events)
+      : ViewController(name), events_(events) {}
+  void viewDidLoad() override { events_.push_back(interfaceName() + " load"); }
+  void viewWillAppear(bool animated) override {
+    events_.push_back(interfaceName() + " appear" + (animated ? " animated" : ""));
+  }
+  void viewWillDisappear(bool) override { events_.push_back(interfaceName() + " disappear"); }
+
+ private:
+  std::vector<std::string>& events_;
+};
+
+class NavigationTest : public ::testing::Test {
+ protected:
+  void SetUp() override { env.install(); }
+  void TearDown() override { installPlatform(Platform{}); }
+  quorvel::testing::TestPlatform env;
+  std::vector<std::string> events;
+};
+
+TEST_F(NavigationTest, StackCallsTheLifecycleOfTheScreensItShowsAndHides) {
+  auto a = std::make_shared<RecordingScreen>("A", events);
+  auto b = std::make_shared<RecordingScreen>("B", events);
+  auto c = std::make_shared<RecordingScreen>("C", events);
+  auto navigation = NavigationController::make(a);
+  navigation->pushViewController(b, true);
+  navigation->pushViewController(c, true);
+  EXPECT_EQ(c->navigationController(), navigation);
+  auto popped = navigation->popToViewController(*a, false);
+  EXPECT_EQ(popped.size(), 2u);
+  EXPECT_FALSE(c->navigationController());
+  EXPECT_EQ(navigation->lastTransition().kind, NavigationController::TransitionKind::pop);
+  EXPECT_EQ(events, (std::vector<std::string>{"A load", "A appear", "A disappear", "B load",
+                                              "B appear animated", "B disappear", "C load",
+                                              "C appear animated", "C disappear", "A appear"}));
+  // Popping to a screen that is not on the stack changes nothing.
+  EXPECT_TRUE(navigation->popToViewController(*c, false).empty());
+  EXPECT_EQ(navigation->viewControllers().size(), 1u);
+}
+
+TEST_F(NavigationTest, ObserversHearOncePerMainQueueTurn) {
+  auto screen = std::make_shared<ViewController>("Screen");
+  int notified = 0;
+  screen->addObserver([&] { ++notified; });
+  screen->outlet<View>("view").hidden = true;
+  screen->outlet<View>("view").alpha = 0.5;
+  EXPECT_EQ(notified, 0);
+  env.queue->runUntilIdle();
+  EXPECT_EQ(notified, 1);
+  screen->outlet<View>("view").alpha = 1;
+  screen.reset();  // gone before the turn: nothing is delivered to a dead screen
+  env.queue->runUntilIdle();
+  EXPECT_EQ(notified, 1);
+}
+
+TEST_F(NavigationTest, AlertDismissesBeforeItsHandlerRunsAndRefusesASecondPresentation) {
+  auto screen = std::make_shared<ViewController>("Screen");
+  auto alert = AlertController::make("Title", "Message");
+  bool presentedDuringHandler = true;
+  alert->addAction({"OK", AlertActionStyle::standard, [&] {
+                      presentedDuringHandler = screen->presentedViewController() != nullptr;
+                    }});
+  screen->present(alert, true);
+  screen->present(AlertController::make("Other", ""), true);
+  EXPECT_EQ(screen->presentedViewController(), alert);
+  EXPECT_TRUE(screen->sendAction("uiUnknown") == false);
+  EXPECT_TRUE(alert->sendAction("action0"));
+  EXPECT_FALSE(presentedDuringHandler);
+  EXPECT_EQ(screen->snapshot()["presented"], nullptr);
+}
+
+TEST_F(NavigationTest, LoadingViewFadesThenLeavesItsWindowUnlessShownAgain) {
+  auto window = std::make_shared<Window>();
+  auto overlay = std::make_shared<LoadingView>();
+  overlay->show(window);
+  EXPECT_EQ(window->overlays().size(), 1u);
+  overlay->fadeOutAndRemove(0.1);
+  EXPECT_EQ(overlay->alpha(), 0);
+  env.queue->advance(0.05);
+  overlay->show(window);  // shown again mid-fade: the pending removal is dropped
+  env.queue->advance(1);
+  EXPECT_TRUE(overlay->isShown());
+  EXPECT_EQ(overlay->alpha(), 1);
+  overlay->fadeOutAndRemove(0.1);
+  env.queue->advance(0.1);
+  EXPECT_FALSE(overlay->isShown());
+  EXPECT_TRUE(window->overlays().empty());
+}
+
+TEST_F(NavigationTest, UnknownOutletIsAProgrammingError) {
+  auto screen = std::make_shared<ViewController>("Screen");
+  EXPECT_DEATH(screen->outlet<Label>("uiLbMissing"), "has no outlet uiLbMissing");
+  EXPECT_DEATH(screen->outlet<Label>("view"), "view is a View");
+}
+
+}  // namespace
