@@ -265,6 +265,11 @@ int LinuxDevice::activeProcessorCount() const {
 }
 
 std::string LinuxDevice::processName() const {
+  // argv[0]'s last component: comm is cut to 15 characters by the kernel.
+  std::string commandLine = readFile(roots_.proc + "/self/cmdline").value_or("");
+  std::string program = commandLine.substr(0, commandLine.find('\0'));
+  program = program.substr(program.find_last_of('/') + 1);
+  if (!program.empty()) return program;
   std::string comm = readTrimmed(roots_.proc + "/self/comm");
   return comm.empty() ? std::string(program_invocation_short_name) : comm;
 }

@@ -144,10 +144,14 @@ TEST_F(LinuxDeviceTest, ProcFilesGiveMemoryUptimeAndProcessName) {
         "MemTotal:       16318480 kB\n"
         "SwapTotal:      999 kB\n");
   write("proc/uptime", "12345.67 54321.00\n");
-  write("proc/self/comm", "hostapp\n");
+  write("proc/self/comm", "trade-in-checke\n");
   EXPECT_EQ(device().physicalMemory(), 16318480ULL * 1024);
   EXPECT_DOUBLE_EQ(device().systemUptime(), 12345.67);
-  EXPECT_EQ(device().processName(), "hostapp");
+  // comm is cut at 15 characters; the command line holds the whole name.
+  EXPECT_EQ(device().processName(), "trade-in-checke");
+  constexpr char cmdline[] = "/opt/shop/bin/trade-in-checker\0--fast\0";
+  write("proc/self/cmdline", std::string(cmdline, sizeof cmdline - 1));
+  EXPECT_EQ(device().processName(), "trade-in-checker");
 }
 
 TEST_F(LinuxDeviceTest, UnreadableProcFilesFallBackOrAnswerZero) {
