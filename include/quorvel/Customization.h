@@ -29,10 +29,8 @@ struct ButtonsStyle {
   Color foregroundColor = Color::white();
 
   ButtonsStyle() = default;
-  ButtonsStyle(BorderType borderType, std::optional<Color> backgroundColor, Color foregroundColor)
-      : borderType(borderType),
-        backgroundColor(backgroundColor),
-        foregroundColor(foregroundColor) {}
+  ButtonsStyle(BorderType border, std::optional<Color> background, Color foreground)
+      : borderType(border), backgroundColor(background), foregroundColor(foreground) {}
 };
 
 // Overrides of one screen's texts, images and colours, keyed by ScreenCustomizationKeys.

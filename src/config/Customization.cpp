@@ -44,16 +44,17 @@ const CustomizableScreen* Customization::screen(const std::string& screenType) c
   return nullptr;
 }
 
-CustomizableScreen::CustomizableScreen(
-    std::string screenType, std::optional<std::map<std::string, std::string>> copyStrings,
-    std::optional<std::map<std::string, Image>> images, std::optional<Color> backgroundColor,
-    std::optional<Color> textColor, std::optional<Color> textAccentColor)
-    : screenType(std::move(screenType)),
-      copyStrings(std::move(copyStrings)),
-      images(std::move(images)),
-      backgroundColor(backgroundColor),
-      textColor(textColor),
-      textAccentColor(textAccentColor) {}
+CustomizableScreen::CustomizableScreen(std::string type,
+                                       std::optional<std::map<std::string, std::string>> copy,
+                                       std::optional<std::map<std::string, Image>> imageOverrides,
+                                       std::optional<Color> background, std::optional<Color> text,
+                                       std::optional<Color> textAccent)
+    : screenType(std::move(type)),
+      copyStrings(std::move(copy)),
+      images(std::move(imageOverrides)),
+      backgroundColor(background),
+      textColor(text),
+      textAccentColor(textAccent) {}
 
 std::string CustomizableScreen::getCopyForKey(const std::string& key,
                                               const std::string& defaultValue) const {

@@ -1,5 +1,3 @@
-#include "device/DeviceInfoHelper.h"
-
 #include <gtest/gtest.h>
 
 #include <chrono>
@@ -10,6 +8,7 @@
 #include <vector>
 
 #include "device/CryptoHelper.h"
+#include "device/DeviceInfoHelper.h"
 #include "quorvel/QuorvelSDK.h"
 #include "quorvel/Version.h"
 #include "support/JsonText.h"
@@ -51,22 +50,41 @@ TEST_F(DeviceInfoTest, FullDeviceGivesEveryKeyWithItsValue) {
   device().carriers.emplace();
   Dictionary record = collect();
 
-  const std::set<std::string> expectedKeys = {
-      "device_info_version", "received_ids",     "detected_ids",
-      "brand",               "device_model",     "device_model_identifier",
-      "device_model_commercial", "device_name",  "device_type",
-      "os_name",             "os_version",       "os_version_detailed",
-      "uptime",              "app_version",      "app_build_number",
-      "sdk_version_build",   "processor_count",  "active_processor_count",
-      "process_name",        "ram_total",        "total_disk_space",
-      "used_disk_space",     "free_disk_space",  "round_disk_space",
-      "thermal_state",       "battery_state",    "battery_level",
-      "carriers",            "timestamp"};
+  const std::set<std::string> expectedKeys = {"device_info_version",
+                                              "received_ids",
+                                              "detected_ids",
+                                              "brand",
+                                              "device_model",
+                                              "device_model_identifier",
+                                              "device_model_commercial",
+                                              "device_name",
+                                              "device_type",
+                                              "os_name",
+                                              "os_version",
+                                              "os_version_detailed",
+                                              "uptime",
+                                              "app_version",
+                                              "app_build_number",
+                                              "sdk_version_build",
+                                              "processor_count",
+                                              "active_processor_count",
+                                              "process_name",
+                                              "ram_total",
+                                              "total_disk_space",
+                                              "used_disk_space",
+                                              "free_disk_space",
+                                              "round_disk_space",
+                                              "thermal_state",
+                                              "battery_state",
+                                              "battery_level",
+                                              "carriers",
+                                              "timestamp"};
   EXPECT_EQ(keysOf(record), expectedKeys);
 
   EXPECT_EQ(record["device_info_version"], "2");
   EXPECT_EQ(record["received_ids"], Dictionary::object());
-  EXPECT_EQ(record["detected_ids"], Dictionary({{"vendor_id", "0F8FAD5B-D9CB-469F-A165-70867728950E"}}));
+  EXPECT_EQ(record["detected_ids"],
+            Dictionary({{"vendor_id", "0F8FAD5B-D9CB-469F-A165-70867728950E"}}));
   EXPECT_EQ(record["brand"], "Quorvel Labs");
   EXPECT_EQ(record["device_model"], "iPhone");
   EXPECT_EQ(record["device_model_identifier"], "iPhone13,2");
@@ -98,12 +116,9 @@ TEST_F(DeviceInfoTest, FullDeviceGivesEveryKeyWithItsValue) {
 
 TEST_F(DeviceInfoTest, DeviceTypeFollowsTheModel) {
   const std::vector<std::pair<std::string, std::optional<std::string>>> cases = {
-      {"iPhone", "smartphone"},
-      {"iPad Pro", "tablet"},
-      {"IPAD", "tablet"},
-      {"iPhone Simulator", "smartphone"},
-      {"Laptop", "Laptop"},
-      {"Phone", "Phone"},
+      {"iPhone", "smartphone"}, {"iPad Pro", "tablet"},
+      {"IPAD", "tablet"},       {"iPhone Simulator", "smartphone"},
+      {"Laptop", "Laptop"},     {"Phone", "Phone"},
       {"", std::nullopt},
   };
   for (const auto& [model, type] : cases) {
@@ -205,9 +220,8 @@ TEST_F(DeviceInfoTest, RamTotalIsWholeGroupedMegabytes) {
 
 TEST(RoundDiskSpace, CeilsTheLeadingNumber) {
   const std::vector<std::pair<std::string, std::string>> cases = {
-      {"63.86 GB", "64 GB"}, {"64 GB", "64 GB"},         {"64.01 GB", "65 GB"},
-      {"0.01 GB", "1 GB"},   {"  63.2 GB", "64 GB"},     {"1,234.5 GB", "1235 GB"},
-      {"128", "128 GB"},     {"0 GB", "0 GB"},
+      {"63.86 GB", "64 GB"},  {"64 GB", "64 GB"},        {"64.01 GB", "65 GB"}, {"0.01 GB", "1 GB"},
+      {"  63.2 GB", "64 GB"}, {"1,234.5 GB", "1235 GB"}, {"128", "128 GB"},     {"0 GB", "0 GB"},
   };
   for (const auto& [text, rounded] : cases) {
     EXPECT_EQ(DeviceInfoHelper::roundDiskSpace(text), rounded) << text;
@@ -222,10 +236,8 @@ TEST(RoundDiskSpaceDeathTest, TextWithoutALeadingNumberIsFatal) {
 
 TEST_F(DeviceInfoTest, BatteryIsReadAfterMonitoringIsEnabled) {
   const std::vector<std::pair<BatteryState, std::string>> states = {
-      {BatteryState::unknown, "unknown"},
-      {BatteryState::unplugged, "unplugged"},
-      {BatteryState::charging, "charging"},
-      {BatteryState::full, "full"},
+      {BatteryState::unknown, "unknown"},        {BatteryState::unplugged, "unplugged"},
+      {BatteryState::charging, "charging"},      {BatteryState::full, "full"},
       {static_cast<BatteryState>(9), "unknown"},
   };
   for (const auto& [state, name] : states) {
@@ -255,8 +267,8 @@ TEST_F(DeviceInfoTest, BatteryLevelIsTheShortestDecimalOfTheFloat) {
 
 TEST_F(DeviceInfoTest, ThermalStateNames) {
   const std::vector<std::pair<int, std::string>> states = {
-      {0, "nominal"},  {1, "fair"},     {2, "serious"}, {3, "critical"},
-      {-1, "unknown"}, {4, "unknown"},  {99, "unknown"},
+      {0, "nominal"},  {1, "fair"},    {2, "serious"},  {3, "critical"},
+      {-1, "unknown"}, {4, "unknown"}, {99, "unknown"},
   };
   for (const auto& [state, name] : states) {
     device().thermal = state;
@@ -307,32 +319,77 @@ TEST_F(DeviceInfoTest, ReceivedIdsTakeTheRunsValuesFirstAndStripWhitespace) {
       {"nothing anywhere", {}, {}, {}, {}, {}, {}, Dictionary::object()},
       {"empty strings count as absent", "", "", "", "", "", "", Dictionary::object()},
       {"IMEI argument with blanks",
-       {}, {}, {}, {}, "49015 42032 37518", {},
+       {},
+       {},
+       {},
+       {},
+       "49015 42032 37518",
+       {},
        {{"imei_values", {"490154203237518"}}}},
       {"IMEI with tabs, newlines and a no-break space",
-       {}, {}, {}, {}, "\t490154\n20323\u00a07518 ", {},
+       {},
+       {},
+       {},
+       {},
+       "\t490154\n20323\u00a07518 ",
+       {},
        {{"imei_values", {"490154203237518"}}}},
       {"the run's IMEI wins",
-       "356938035643809", {}, {}, {}, "490154203237518", {},
+       "356938035643809",
+       {},
+       {},
+       {},
+       "490154203237518",
+       {},
        {{"imei_values", {"356938035643809"}}}},
       {"an empty run IMEI lets the argument through",
-       "", {}, {}, {}, "490154203237518", {},
+       "",
+       {},
+       {},
+       {},
+       "490154203237518",
+       {},
        {{"imei_values", {"490154203237518"}}}},
       {"serial is a plain string without whitespace",
-       {}, {}, {}, {}, {}, " C02 XK\t1\nJG5H ",
+       {},
+       {},
+       {},
+       {},
+       {},
+       " C02 XK\t1\nJG5H ",
        {{"serial_number", "C02XK1JG5H"}}},
       {"the run's serial wins",
-       {}, "F2LXK0ABC", {}, {}, {}, "C02XK1JG5H",
+       {},
+       "F2LXK0ABC",
+       {},
+       {},
+       {},
+       "C02XK1JG5H",
        {{"serial_number", "F2LXK0ABC"}}},
       {"an empty run serial lets the argument through",
-       {}, "", {}, {}, {}, "C02XK1JG5H",
+       {},
+       "",
+       {},
+       {},
+       {},
+       "C02XK1JG5H",
        {{"serial_number", "C02XK1JG5H"}}},
       {"image addresses come from the run as one-element lists",
-       {}, {}, "https://assets.example/imei.jpg", "https://assets.example/serial.jpg", {}, {},
+       {},
+       {},
+       "https://assets.example/imei.jpg",
+       "https://assets.example/serial.jpg",
+       {},
+       {},
        {{"imei_image_url", {"https://assets.example/imei.jpg"}},
         {"serial_number_image_url", {"https://assets.example/serial.jpg"}}}},
       {"everything",
-       "490154203237518", "F2LXK0ABC", "https://a/i", "https://a/s", "1", "2",
+       "490154203237518",
+       "F2LXK0ABC",
+       "https://a/i",
+       "https://a/s",
+       "1",
+       "2",
        {{"imei_values", {"490154203237518"}},
         {"imei_image_url", {"https://a/i"}},
         {"serial_number", "F2LXK0ABC"},
@@ -345,7 +402,8 @@ TEST_F(DeviceInfoTest, ReceivedIdsTakeTheRunsValuesFirstAndStripWhitespace) {
     sdk.serialNumber_image_url = c.runSerialUrl;
     Dictionary record = collect(c.imei, c.serial);
     ASSERT_TRUE(record.contains("received_ids")) << c.name;
-    EXPECT_EQ(record["received_ids"], c.expected) << c.name << ": " << record["received_ids"].dump();
+    EXPECT_EQ(record["received_ids"], c.expected)
+        << c.name << ": " << record["received_ids"].dump();
   }
 }
 

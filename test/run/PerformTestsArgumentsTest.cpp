@@ -67,7 +67,7 @@ INSTANTIATE_TEST_SUITE_P(
         ArgumentCase{"noMicrophone", "app", "key", "123", std::nullopt, true, false, 405},
         ArgumentCase{"invalidIMEI", "app", "key", "490154203237519", std::nullopt, true, true,
                      403}),
-    [](const auto& info) { return info.param.name; });
+    [](const auto& testCase) { return testCase.param.name; });
 
 TEST_F(PerformTestsArgumentsTest, EmptyUsageDescriptionCountsAsMissing) {
   hostWithNavigation();
