@@ -7,6 +7,7 @@
 #include <string>
 
 #include "linux/LinuxDevice.h"
+#include "support/TemporaryTree.h"
 
 namespace quorvel {
 namespace {
@@ -16,18 +17,10 @@ namespace fs = std::filesystem;
 // A fake /sys, /proc, /etc and home under one temporary directory.
 class LinuxDeviceTest : public ::testing::Test {
  protected:
-  void SetUp() override {
-    std::string pattern = (fs::temp_directory_path() / "quorvel-device-XXXXXX").string();
-    ASSERT_NE(::mkdtemp(pattern.data()), nullptr);
-    root_ = pattern;
-    fs::create_directories(root_ / "home");
-  }
-  void TearDown() override { fs::remove_all(root_); }
+  void SetUp() override { fs::create_directories(root_ / "home"); }
 
   void write(const std::string& relative, const std::string& content) {
-    fs::path path = root_ / relative;
-    fs::create_directories(path.parent_path());
-    std::ofstream(path, std::ios::binary) << content;
+    tree_.write(relative, content);
   }
 
   LinuxDevice::Roots roots() const {
@@ -41,7 +34,8 @@ class LinuxDeviceTest : public ::testing::Test {
 
   LinuxDevice device() const { return LinuxDevice(roots()); }
 
-  fs::path root_;
+  quorvel::testing::TemporaryTree tree_{"quorvel-device"};
+  fs::path root_ = tree_.path();
 };
 
 TEST_F(LinuxDeviceTest, ModelFollowsSmbiosChassisCodes) {

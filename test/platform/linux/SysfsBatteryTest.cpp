@@ -6,6 +6,7 @@
 #include <string>
 
 #include "linux/SysfsBattery.h"
+#include "support/TemporaryTree.h"
 
 namespace quorvel {
 namespace {
@@ -15,18 +16,10 @@ namespace fs = std::filesystem;
 // A fake /sys/class/power_supply in a temporary directory.
 class SysfsBatteryTest : public ::testing::Test {
  protected:
-  void SetUp() override {
-    std::string pattern = (fs::temp_directory_path() / "quorvel-battery-XXXXXX").string();
-    ASSERT_NE(::mkdtemp(pattern.data()), nullptr);
-    root_ = pattern;
-    fs::create_directories(root_ / "class/power_supply");
-  }
-  void TearDown() override { fs::remove_all(root_); }
+  void SetUp() override { fs::create_directories(root_ / "class/power_supply"); }
 
   void write(const std::string& supply, const std::string& attribute, const std::string& value) {
-    fs::path dir = root_ / "class/power_supply" / supply;
-    fs::create_directories(dir);
-    std::ofstream(dir / attribute) << value << "\n";
+    tree_.write(fs::path("class/power_supply") / supply / attribute, value + "\n");
   }
 
   void addBattery(const std::string& name, const std::string& status) {
@@ -36,7 +29,8 @@ class SysfsBatteryTest : public ::testing::Test {
 
   SysfsBattery battery() const { return SysfsBattery(root_.string()); }
 
-  fs::path root_;
+  quorvel::testing::TemporaryTree tree_{"quorvel-sysfs"};
+  fs::path root_ = tree_.path();
 };
 
 TEST_F(SysfsBatteryTest, StatusMapsToBatteryState) {

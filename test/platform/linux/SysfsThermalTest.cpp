@@ -9,6 +9,7 @@
 
 #include "linux/SysfsThermal.h"
 #include "quorvel/platform/Device.h"
+#include "support/TemporaryTree.h"
 
 namespace quorvel {
 namespace {
@@ -18,17 +19,10 @@ namespace fs = std::filesystem;
 // A fake /sys/class/thermal in a temporary directory.
 class SysfsThermalTest : public ::testing::Test {
  protected:
-  void SetUp() override {
-    std::string pattern = (fs::temp_directory_path() / "quorvel-thermal-XXXXXX").string();
-    ASSERT_NE(::mkdtemp(pattern.data()), nullptr);
-    root_ = pattern;
-    fs::create_directories(root_ / "class/thermal");
-  }
-  void TearDown() override { fs::remove_all(root_); }
+  void SetUp() override { fs::create_directories(root_ / "class/thermal"); }
 
   void write(const fs::path& path, const std::string& value) {
-    fs::create_directories(path.parent_path());
-    std::ofstream(path) << value << "\n";
+    tree_.write(path.lexically_relative(root_), value + "\n");
   }
 
   // A zone at temperature (millidegrees) with (type, limit) trips numbered from 0.
@@ -45,7 +39,8 @@ class SysfsThermalTest : public ::testing::Test {
 
   int state() const { return SysfsThermal(root_.string()).state(); }
 
-  fs::path root_;
+  quorvel::testing::TemporaryTree tree_{"quorvel-sysfs"};
+  fs::path root_ = tree_.path();
 };
 
 const std::vector<std::pair<std::string, long>> kLaptopTrips = {
