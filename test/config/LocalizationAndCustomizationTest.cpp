@@ -52,15 +52,6 @@ TEST_F(LocalizationTest, CopyFollowsTheRunsLanguage) {
   }
 }
 
-TEST_F(LocalizationTest, NumberOfTotalInBothLanguages) {
-  sdk.language = SupportedLanguage::english;
-  EXPECT_EQ(Localization::format(Localization::copy("test_number_of_total"), {"2", "3"}),
-            "Test 2/3");
-  sdk.language = SupportedLanguage::portuguese;
-  EXPECT_EQ(Localization::format(Localization::copy("test_number_of_total"), {"2", "3"}),
-            "Teste 2/3");
-}
-
 using LocalizationDeathTest = LocalizationTest;
 
 TEST_F(LocalizationDeathTest, UnsupportedLanguageRawValueIsFatal) {
@@ -142,13 +133,6 @@ void expectDefaultsAroundTheme(const Customization& c, const Color& theme) {
   EXPECT_TRUE(c.customScreens.empty());
 }
 
-TEST_F(CustomizationTest, DefaultThemeWithoutAHostColour) {
-  const Color blue{11 / 255.0, 123 / 255.0, 251 / 255.0, 1};
-  EXPECT_EQ(Customization::defaultThemeColor(), blue);
-  Customization customization;
-  expectDefaultsAroundTheme(customization, blue);
-}
-
 TEST_F(CustomizationTest, HalfTransparentThemeGivesOpaqueColoursOfItsHue) {
   sdk.themeColor = Color{0.8, 0.1, 0.3, 0.5};
   Customization customization;
@@ -199,22 +183,6 @@ TEST(CustomizableScreen, CopyOverrideOnlyWhenPresentAndNotEmpty) {
     CustomizableScreen screen("start_screen", c.copies);
     EXPECT_EQ(screen.getCopyForKey("title", "Device testing"), c.expected) << c.name;
   }
-}
-
-TEST(CustomizableScreen, ImageOverrideOnlyWhenPresent) {
-  const Image logo = Image::asset("host_logo");
-  CustomizableScreen without("start_screen");
-  EXPECT_EQ(without.getImageForKey("logo"), std::nullopt);
-
-  CustomizableScreen empty("start_screen", std::nullopt, std::map<std::string, Image>{});
-  EXPECT_EQ(empty.getImageForKey("logo"), std::nullopt);
-
-  CustomizableScreen with(
-      "start_screen", std::nullopt,
-      std::map<std::string, Image>{{"logo", logo}, {"icon", Image::file("/tmp/icon.png")}});
-  EXPECT_EQ(with.getImageForKey("logo"), logo);
-  EXPECT_EQ(with.getImageForKey("icon"), Image::file("/tmp/icon.png"));
-  EXPECT_EQ(with.getImageForKey("Logo"), std::nullopt);
 }
 
 TEST_F(CustomizationTest, OverrideBeatsTheTableInEveryLanguageButEmptyFallsBack) {
