@@ -3,6 +3,7 @@
 #include <chrono>
 #include <optional>
 #include <set>
+#include <sstream>
 #include <string>
 #include <utility>
 #include <vector>
@@ -50,35 +51,15 @@ TEST_F(DeviceInfoTest, FullDeviceGivesEveryKeyWithItsValue) {
   device().carriers.emplace();
   Dictionary record = collect();
 
-  const std::set<std::string> expectedKeys = {"device_info_version",
-                                              "received_ids",
-                                              "detected_ids",
-                                              "brand",
-                                              "device_model",
-                                              "device_model_identifier",
-                                              "device_model_commercial",
-                                              "device_name",
-                                              "device_type",
-                                              "os_name",
-                                              "os_version",
-                                              "os_version_detailed",
-                                              "uptime",
-                                              "app_version",
-                                              "app_build_number",
-                                              "sdk_version_build",
-                                              "processor_count",
-                                              "active_processor_count",
-                                              "process_name",
-                                              "ram_total",
-                                              "total_disk_space",
-                                              "used_disk_space",
-                                              "free_disk_space",
-                                              "round_disk_space",
-                                              "thermal_state",
-                                              "battery_state",
-                                              "battery_level",
-                                              "carriers",
-                                              "timestamp"};
+  std::set<std::string> expectedKeys;
+  std::istringstream names(
+      "device_info_version received_ids detected_ids brand device_model device_model_identifier "
+      "device_model_commercial device_name device_type os_name os_version os_version_detailed "
+      "uptime app_version app_build_number sdk_version_build processor_count "
+      "active_processor_count process_name ram_total total_disk_space used_disk_space "
+      "free_disk_space round_disk_space thermal_state battery_state battery_level carriers "
+      "timestamp");
+  for (std::string key; names >> key;) expectedKeys.insert(key);
   EXPECT_EQ(keysOf(record), expectedKeys);
 
   EXPECT_EQ(record["device_info_version"], "2");
@@ -270,86 +251,21 @@ TEST_F(DeviceInfoTest, ReceivedIdsTakeTheRunsValuesFirstAndStripWhitespace) {
     std::optional<std::string> imei, serial;
     Dictionary expected;
   };
+  // clang-format off
   const std::vector<Case> cases = {
       {"nothing anywhere", {}, {}, {}, {}, {}, {}, Dictionary::object()},
       {"empty strings count as absent", "", "", "", "", "", "", Dictionary::object()},
-      {"IMEI argument with blanks",
-       {},
-       {},
-       {},
-       {},
-       "49015 42032 37518",
-       {},
-       {{"imei_values", {"490154203237518"}}}},
-      {"IMEI with tabs, newlines and a no-break space",
-       {},
-       {},
-       {},
-       {},
-       "\t490154\n20323\u00a07518 ",
-       {},
-       {{"imei_values", {"490154203237518"}}}},
-      {"the run's IMEI wins",
-       "356938035643809",
-       {},
-       {},
-       {},
-       "490154203237518",
-       {},
-       {{"imei_values", {"356938035643809"}}}},
-      {"an empty run IMEI lets the argument through",
-       "",
-       {},
-       {},
-       {},
-       "490154203237518",
-       {},
-       {{"imei_values", {"490154203237518"}}}},
-      {"serial is a plain string without whitespace",
-       {},
-       {},
-       {},
-       {},
-       {},
-       " C02 XK\t1\nJG5H ",
-       {{"serial_number", "C02XK1JG5H"}}},
-      {"the run's serial wins",
-       {},
-       "F2LXK0ABC",
-       {},
-       {},
-       {},
-       "C02XK1JG5H",
-       {{"serial_number", "F2LXK0ABC"}}},
-      {"an empty run serial lets the argument through",
-       {},
-       "",
-       {},
-       {},
-       {},
-       "C02XK1JG5H",
-       {{"serial_number", "C02XK1JG5H"}}},
-      {"image addresses come from the run as one-element lists",
-       {},
-       {},
-       "https://assets.example/imei.jpg",
-       "https://assets.example/serial.jpg",
-       {},
-       {},
-       {{"imei_image_url", {"https://assets.example/imei.jpg"}},
-        {"serial_number_image_url", {"https://assets.example/serial.jpg"}}}},
-      {"everything",
-       "490154203237518",
-       "F2LXK0ABC",
-       "https://a/i",
-       "https://a/s",
-       "1",
-       "2",
-       {{"imei_values", {"490154203237518"}},
-        {"imei_image_url", {"https://a/i"}},
-        {"serial_number", "F2LXK0ABC"},
-        {"serial_number_image_url", {"https://a/s"}}}},
+      {"IMEI argument with blanks", {}, {}, {}, {}, "49015 42032 37518", {}, {{"imei_values", {"490154203237518"}}}},
+      {"IMEI with tabs, newlines and a no-break space", {}, {}, {}, {}, "\t490154\n20323\u00a07518 ", {}, {{"imei_values", {"490154203237518"}}}},
+      {"the run's IMEI wins", "356938035643809", {}, {}, {}, "490154203237518", {}, {{"imei_values", {"356938035643809"}}}},
+      {"an empty run IMEI lets the argument through", "", {}, {}, {}, "490154203237518", {}, {{"imei_values", {"490154203237518"}}}},
+      {"serial is a plain string without whitespace", {}, {}, {}, {}, {}, " C02 XK\t1\nJG5H ", {{"serial_number", "C02XK1JG5H"}}},
+      {"the run's serial wins", {}, "F2LXK0ABC", {}, {}, {}, "C02XK1JG5H", {{"serial_number", "F2LXK0ABC"}}},
+      {"an empty run serial lets the argument through", {}, "", {}, {}, {}, "C02XK1JG5H", {{"serial_number", "C02XK1JG5H"}}},
+      {"image addresses come from the run as one-element lists", {}, {}, "https://assets.example/imei.jpg", "https://assets.example/serial.jpg", {}, {}, {{"imei_image_url", {"https://assets.example/imei.jpg"}}, {"serial_number_image_url", {"https://assets.example/serial.jpg"}}}},
+      {"everything", "490154203237518", "F2LXK0ABC", "https://a/i", "https://a/s", "1", "2", {{"imei_values", {"490154203237518"}}, {"imei_image_url", {"https://a/i"}}, {"serial_number", "F2LXK0ABC"}, {"serial_number_image_url", {"https://a/s"}}}},
   };
+  // clang-format on
   for (const auto& c : cases) {
     sdk.imei = c.runImei;
     sdk.serialNumber = c.runSerial;
