@@ -18,8 +18,6 @@ namespace quorvel {
 
 namespace {
 
-bool present(const std::optional<std::string>& value) { return value && !value->empty(); }
-
 // Empty strings count as absent: the key is left out.
 void putText(Dictionary& record, const char* key, const std::string& value) {
   if (!value.empty()) record[key] = value;
@@ -68,14 +66,14 @@ Dictionary receivedIds(const std::optional<std::string>& imeiArgument,
   const auto& run = QuorvelSDK::shared();
   Dictionary ids = Dictionary::object();
   // The run's identifiers win over the caller's.
-  const auto& imei = present(run.imei) ? run.imei : imeiArgument;
-  const auto& serial = present(run.serialNumber) ? run.serialNumber : serialArgument;
-  if (present(imei)) ids["imei_values"] = Dictionary::array({removingWhitespace(*imei)});
-  if (present(run.imei_image_url)) {
+  const auto& imei = hasText(run.imei) ? run.imei : imeiArgument;
+  const auto& serial = hasText(run.serialNumber) ? run.serialNumber : serialArgument;
+  if (hasText(imei)) ids["imei_values"] = Dictionary::array({removingWhitespace(*imei)});
+  if (hasText(run.imei_image_url)) {
     ids["imei_image_url"] = Dictionary::array({*run.imei_image_url});
   }
-  if (present(serial)) ids["serial_number"] = removingWhitespace(*serial);
-  if (present(run.serialNumber_image_url)) {
+  if (hasText(serial)) ids["serial_number"] = removingWhitespace(*serial);
+  if (hasText(run.serialNumber_image_url)) {
     ids["serial_number_image_url"] = Dictionary::array({*run.serialNumber_image_url});
   }
   return ids;
@@ -138,7 +136,7 @@ Dictionary DeviceInfoHelper::getDeviceInfo(const std::optional<std::string>& ime
   Dictionary record = Dictionary::object();
   record["device_info_version"] = "2";
   record["received_ids"] = receivedIds(imei, serialNumber);
-  if (auto vendor = device.identifierForVendor(); present(vendor)) {
+  if (auto vendor = device.identifierForVendor(); hasText(vendor)) {
     record["detected_ids"] = {{"vendor_id", uppercased(*vendor)}};
   }
   putText(record, "brand", device.brand());

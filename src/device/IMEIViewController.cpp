@@ -132,6 +132,7 @@ void IMEIViewController::viewDidLoad() {
   look.styleMainButton(next);
   outlet<Button>("uiBtKeyboardDone").title = Localization::copy("done");
 
+  imeiPlaceholder_ = look.text(keys::Copy::textfield_placeholder, "imei_add_screen_placeholder");
   setMode(Mode::imei);
   setImage(std::nullopt);
 }
@@ -142,8 +143,7 @@ void IMEIViewController::setMode(Mode mode) {
   outlet<RadioButton>("uiRBSerialNumber").isChecked = mode == Mode::serialNumber;
   auto& field = outlet<TextField>("uiTfIMEI");
   if (mode == Mode::imei) {
-    ScreenAppearance look(ScreenType::imei_screen);
-    field.placeholder = look.text(keys::Copy::textfield_placeholder, "imei_add_screen_placeholder");
+    field.placeholder = imeiPlaceholder_;
     field.keyboardType = KeyboardType::numberPad;
   } else {
     field.placeholder = Localization::copy("add_screen_placeholder_serial_number");

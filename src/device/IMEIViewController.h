@@ -50,6 +50,7 @@ class IMEIViewController : public ViewController {
                  std::vector<std::pair<std::string, std::function<void()>>> actions);
 
   Mode mode_ = Mode::imei;
+  std::string imeiPlaceholder_;
   std::optional<Image> imeiImage_;
 };
 

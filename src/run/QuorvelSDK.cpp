@@ -35,8 +35,6 @@ Dictionary errorResponse(int code) {
   return {{"status_code", code}, {"message", StatusCodes::getDescription(code)}};
 }
 
-bool isBlank(const std::optional<std::string>& value) { return !value || value->empty(); }
-
 std::string describe(const std::shared_ptr<ViewController>& controller) {
   return controller ? controller->description() : "nil";
 }
@@ -48,6 +46,12 @@ std::string describe(const std::vector<std::shared_ptr<ViewController>>& control
     text += describe(controllers[i]);
   }
   return text + "]";
+}
+
+// The first screen of the stack, for log lines.
+std::string describeRoot(const std::shared_ptr<NavigationController>& navigation) {
+  if (!navigation || navigation->viewControllers().empty()) return "nil";
+  return navigation->viewControllers().front()->description();
 }
 
 }  // namespace
@@ -182,8 +186,8 @@ std::shared_ptr<ViewController> QuorvelSDK::makeStartScreen() {
 }
 
 void QuorvelSDK::begin() {
-  bool identified = !isBlank(imei) || !isBlank(imei_image_url) || !isBlank(serialNumber) ||
-                    !isBlank(serialNumber_image_url);
+  bool identified = hasText(imei) || hasText(imei_image_url) || hasText(serialNumber) ||
+                    hasText(serialNumber_image_url);
   if (!identified && requestIdentifier) {
     auto entry = std::make_shared<IMEIViewController>();
     entry->delegate = weak_from_this();
@@ -257,8 +261,7 @@ void QuorvelSDK::cancelTests(std::optional<Dictionary> response) {
           (testsCompletionHandler ? "not nil" : "nil"));
   logLine(std::string("navigationController is: ") + (navigationController ? "not nil" : "nil"));
   if (navigationController) {
-    const auto& stack = navigationController->viewControllers();
-    logLine("navigationController RootVC: " + describe(stack.empty() ? nullptr : stack.front()));
+    logLine("navigationController RootVC: " + describeRoot(navigationController));
   }
   giveNavigationBack();
   if (auto handler = std::move(testsCompletionHandler)) {
@@ -278,8 +281,7 @@ void QuorvelSDK::giveNavigationBack() {
     navigation->popToViewController(*rootViewControllerVCS.back(), false);
     logLine("pushed rootViewControllerVCS.last");
   } else {
-    const auto& stack = navigation->viewControllers();
-    logLine("poppedToRootViewController " + describe(stack.empty() ? nullptr : stack.front()));
+    logLine("poppedToRootViewController " + describeRoot(navigation));
     navigation->popToRootViewController(false);
   }
 }
@@ -376,11 +378,7 @@ void QuorvelSDK::deliver(Dictionary response) {
     auto self = weak.lock();
     if (!self) return;
     self->loadingView->fadeOutAndRemove(0.1);
-    std::string first = "nil";
-    if (self->navigationController && !self->navigationController->viewControllers().empty()) {
-      first = self->navigationController->viewControllers().front()->description();
-    }
-    logLine("Navigating to RootVC: " + first);
+    logLine("Navigating to RootVC: " + describeRoot(self->navigationController));
     self->giveNavigationBack();
   });
   if (auto handler = std::move(testsCompletionHandler)) {

@@ -37,12 +37,9 @@ void ScreenTable::unbind(const std::string& key) { factories_.erase(key); }
 
 std::shared_ptr<ViewController> ScreenTable::makeScreen(const std::string& key,
                                                         QuorvelSDK& run) const {
-  for (const auto& candidate : keys()) {
-    if (candidate != key) continue;
-    auto it = factories_.find(candidate);
-    return it == factories_.end() ? nullptr : it->second(run);
-  }
-  return nullptr;
+  // bind() admits only the table's keys, so any other key finds nothing here.
+  auto it = factories_.find(key);
+  return it == factories_.end() ? nullptr : it->second(run);
 }
 
 }  // namespace quorvel

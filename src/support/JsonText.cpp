@@ -1,7 +1,6 @@
 #include "support/JsonText.h"
 
 #include <charconv>
-#include <cstdlib>
 
 #include "device/CryptoHelper.h"
 
@@ -23,10 +22,12 @@ std::string jsonDigest(const Dictionary& value, const std::string& suffix) {
 }
 
 Dictionary floatValue(float value) {
+  // Both directions ignore the C locale, which a host may have set to a comma decimal mark.
   char text[64];
-  auto result = std::to_chars(text, text + sizeof text - 1, value);
-  *result.ptr = '\0';
-  return std::strtod(text, nullptr);
+  auto written = std::to_chars(text, text + sizeof text, value);
+  double widened = 0;
+  std::from_chars(text, written.ptr, widened);
+  return widened;
 }
 
 }  // namespace quorvel

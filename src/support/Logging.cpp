@@ -1,5 +1,6 @@
 #include "support/Logging.h"
 
+#include <cstdio>
 #include <string>
 
 #include "quorvel/platform/Platform.h"
@@ -12,6 +13,12 @@ void logLine(std::string_view message) {
   std::string line = "Zephyn Log: ";
   line += message;
   log->write(line);
+}
+
+std::string addressText(const void* object) {
+  char text[32];
+  std::snprintf(text, sizeof text, "%p", object);
+  return text;
 }
 
 }  // namespace quorvel

@@ -1,5 +1,6 @@
 #pragma once
 
+#include <optional>
 #include <string>
 #include <string_view>
 
@@ -13,6 +14,9 @@ bool isUnicodeWhitespace(char32_t c);
 
 // text without any whitespace character anywhere in it.
 std::string removingWhitespace(std::string_view text);
+
+// Present and not empty: empty strings count as absent throughout the SDK.
+inline bool hasText(const std::optional<std::string>& value) { return value && !value->empty(); }
 
 // text without whitespace and line breaks at both ends.
 std::string trimmingWhitespace(std::string_view text);

@@ -1,7 +1,5 @@
 #include "ui/ViewController.h"
 
-#include <cstdio>
-
 #include "support/Logging.h"
 
 namespace quorvel {
@@ -15,9 +13,7 @@ ViewController::ViewController(std::string interfaceName)
 ViewController::~ViewController() = default;
 
 std::string ViewController::description() const {
-  char address[32];
-  std::snprintf(address, sizeof address, "%p", static_cast<const void*>(this));
-  return "<" + interfaceName_ + ": " + address + ">";
+  return "<" + interfaceName_ + ": " + addressText(this) + ">";
 }
 
 void ViewController::loadViewIfNeeded() {

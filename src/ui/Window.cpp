@@ -1,8 +1,8 @@
 #include "ui/Window.h"
 
 #include <algorithm>
-#include <cstdio>
 
+#include "support/Logging.h"
 #include "ui/LoadingView.h"
 
 namespace quorvel {
@@ -14,9 +14,7 @@ void Window::setRootViewController(std::shared_ptr<ViewController> root) {
 }
 
 std::string Window::description() const {
-  char address[32];
-  std::snprintf(address, sizeof address, "%p", static_cast<const void*>(this));
-  std::string text = std::string("<Window: ") + address;
+  std::string text = "<Window: " + addressText(this);
   if (root_) text += "; rootViewController = " + root_->description();
   return text + ">";
 }
