@@ -14,6 +14,11 @@
 #include "run/ScreenTable.h"
 #include "screens/StartViewControllerDelegate.h"
 #include "screens/TestsFinishedViewControllerDelegate.h"
+#include "tests/physical/Buttons_v1_ViewControllerDelegate.h"
+#include "tests/physical/Charging_v1_ViewControllerDelegate.h"
+#include "tests/physical/MultiTouch_v1_ViewControllerDelegate.h"
+#include "tests/physical/MultiTouch_v2_ViewControllerDelegate.h"
+#include "tests/physical/MultipleTests_v2_ViewControllerDelegate.h"
 
 namespace quorvel {
 
@@ -28,7 +33,12 @@ class ViewController;
 class QuorvelSDK : public std::enable_shared_from_this<QuorvelSDK>,
                    public StartViewControllerDelegate,
                    public IMEIViewControllerDelegate,
-                   public TestsFinishedViewControllerDelegate {
+                   public TestsFinishedViewControllerDelegate,
+                   public Buttons_v1_ViewControllerDelegate,
+                   public Charging_v1_ViewControllerDelegate,
+                   public MultiTouch_v1_ViewControllerDelegate,
+                   public MultiTouch_v2_ViewControllerDelegate,
+                   public MultipleTests_v2_ViewControllerDelegate {
  public:
   using Completion = std::function<void(std::optional<Dictionary>)>;
 
@@ -88,6 +98,21 @@ class QuorvelSDK : public std::enable_shared_from_this<QuorvelSDK>,
   void IMEIViewControllerPressedCancel(IMEIViewController& vc) override;
   void TestsFinishedViewControllerTestAgainPressed(TestsFinishedViewController& vc) override;
   void TestsFinishedViewControllerDidFinish(TestsFinishedViewController& vc) override;
+  void Buttons_v1_ViewControllerFinished(Buttons_v1_ViewController& vc,
+                                         const Dictionary& results) override;
+  void Buttons_v1_ViewControllerCancelled(Buttons_v1_ViewController& vc) override;
+  void Charging_v1_ViewControllerFinished(Charging_v1_ViewController& vc,
+                                          const Dictionary& result) override;
+  void Charging_v1_ViewControllerCancelled(Charging_v1_ViewController& vc) override;
+  void MultiTouch_v1_ViewControllerFinished(MultiTouch_v1_ViewController& vc,
+                                            const Dictionary& result) override;
+  void MultiTouch_v1_ViewControllerCancelled(MultiTouch_v1_ViewController& vc) override;
+  void MultiTouch_v2_ViewControllerFinished(MultiTouch_v2_ViewController& vc,
+                                            const Dictionary& result) override;
+  void MultiTouch_v2_ViewControllerCancelled(MultiTouch_v2_ViewController& vc) override;
+  void MultipleTests_v2_ViewControllerFinished(MultipleTests_v2_ViewController& vc,
+                                               const Dictionary& result) override;
+  void MultipleTests_v2_ViewControllerCancelled(MultipleTests_v2_ViewController& vc) override;
 
   // What every test screen's delegate operations come down to: file the result under its key
   // (replacing an earlier one) and show the next screen, or end the run without results.
@@ -107,6 +132,9 @@ class QuorvelSDK : public std::enable_shared_from_this<QuorvelSDK>,
   void repeatTests();
   void giveNavigationBack();
   void submitResults();
+  // The uploaded document: {"sha256": seal of the JSON text of finalResponseObject + appID,
+  // "data": finalResponseObject}.
+  std::string resultsDocumentText() const;
   void uploadFailed();
   void deliver(Dictionary response);
   void clearRunIdentifiers();

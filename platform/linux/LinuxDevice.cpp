@@ -20,6 +20,8 @@
 #include <string_view>
 #include <utility>
 
+#include "quorvel/platform/Platform.h"
+
 namespace quorvel {
 
 namespace {
@@ -150,6 +152,10 @@ LinuxDevice::LinuxDevice() : LinuxDevice(Roots{}) {}
 
 LinuxDevice::LinuxDevice(Roots roots)
     : roots_(std::move(roots)), thermal_(roots_.sys), battery_(roots_.sys) {}
+
+LinuxDevice::~LinuxDevice() {
+  if (batteryPoll_) batteryPoll_->cancel();
+}
 
 std::string LinuxDevice::model() const {
   std::string kind = chassisFromDmi(readTrimmed(roots_.sys + "/class/dmi/id/chassis_type"));
@@ -311,11 +317,61 @@ std::int64_t LinuxDevice::freeDiskSpaceInBytes() const {
   return diskSizes(homeDirectory()).available;
 }
 
+std::string LinuxDevice::documentsDirectory() const {
+  if (auto fromEnvironment = environmentVariable("XDG_DOCUMENTS_DIR");
+      fromEnvironment && !fromEnvironment->empty()) {
+    return *fromEnvironment;
+  }
+  std::string home = homeDirectory();
+  auto configHome = environmentVariable("XDG_CONFIG_HOME");
+  std::string config = (configHome && !configHome->empty()) ? *configHome : home + "/.config";
+  // xdg-user-dirs writes lines such as XDG_DOCUMENTS_DIR="$HOME/Documents".
+  std::ifstream dirs(config + "/user-dirs.dirs");
+  std::string line;
+  const std::string key = "XDG_DOCUMENTS_DIR=\"";
+  while (std::getline(dirs, line)) {
+    if (line.rfind(key, 0) != 0 || line.size() < key.size() + 1 || line.back() != '"') continue;
+    std::string value = line.substr(key.size(), line.size() - key.size() - 1);
+    if (value.rfind("$HOME", 0) == 0) value = home + value.substr(5);
+    // A setting equal to $HOME means "no documents folder"; keep the documents separate.
+    if (!value.empty() && value != home && value != home + "/") return value;
+  }
+  return home + "/Documents";
+}
+
 int LinuxDevice::thermalState() const { return thermal_.state(); }
 
 bool LinuxDevice::isBatteryMonitoringEnabled() const { return batteryMonitoring_; }
 
-void LinuxDevice::setBatteryMonitoringEnabled(bool enabled) { batteryMonitoring_ = enabled; }
+void LinuxDevice::setBatteryMonitoringEnabled(bool enabled) {
+  if (batteryMonitoring_.exchange(enabled) == enabled) return;
+  if (!enabled) {
+    if (batteryPoll_) batteryPoll_->cancel();
+    batteryPoll_.reset();
+    return;
+  }
+  polledState_ = battery_.state();
+  polledLevel_ = battery_.level();
+  scheduleBatteryPoll();
+}
+
+void LinuxDevice::scheduleBatteryPoll() {
+  // The queue only runs the poll while this device exists: the destructor cancels it.
+  batteryPoll_ = platform().mainQueue->asyncAfter(kBatteryPollSeconds, [this] { pollBattery(); });
+}
+
+void LinuxDevice::pollBattery() {
+  BatteryState state = battery_.state();
+  float level = battery_.level();
+  bool stateChanged = state != polledState_;
+  bool levelChanged = level != polledLevel_;
+  polledState_ = state;
+  polledLevel_ = level;
+  // Scheduled before the observers run, so that one switching monitoring off cancels it.
+  scheduleBatteryPoll();
+  if (stateChanged) batteryDidChange(BatteryChange::state);
+  if (levelChanged) batteryDidChange(BatteryChange::level);
+}
 
 BatteryState LinuxDevice::batteryState() const {
   return batteryMonitoring_ ? battery_.state() : BatteryState::unknown;

@@ -1,11 +1,13 @@
 #pragma once
 
 #include <atomic>
+#include <memory>
 #include <string>
 
 #include "linux/SysfsBattery.h"
 #include "linux/SysfsThermal.h"
 #include "quorvel/platform/Device.h"
+#include "quorvel/platform/MainQueue.h"
 
 namespace quorvel {
 
@@ -23,6 +25,7 @@ class LinuxDevice : public Device {
 
   LinuxDevice();
   explicit LinuxDevice(Roots roots);
+  ~LinuxDevice() override;
 
   std::string model() const override;
   std::string name() const override;
@@ -45,6 +48,8 @@ class LinuxDevice : public Device {
 
   std::int64_t totalDiskSpaceInBytes() const override;
   std::int64_t freeDiskSpaceInBytes() const override;
+  // $XDG_DOCUMENTS_DIR, else the user's xdg-user-dirs setting, else ~/Documents.
+  std::string documentsDirectory() const override;
 
   int thermalState() const override;
 
@@ -52,10 +57,17 @@ class LinuxDevice : public Device {
   void setBatteryMonitoringEnabled(bool enabled) override;
   BatteryState batteryState() const override;
   float batteryLevel() const override;
+  // The power supplies are read every second on the main queue while monitoring is on.
+  static constexpr double kBatteryPollSeconds = 1.0;
+
+  // A desktop's screen does not turn with the application.
+  void setOrientation(DeviceOrientation) override {}
 
   std::optional<std::vector<std::pair<std::string, Carrier>>> cellularProviders() const override;
 
  private:
+  void scheduleBatteryPoll();
+  void pollBattery();
   std::string osReleaseField(const std::string& key) const;
   std::string homeDirectory() const;
 
@@ -63,6 +75,10 @@ class LinuxDevice : public Device {
   SysfsThermal thermal_;
   SysfsBattery battery_;
   std::atomic<bool> batteryMonitoring_{false};
+  // What the last battery poll read, to tell changes apart.
+  BatteryState polledState_ = BatteryState::unknown;
+  float polledLevel_ = -1.0f;
+  std::shared_ptr<WorkItem> batteryPoll_;
 };
 
 }  // namespace quorvel

@@ -1,9 +1,11 @@
 #include "device/IMEIViewController.h"
 
+#include "backend/AssetUploaderWebService.h"
 #include "quorvel/Localization.h"
 #include "quorvel/ScreenCustomizationKeys.h"
 #include "quorvel/ScreenType.h"
 #include "quorvel/platform/Platform.h"
+#include "support/Fatal.h"
 #include "support/Utf8.h"
 #include "ui/AlertController.h"
 #include "ui/Application.h"
@@ -38,7 +40,8 @@ bool IMEIViewController::isValidIMEI(std::string_view text) {
   return sum % 10 == 0;
 }
 
-IMEIViewController::IMEIViewController() : ViewController("IMEIViewController") {
+IMEIViewController::IMEIViewController()
+    : ViewController("IMEIViewController"), imageUploader(&AssetUploaderWebService::uploadImage) {
   for (const char* name : {"uiLbTitle", "uiLbDescription", "uiLbOr", "uiLbAttachText"}) {
     registerOutlet<Label>(name);
   }
@@ -188,10 +191,7 @@ void IMEIViewController::uploadImage() {
       if (self) self->uploadFinished(response);
     });
   };
-  if (!imageUploader) {
-    finished(std::nullopt, "this build has no assets uploader");
-    return;
-  }
+  if (!imageUploader) QUORVEL_FATAL("IMEIViewController needs an imageUploader");
   imageUploader(*imeiImage_, finished);
 }
 

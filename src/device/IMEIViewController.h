@@ -31,7 +31,7 @@ class IMEIViewController : public ViewController {
   static bool isValidIMEI(std::string_view text);
 
   std::weak_ptr<IMEIViewControllerDelegate> delegate;
-  // Sends an attached photo to the assets backend.
+  // Sends an attached photo to the assets backend (AssetUploaderWebService::uploadImage).
   ImageUploader imageUploader;
   std::shared_ptr<LoadingView> loadingView = std::make_shared<LoadingView>();
 

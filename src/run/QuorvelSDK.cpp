@@ -1,5 +1,10 @@
 #include "quorvel/QuorvelSDK.h"
 
+#include <filesystem>
+#include <fstream>
+
+#include "backend/AssetUploaderWebService.h"
+#include "device/CryptoHelper.h"
 #include "device/DeviceInfoHelper.h"
 #include "device/IMEIViewController.h"
 #include "quorvel/ScreenType.h"
@@ -11,6 +16,7 @@
 #include "support/JsonText.h"
 #include "support/Logging.h"
 #include "support/Utf8.h"
+#include "support/Uuid.h"
 #include "ui/AlertController.h"
 #include "ui/Application.h"
 #include "ui/LoadingView.h"
@@ -339,10 +345,77 @@ void QuorvelSDK::TestsFinishedViewControllerDidFinish(TestsFinishedViewControlle
   submitResults();
 }
 
+namespace {
+
+// The JSON text every writer of the run uses: compact, keys sorted, invalid UTF-8 replaced.
+std::string documentText(const Dictionary& value) {
+  return value.dump(-1, ' ', false, Dictionary::error_handler_t::replace);
+}
+
+// Writes text to path through a temporary file in the same folder, so a reader never sees a
+// half-written document and an earlier one is replaced in one step.
+bool writeAtomically(const std::filesystem::path& path, const std::string& text) {
+  std::error_code failure;
+  std::filesystem::create_directories(path.parent_path(), failure);
+  if (failure) return false;
+  std::filesystem::path temporary = path;
+  temporary += ".part-" + makeUUIDString();
+  {
+    std::ofstream out(temporary, std::ios::binary | std::ios::trunc);
+    out.write(text.data(), static_cast<std::streamsize>(text.size()));
+    out.close();
+    if (!out) {
+      std::filesystem::remove(temporary, failure);
+      return false;
+    }
+  }
+  std::filesystem::rename(temporary, path, failure);
+  if (failure) std::filesystem::remove(temporary, failure);
+  return !failure;
+}
+
+std::string stringEntry(const Dictionary& object, const char* key) {
+  auto it = object.find(key);
+  return (it != object.end() && it->is_string()) ? it->get<std::string>() : std::string();
+}
+
+}  // namespace
+
+std::string QuorvelSDK::resultsDocumentText() const {
+  std::string text = documentText(finalResponseObject);
+  std::string seal =
+      CryptoHelper::hexString(CryptoHelper::sha256(std::string_view(text + appID.value_or(""))));
+  return documentText(Dictionary{{"sha256", seal}, {"data", finalResponseObject}});
+}
+
 void QuorvelSDK::submitResults() {
-  // This build has no assets uploader to send the results document with, so the submission
-  // takes the failure path: the person may try again or give up, and the host hears 406.
-  uploadFailed();
+  std::filesystem::path path =
+      std::filesystem::path(platform().device->documentsDirectory()) / "jsonResults.json";
+  if (!writeAtomically(path, resultsDocumentText())) {
+    logLine("Cannot write " + path.string());
+    uploadFailed();
+    return;
+  }
+  std::weak_ptr<QuorvelSDK> weak = weak_from_this();
+  AssetUploaderWebService::uploadFile(path.string(), [weak](std::optional<Dictionary> response,
+                                                            std::optional<std::string> error) {
+    platform().mainQueue->async([weak, response = std::move(response), error] {
+      auto self = weak.lock();
+      if (!self) return;
+      if (error) {
+        self->uploadFailed();
+        return;
+      }
+      // Neither an error nor an answer: the run stays open under the overlay.
+      if (!response) return;
+      self->finalResponseObject["uploaded_results_info"] = {
+          {"filename", stringEntry(*response, "filename")}, {"url", stringEntry(*response, "url")}};
+      self->finalResponseObject["status_code"] = StatusCodes::testFinished;
+      self->finalResponseObject["status_message"] =
+          StatusCodes::getDescription(StatusCodes::testFinished);
+      self->deliver(self->finalResponseObject);
+    });
+  });
 }
 
 void QuorvelSDK::uploadFailed() {

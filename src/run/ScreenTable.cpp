@@ -2,11 +2,39 @@
 
 #include <algorithm>
 
+#include "quorvel/QuorvelSDK.h"
 #include "quorvel/ScreenType.h"
+#include "tests/physical/Buttons_v1_ViewController.h"
+#include "tests/physical/Charging_v1_ViewController.h"
+#include "tests/physical/MultiTouch_v1_ViewController.h"
+#include "tests/physical/MultiTouch_v2_ViewController.h"
+#include "tests/physical/MultipleTests_v2_ViewController.h"
 
 namespace quorvel {
 
-ScreenTable::ScreenTable() = default;
+namespace {
+
+// A new Screen that reports to the run controller.
+template <class Screen>
+std::shared_ptr<Screen> reportingTo(QuorvelSDK& run) {
+  auto screen = std::make_shared<Screen>();
+  screen->delegate = run.weak_from_this();
+  return screen;
+}
+
+}  // namespace
+
+ScreenTable::ScreenTable() {
+  bind(ScreenType::charging_v1, reportingTo<Charging_v1_ViewController>);
+  bind(ScreenType::multi_touch_v1, reportingTo<MultiTouch_v1_ViewController>);
+  bind(ScreenType::buttons_v1, reportingTo<Buttons_v1_ViewController>);
+  bind(ScreenType::multiple_tests_v2, [](QuorvelSDK& run) {
+    auto screen = reportingTo<MultipleTests_v2_ViewController>(run);
+    screen->selectedTests = run.multipleTestsList;
+    return screen;
+  });
+  bind(ScreenType::multi_touch_v2, reportingTo<MultiTouch_v2_ViewController>);
+}
 
 const std::vector<std::string>& ScreenTable::keys() {
   static const std::vector<std::string> table = {

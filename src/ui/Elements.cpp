@@ -1,5 +1,7 @@
 #include "ui/Elements.h"
 
+#include "ui/GestureRecognizer.h"
+
 namespace quorvel {
 
 namespace {
@@ -23,13 +25,17 @@ Dictionary toJson(const Image& image) {
 }
 
 Dictionary Element::toJson() const {
+  Dictionary recognizers = Dictionary::array();
+  for (const auto& recognizer : gestureRecognizers) recognizers.push_back(recognizer->toJson());
   return {{"kind", kind()},
           {"hidden", hidden},
           {"alpha", alpha},
           {"backgroundColor", colorJson(backgroundColor)},
           {"tintColor", colorJson(tintColor)},
           {"cornerRadius", cornerRadius},
-          {"userInteractionEnabled", userInteractionEnabled}};
+          {"userInteractionEnabled", userInteractionEnabled},
+          {"bounds", {{"width", bounds.width}, {"height", bounds.height}}},
+          {"gestureRecognizers", recognizers}};
 }
 
 Dictionary Label::toJson() const {
@@ -90,6 +96,14 @@ Dictionary ProgressBar::toJson() const {
   for (const auto& segment : segments) segmentList.push_back(colorJson(segment));
   json["segments"] = segmentList;
   json["segmentHeight"] = segmentHeight;
+  return json;
+}
+
+Dictionary Table::toJson() const {
+  Dictionary json = Element::toJson();
+  json["registeredCells"] = registeredCells;
+  json["rows"] = rows;
+  json["reloadCount"] = reloadCount;
   return json;
 }
 

@@ -3,16 +3,20 @@
 // The interface elements that a screen's outlets hold. Each holds only what a renderer needs; a
 // front end draws them and reports input back through the screen's actions.
 
+#include <memory>
 #include <optional>
 #include <string>
 #include <vector>
 
 #include "quorvel/Customization.h"
 #include "quorvel/Dictionary.h"
+#include "ui/Geometry.h"
 
 namespace quorvel {
 
 enum class KeyboardType : int { standard = 0, numberPad = 4 };
+
+class GestureRecognizer;
 
 struct Element {
   virtual ~Element() = default;
@@ -25,6 +29,10 @@ struct Element {
   std::optional<Color> tintColor;
   double cornerRadius = 0;
   bool userInteractionEnabled = true;
+  // The size the front end laid the element out at.
+  Size bounds;
+  // Attached by the screen (ViewController::addGestureRecognizer), fed by the front end.
+  std::vector<std::shared_ptr<GestureRecognizer>> gestureRecognizers;
 };
 
 struct View : Element {
@@ -99,6 +107,17 @@ struct ProgressBar : Element {
 
   std::vector<std::optional<Color>> segments;
   double segmentHeight = 3;
+};
+
+// A list of rows, each drawn by the cell the table registered under the row's "cell" name.
+struct Table : Element {
+  const char* kind() const override { return "Table"; }
+  Dictionary toJson() const override;
+
+  std::vector<std::string> registeredCells;
+  std::vector<Dictionary> rows;
+  // Grows with every reload, so that the front end redraws the rows.
+  int reloadCount = 0;
 };
 
 struct ActivityIndicator : Element {

@@ -52,6 +52,24 @@ void ViewController::textFieldDidChange(const std::string& name, std::string tex
   outlet<TextField>(name).text = std::move(text);
 }
 
+void ViewController::addGestureRecognizer(const std::string& outletName,
+                                          std::shared_ptr<GestureRecognizer> recognizer) {
+  if (!recognizer) QUORVEL_FATAL("adding no gesture recognizer to " + outletName);
+  outlet<Element>(outletName).gestureRecognizers.push_back(std::move(recognizer));
+}
+
+void ViewController::removeGestureRecognizers(const std::string& outletName) {
+  outlet<Element>(outletName).gestureRecognizers.clear();
+}
+
+void ViewController::handleTouches(const std::string& outletName, TouchPhase phase,
+                                   const std::vector<Touch>& touches) {
+  // A recogniser's action may remove recognisers or take this screen off the stack.
+  auto self = weak_from_this().lock();
+  auto recognizers = findOutlet<Element>(outletName).gestureRecognizers;
+  for (const auto& recognizer : recognizers) recognizer->handle(phase, touches);
+}
+
 Dictionary ViewController::snapshot() const {
   Dictionary outlets = Dictionary::object();
   for (const auto& [name, element] : outlets_) outlets[name] = element->toJson();

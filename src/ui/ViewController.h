@@ -9,6 +9,7 @@
 #include "quorvel/Dictionary.h"
 #include "support/Fatal.h"
 #include "ui/Elements.h"
+#include "ui/GestureRecognizer.h"
 #include "ui/Observable.h"
 
 namespace quorvel {
@@ -54,6 +55,14 @@ class ViewController : public Observable, public std::enable_shared_from_this<Vi
   std::vector<std::string> actionNames() const;
   // The person edited a text field.
   void textFieldDidChange(const std::string& name, std::string text);
+
+  // Gesture recognisers on an outlet. The front end shows a removal through the next update.
+  void addGestureRecognizer(const std::string& outletName,
+                            std::shared_ptr<GestureRecognizer> recognizer);
+  void removeGestureRecognizers(const std::string& outletName);
+  // Touches of one phase on an outlet, in its coordinates, for the outlet's recognisers.
+  void handleTouches(const std::string& outletName, TouchPhase phase,
+                     const std::vector<Touch>& touches);
 
   // The whole screen as JSON: interface, outlets with their properties, actions, presented alert.
   virtual Dictionary snapshot() const;

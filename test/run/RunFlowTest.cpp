@@ -1,9 +1,18 @@
+#include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
+#include <filesystem>
+#include <fstream>
+
+#include "AssetsServer.h"
+#include "device/CryptoHelper.h"
 #include "device/IMEIViewController.h"
 #include "quorvel/StatusCodes.h"
+#include "support/ObservingHttpClient.h"
+#include "support/ScriptedHttpServer.h"
 #include "support/ScriptedTestScreen.h"
 #include "support/SdkFixture.h"
+#include "support/TestImages.h"
 #include "ui/AlertController.h"
 #include "ui/LoadingView.h"
 
@@ -11,7 +20,10 @@ namespace {
 
 using namespace quorvel;
 using quorvel::testing::kValidIMEI;
+using quorvel::testing::ObservingHttpClient;
+using quorvel::testing::ScriptedHttpServer;
 using quorvel::testing::ScriptedTestScreen;
+using quorvel::testing::TemporaryTree;
 
 Dictionary cancelled() { return {{"status_code", 301}, {"message", "Test was canceled by user"}}; }
 
@@ -42,6 +54,10 @@ class RunFlowTest : public quorvel::testing::SdkFixture {
   std::shared_ptr<AlertController> presentedAlert() const {
     return std::dynamic_pointer_cast<AlertController>(
         sdk.navigationController->presentedViewController());
+  }
+
+  bool waitForAlert() {
+    return waitUntil([&] { return presentedAlert() != nullptr; });
   }
 
   // Walks a default run with the host's own navigation stack up to the end screen.
@@ -268,13 +284,14 @@ TEST_F(RunFlowTest, TestAgainRepeatsFromTheStartScreenAndReplacesResults) {
   EXPECT_EQ(sdk.testResults.at("multi_touch"), (Dictionary{{"success", false}}));
 }
 
-TEST_F(RunFlowTest, FinishWithoutAnUploaderOffersRetryOrTryLater) {
+TEST_F(RunFlowTest, FailedUploadOffersRetryOrTryLater) {
   runToEndScreen();
   press("uiBtDone_TouchUpInside");
   EXPECT_EQ(sdk.loadingView->window(), window);
   EXPECT_EQ(sdk.finalResponseObject.at("tests_results"), sdk.testResults);
+  // Nothing listens on the test platform's assets host.
+  ASSERT_TRUE(waitForAlert());
   auto alert = presentedAlert();
-  ASSERT_TRUE(alert);
   EXPECT_EQ(alert->title(), "");
   EXPECT_EQ(alert->message(),
             "An error proccessing your request has occurred. Please tap 'Finish' to try again or "
@@ -296,6 +313,7 @@ TEST_F(RunFlowTest, FinishWithoutAnUploaderOffersRetryOrTryLater) {
 
   // Try later: the host hears 406 under "status_message" and gets its navigation back.
   press("uiBtDone_TouchUpInside");
+  ASSERT_TRUE(waitForAlert());
   presentedAlert()->performAction(1);
   settle();
   ASSERT_EQ(outcome->calls, 1);
@@ -311,6 +329,7 @@ TEST_F(RunFlowTest, FinishAfterTheRunEndedOnlyShowsTheOverlay) {
   runToEndScreen();
   auto endScreen = top();
   press("uiBtDone_TouchUpInside");
+  ASSERT_TRUE(waitForAlert());
   presentedAlert()->performAction(1);
   settle();
   env.queue->advance(0.1);
@@ -330,6 +349,127 @@ TEST_F(RunFlowTest, GetDeviceInfoChecksItsArgumentsAndKeepsTheDigest) {
   EXPECT_EQ(info->at("received_ids").at("imei_values"), Dictionary::array({kValidIMEI}));
   EXPECT_EQ(info->at("received_ids").at("serial_number"), "SN1");
   EXPECT_EQ(sdk.lastDeviceInfoSHA256Value.size(), 64u);
+}
+
+// Uploads: the reference assets server in-process on 127.0.0.1, the real libcurl client.
+class RunUploadTest : public RunFlowTest {
+ protected:
+  void SetUp() override {
+    RunFlowTest::SetUp();
+    server.start();
+  }
+  void TearDown() override {
+    server.stop();
+    RunFlowTest::TearDown();
+  }
+
+  // The stored asset's metadata, found by the name the server answered with.
+  Dictionary metadataOf(const std::string& filename) const {
+    std::ifstream in(storage.path() / "app-0123456789" / (filename + ".meta.json"));
+    return Dictionary::parse(in, nullptr, false);
+  }
+
+  TemporaryTree storage{"quorvel-assets"};
+  AssetsServer server{AssetsServer::Options{storage.path(), {"key-abcdefghijkl"}}};
+};
+
+TEST_F(RunUploadTest, FailedThenRetriedUploadDeliversTheSealedDocument) {
+  runToEndScreen();
+  press("uiBtDone_TouchUpInside");
+  ASSERT_TRUE(waitForAlert());
+  presentedAlert()->performAction(0);  // ok: the end screen stays for another try
+  settle();
+
+  env.setAssetsHost(server.address());
+  press("uiBtDone_TouchUpInside");
+  ASSERT_TRUE(waitUntil([&] { return outcome->calls > 0; }));
+  ASSERT_EQ(outcome->calls, 1);
+  const Dictionary& response = *outcome->response;
+  EXPECT_EQ(response.at("status_code"), 200);
+  EXPECT_EQ(response.at("status_message"), "Test finished");
+  EXPECT_EQ(response.at("tests_results"), sdk.testResults);
+  EXPECT_TRUE(response.at("device_info").is_object());
+  std::string filename = response.at("uploaded_results_info").at("filename");
+  std::string url = response.at("uploaded_results_info").at("url");
+  EXPECT_THAT(filename, ::testing::EndsWith("jsonResults.json"));
+  EXPECT_THAT(url, ::testing::StartsWith(server.address() + "/"));
+  EXPECT_EQ(stack(), (std::vector<std::string>{"HostHome", "HostDetail"}));
+  EXPECT_FALSE(sdk.appID || sdk.apiKey || sdk.imei);
+
+  // The written document: its seal covers the JSON text of "data" followed by the app ID, and
+  // the server, recomputing it from the bytes it received, agrees.
+  std::ifstream written(documents->path() / "jsonResults.json");
+  Dictionary document = Dictionary::parse(written, nullptr, false);
+  ASSERT_TRUE(document.is_object());
+  EXPECT_EQ(document.at("sha256"), CryptoHelper::hexString(CryptoHelper::sha256(std::string_view(
+                                       document.at("data").dump() + "app-0123456789"))));
+  EXPECT_EQ(document.at("data").at("tests_results"), sdk.testResults);
+  EXPECT_FALSE(document.at("data").contains("uploaded_results_info"));
+  EXPECT_EQ(metadataOf(filename).value("seal_valid", false), true);
+}
+
+TEST_F(RunUploadTest, AnswerThatIsNotAnObjectLeavesTheRunOpenUnderTheOverlay) {
+  ScriptedHttpServer scripted;
+  scripted.script({ScriptedHttpServer::Reply::json(200, "[\"stored\"]")});
+  env.setAssetsHost(scripted.origin());
+  auto http = std::make_shared<ObservingHttpClient>();
+  platform().httpClient = http;
+  runToEndScreen();
+  press("uiBtDone_TouchUpInside");
+  ASSERT_TRUE(http->waitForExchanges(1));
+  settle();
+  EXPECT_TRUE(sdk.loadingView->isShown());
+  EXPECT_FALSE(presentedAlert());
+  EXPECT_EQ(outcome->calls, 0);
+  EXPECT_EQ(topInterface(), "TestsFinishedViewController");
+}
+
+TEST_F(RunUploadTest, DocumentThatCannotBeWrittenTakesTheFailurePath) {
+  env.setAssetsHost(server.address());
+  documents->write("blocker", "a file where the documents folder should be");
+  env.device->documents = (documents->path() / "blocker").string();
+  runToEndScreen();
+  press("uiBtDone_TouchUpInside");
+  ASSERT_TRUE(waitForAlert());
+  presentedAlert()->performAction(1);  // try later
+  settle();
+  ASSERT_EQ(outcome->calls, 1);
+  EXPECT_EQ(outcome->response->at("status_code"), 406);
+  EXPECT_TRUE(std::filesystem::is_empty(storage.path()) ||
+              !std::filesystem::exists(storage.path() / "app-0123456789"));
+}
+
+TEST_F(RunUploadTest, PhotoOfTheIdentifierIsRetriedAfterAFailureAndItsAddressKept) {
+  hostWithNavigation();
+  start();
+  press("uiBtNext_TouchUpInside");
+  auto entry = std::dynamic_pointer_cast<IMEIViewController>(top());
+  ASSERT_TRUE(entry);
+  env.picker->next = Image::encoded(quorvel::testing::makePng(40, 30));
+  press("uiBtAttachImage_TouchUpInside");
+  press("uiBtNext_TouchUpInside");
+  auto alert = [&] {
+    return std::dynamic_pointer_cast<AlertController>(entry->presentedViewController());
+  };
+  ASSERT_TRUE(waitUntil([&] { return alert() != nullptr; }));
+  EXPECT_EQ(alert()->title(), "A server error occurred.");
+
+  env.setAssetsHost(server.address());
+  alert()->performAction(0);  // try again
+  ASSERT_TRUE(waitUntil([&] { return sdk.imei_image_url.has_value(); }));
+  EXPECT_THAT(*sdk.imei_image_url, ::testing::StartsWith(server.address() + "/"));
+  EXPECT_FALSE(sdk.imei);
+  EXPECT_NE(topInterface(), "IMEIViewController");
+  std::string stored = sdk.imei_image_url->substr(sdk.imei_image_url->rfind('/') + 1);
+  EXPECT_THAT(stored, ::testing::EndsWith("image.png"));
+  EXPECT_EQ(metadataOf(stored).value("size", 0),
+            std::filesystem::file_size(storage.path() / "app-0123456789" / stored));
+  EXPECT_EQ(quorvel::testing::decodedSize([&] {
+              std::ifstream in(storage.path() / "app-0123456789" / stored, std::ios::binary);
+              return std::vector<std::uint8_t>(std::istreambuf_iterator<char>(in), {});
+            }())
+                .width,
+            40);
 }
 
 }  // namespace

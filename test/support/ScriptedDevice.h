@@ -25,6 +25,7 @@ class ScriptedDevice : public Device {
   std::uint64_t memory = 5'900'000'000ULL;
   std::int64_t totalDisk = 63'860'000'000LL;
   std::int64_t freeDisk = 20'000'000'000LL;
+  std::string documents;
   int thermal = ThermalState::nominal;
   bool monitoring = false;
   BatteryState battery = BatteryState::charging;
@@ -51,9 +52,25 @@ class ScriptedDevice : public Device {
   std::uint64_t physicalMemory() const override { return memory; }
   std::int64_t totalDiskSpaceInBytes() const override { return totalDisk; }
   std::int64_t freeDiskSpaceInBytes() const override { return freeDisk; }
+  std::string documentsDirectory() const override { return documents; }
   int thermalState() const override { return thermal; }
   bool isBatteryMonitoringEnabled() const override { return monitoring; }
   void setBatteryMonitoringEnabled(bool enabled) override { monitoring = enabled; }
+  // The cable goes in or out (or the battery fills): the state changes and, while monitoring is
+  // on, observers hear of it.
+  void setBattery(BatteryState state) {
+    battery = state;
+    batteryDidChange(BatteryChange::state);
+  }
+  void setBatteryLevel(float value) {
+    level = value;
+    batteryDidChange(BatteryChange::level);
+  }
+  // Every orientation a screen asked for, in order.
+  std::vector<DeviceOrientation> orientationRequests;
+  void setOrientation(DeviceOrientation orientation) override {
+    orientationRequests.push_back(orientation);
+  }
   BatteryState batteryState() const override {
     return monitoring ? battery : BatteryState::unknown;
   }

@@ -1,5 +1,9 @@
 #include "support/SdkFixture.h"
 
+#include <chrono>
+#include <thread>
+
+#include "backend/AssetUploaderWebService.h"
 #include "support/ScriptedTestScreen.h"
 #include "ui/Application.h"
 #include "ui/LoadingView.h"
@@ -43,6 +47,8 @@ void SdkFixture::SetUp() {
   hostNavigation.reset();
   hostRoot.reset();
   hostDetail.reset();
+  documents = std::make_unique<TemporaryTree>("quorvel-documents");
+  env.device->documents = documents->path().string();
   env.install();
   resetRun(sdk);
   sdk.screenTable = ScreenTable();
@@ -51,8 +57,19 @@ void SdkFixture::SetUp() {
 
 void SdkFixture::TearDown() {
   resetRun(sdk);
+  AssetUploaderWebService::timeoutInterval = std::chrono::seconds(60);
   sdk.screenTable = ScreenTable();
   installPlatform(Platform{});
+}
+
+bool SdkFixture::waitUntil(const std::function<bool()>& done) {
+  auto deadline = std::chrono::steady_clock::now() + std::chrono::seconds(10);
+  for (;;) {
+    settle();
+    if (done()) return true;
+    if (std::chrono::steady_clock::now() > deadline) return false;
+    std::this_thread::sleep_for(std::chrono::milliseconds(2));
+  }
 }
 
 void SdkFixture::hostWithNavigation() {

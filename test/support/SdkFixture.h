@@ -2,10 +2,12 @@
 
 #include <gtest/gtest.h>
 
+#include <functional>
 #include <memory>
 #include <optional>
 
 #include "quorvel/QuorvelSDK.h"
+#include "support/TemporaryTree.h"
 #include "support/TestPlatform.h"
 #include "ui/NavigationController.h"
 #include "ui/Window.h"
@@ -39,6 +41,9 @@ class SdkFixture : public ::testing::Test {
   // Sends action to the top screen and lets the main queue settle.
   void press(const std::string& action);
   void settle() { env.queue->runUntilIdle(); }
+  // Runs the main queue until done() holds, while answers arrive from other threads; false
+  // after ten seconds without it.
+  bool waitUntil(const std::function<bool()>& done);
 
   QuorvelSDK& sdk = QuorvelSDK::shared();
   TestPlatform env;
@@ -47,6 +52,8 @@ class SdkFixture : public ::testing::Test {
   std::shared_ptr<ViewController> hostRoot;
   std::shared_ptr<ViewController> hostDetail;
   std::shared_ptr<Outcome> outcome = std::make_shared<Outcome>();
+  // The host's documents folder, fresh for every test.
+  std::unique_ptr<TemporaryTree> documents;
 };
 
 inline constexpr const char* kValidIMEI = "490154203237518";

@@ -28,6 +28,9 @@ void TestPlatform::install() {
   p.imagePicker = picker;
   p.urlOpener = opener;
   p.application = application;
+  p.volumeEvents = volume.events;
+  p.audioSession = volume.session;
+  p.screenshotEvents = screenshots;
   installPlatform(p);
 }
 

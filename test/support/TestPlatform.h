@@ -8,6 +8,7 @@
 #include "quorvel/platform/Platform.h"
 #include "support/ManualMainQueue.h"
 #include "support/ScriptedDevice.h"
+#include "support/ScriptedVolume.h"
 #include "ui/Application.h"
 
 namespace quorvel::testing {
@@ -74,13 +75,30 @@ struct TestPlatform {
       Dictionary{{"NSCameraUsageDescription", "Films the screen in a mirror"},
                  {"NSMicrophoneUsageDescription", "Records the speaker test"},
                  {"CFBundleShortVersionString", "3.2.1"},
-                 {"CFBundleVersion", "321"}});
+                 {"CFBundleVersion", "321"},
+                 // Port 1 on loopback refuses at once: no test can reach a real backend.
+                 {"QuorvelAssetsHostProduction", "http://127.0.0.1:1"},
+                 {"QuorvelAssetsHostQA", "http://127.0.0.1:1"},
+                 {"QuorvelAssetsHostIntegrations", "http://127.0.0.1:1"}});
   std::shared_ptr<ScriptedImagePicker> picker = std::make_shared<ScriptedImagePicker>();
   std::shared_ptr<RecordingUrlOpener> opener = std::make_shared<RecordingUrlOpener>();
   std::shared_ptr<Application> application = std::make_shared<Application>();
+  std::shared_ptr<ScreenshotEvents> screenshots = std::make_shared<ScreenshotEvents>();
+  // The volume keys over the system's output level, reported through its two ports.
+  ScriptedVolume volume;
 
   void install();
   void setHostInfo(Dictionary info) { host = std::make_shared<StaticHostBundle>(std::move(info)); }
+  // Points every environment's assets host at origin and installs the platform again.
+  void setAssetsHost(const std::string& origin) {
+    Dictionary info = host->infoDictionary();
+    for (const char* key :
+         {"QuorvelAssetsHostProduction", "QuorvelAssetsHostQA", "QuorvelAssetsHostIntegrations"}) {
+      info[key] = origin;
+    }
+    setHostInfo(std::move(info));
+    install();
+  }
 };
 
 }  // namespace quorvel::testing

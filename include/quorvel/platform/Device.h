@@ -6,10 +6,24 @@
 #include <utility>
 #include <vector>
 
+#include "quorvel/platform/ObserverList.h"
+
 namespace quorvel {
 
 // Battery state, with the raw values the device record decodes.
 enum class BatteryState : int { unknown = 0, unplugged = 1, charging = 2, full = 3 };
+
+// What a battery notification is about.
+enum class BatteryChange { state, level };
+
+// Interface orientations, with the raw values the system uses.
+enum class DeviceOrientation : int {
+  unknown = 0,
+  portrait = 1,
+  portraitUpsideDown = 2,
+  landscapeLeft = 3,
+  landscapeRight = 4,
+};
 
 // Thermal state raw values: 0 nominal, 1 fair, 2 serious, 3 critical; anything else is unknown.
 namespace ThermalState {
@@ -62,6 +76,8 @@ class Device {
   // may still use.
   virtual std::int64_t totalDiskSpaceInBytes() const = 0;
   virtual std::int64_t freeDiskSpaceInBytes() const = 0;
+  // The directory where the host application keeps the person's documents.
+  virtual std::string documentsDirectory() const = 0;
 
   virtual int thermalState() const = 0;
 
@@ -70,10 +86,26 @@ class Device {
   virtual void setBatteryMonitoringEnabled(bool enabled) = 0;
   virtual BatteryState batteryState() const = 0;
   virtual float batteryLevel() const = 0;
+  // Battery notifications arrive on the main queue, and only while monitoring is on.
+  Subscription observeBattery(std::function<void(BatteryChange)> observer) {
+    return batteryObservers_.add(std::move(observer));
+  }
+
+  // Turns the interface to orientation; a screen that does not rotate ignores it.
+  virtual void setOrientation(DeviceOrientation orientation) = 0;
 
   // One provider per subscription, in the system's order; no value when the system returns no
   // provider dictionary at all (an empty list is a dictionary with no entries).
   virtual std::optional<std::vector<std::pair<std::string, Carrier>>> cellularProviders() const = 0;
+
+ protected:
+  // Adapters call this when the battery's state or level changed.
+  void batteryDidChange(BatteryChange change) {
+    if (isBatteryMonitoringEnabled()) batteryObservers_.notify(change);
+  }
+
+ private:
+  ObserverList<BatteryChange> batteryObservers_;
 };
 
 }  // namespace quorvel

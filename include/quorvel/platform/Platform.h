@@ -2,13 +2,19 @@
 
 #include <memory>
 
+#include "quorvel/platform/AudioSession.h"
 #include "quorvel/platform/Clock.h"
 #include "quorvel/platform/Device.h"
 #include "quorvel/platform/HostBundle.h"
+#include "quorvel/platform/HttpClient.h"
+#include "quorvel/platform/ImageEncoder.h"
 #include "quorvel/platform/ImagePicker.h"
 #include "quorvel/platform/Log.h"
 #include "quorvel/platform/MainQueue.h"
+#include "quorvel/platform/ScreenshotEvents.h"
+#include "quorvel/platform/TypeRegistry.h"
 #include "quorvel/platform/UrlOpener.h"
+#include "quorvel/platform/VolumeEvents.h"
 
 namespace quorvel {
 
@@ -23,6 +29,12 @@ struct Platform {
   std::shared_ptr<Device> device;
   std::shared_ptr<ImagePicker> imagePicker;
   std::shared_ptr<UrlOpener> urlOpener;
+  std::shared_ptr<HttpClient> httpClient;
+  std::shared_ptr<ImageEncoder> imageEncoder;
+  std::shared_ptr<TypeRegistry> typeRegistry;
+  std::shared_ptr<VolumeEvents> volumeEvents;
+  std::shared_ptr<ScreenshotEvents> screenshotEvents;
+  std::shared_ptr<AudioSession> audioSession;
   // The application's windows; a platform without a front end has none.
   std::shared_ptr<Application> application;
 };

@@ -1,14 +1,19 @@
 #include <memory>
 
+#include "curl/CurlHttpClient.h"
 #include "linux/LinuxDevice.h"
 #include "linux/PosixClock.h"
+#include "linux/SharedMimeInfoTypeRegistry.h"
 #include "linux/SyslogLog.h"
 #include "linux/XdgUrlOpener.h"
+#include "media/FfmpegImageEncoder.h"
 #include "quorvel/platform/Platform.h"
 #include "support/RunLoopMainQueue.h"
 #include "ui/Application.h"
 
 namespace quorvel {
+
+// A Linux build's default ports: the Linux adapters, libcurl for HTTP and FFmpeg for images.
 
 Platform makeDefaultPlatform() {
   Platform p;
@@ -21,6 +26,14 @@ Platform makeDefaultPlatform() {
   // Picking a photo needs a front end; the Qt one installs its own.
   p.imagePicker = nullptr;
   p.urlOpener = std::make_shared<XdgUrlOpener>();
+  p.httpClient = std::make_shared<CurlHttpClient>();
+  p.imageEncoder = std::make_shared<FfmpegImageEncoder>();
+  p.typeRegistry = std::make_shared<SharedMimeInfoTypeRegistry>();
+  // Volume keys and screenshots reach a desktop application through its front end, which reports
+  // them to these; until one does, none arrive.
+  p.volumeEvents = std::make_shared<VolumeEvents>();
+  p.screenshotEvents = std::make_shared<ScreenshotEvents>();
+  p.audioSession = std::make_shared<AudioSession>();
   p.application = std::make_shared<Application>();
   return p;
 }

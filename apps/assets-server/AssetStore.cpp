@@ -1,0 +1,162 @@
+#include "AssetStore.h"
+
+#include <openssl/rand.h>
+
+#include <array>
+#include <cstdio>
+#include <fstream>
+#include <system_error>
+#include <utility>
+
+namespace quorvel {
+
+namespace {
+
+// Leaves room for the identifier and the metadata suffix within the usual 255-byte name limit.
+constexpr std::size_t kMaxEscapedNameLength = 160;
+
+bool isPlain(char c) {
+  return (c >= 'A' && c <= 'Z') || (c >= 'a' && c <= 'z') || (c >= '0' && c <= '9') || c == '.' ||
+         c == '_' || c == '-';
+}
+
+// A name this store could have produced: only the characters escapeName emits, never "." or "..".
+bool isStoreName(std::string_view name) {
+  if (name.empty() || name == "." || name == "..") return false;
+  for (char c : name) {
+    if (!isPlain(c) && c != '~') return false;
+  }
+  return true;
+}
+
+// A random (version 4) UUID in lower case.
+std::string makeId() {
+  std::array<unsigned char, 16> bytes{};
+  if (RAND_bytes(bytes.data(), static_cast<int>(bytes.size())) != 1) return {};
+  bytes[6] = static_cast<unsigned char>((bytes[6] & 0x0F) | 0x40);
+  bytes[8] = static_cast<unsigned char>((bytes[8] & 0x3F) | 0x80);
+  std::string id;
+  for (std::size_t i = 0; i < bytes.size(); ++i) {
+    if (i == 4 || i == 6 || i == 8 || i == 10) id += '-';
+    char hex[3];
+    std::snprintf(hex, sizeof hex, "%02x", bytes[i]);
+    id += hex;
+  }
+  return id;
+}
+
+// The original file name made safe and short; the identifier in front keeps it unique.
+std::string storedFileName(std::string_view originalName) {
+  std::string name = AssetStore::escapeName(originalName.empty() ? "content" : originalName);
+  if (name.size() > kMaxEscapedNameLength) {
+    std::size_t cut = kMaxEscapedNameLength;
+    // Never split an escape sequence.
+    if (name[cut - 1] == '~') {
+      cut -= 1;
+    } else if (name[cut - 2] == '~') {
+      cut -= 2;
+    }
+    name.resize(cut);
+  }
+  return name;
+}
+
+bool writeAtomically(const std::filesystem::path& target, const std::string& text) {
+  std::filesystem::path temporary = target;
+  temporary += ".part";
+  {
+    std::ofstream out(temporary, std::ios::binary | std::ios::trunc);
+    out << text;
+    out.close();
+    if (!out) {
+      std::error_code ignored;
+      std::filesystem::remove(temporary, ignored);
+      return false;
+    }
+  }
+  std::error_code error;
+  std::filesystem::rename(temporary, target, error);
+  if (error) std::filesystem::remove(temporary, error);
+  return !error;
+}
+
+}  // namespace
+
+AssetStore::AssetStore(std::filesystem::path root) : root_(std::move(root)) {}
+
+std::string AssetStore::escapeName(std::string_view text) {
+  static constexpr char kHex[] = "0123456789ABCDEF";
+  std::string name;
+  for (char c : text) {
+    auto byte = static_cast<unsigned char>(c);
+    bool dotName = c == '.' && (text == "." || text == "..");
+    if (isPlain(c) && !dotName) {
+      name += c;
+    } else {
+      name += '~';
+      name += kHex[byte >> 4];
+      name += kHex[byte & 0x0F];
+    }
+  }
+  return name;
+}
+
+AssetStore::Pending AssetStore::begin(std::string_view appID, std::uint64_t maxBytes) const {
+  Pending pending;
+  pending.folder = escapeName(appID);
+  pending.id = makeId();
+  if (pending.folder.empty() || pending.id.empty()) return pending;
+  std::filesystem::path folder = root_ / pending.folder;
+  std::error_code error;
+  std::filesystem::create_directories(folder, error);
+  if (error) return pending;
+  auto writer = std::make_unique<AssetWriter>(folder / (pending.id + ".part"), maxBytes);
+  if (writer->isOpen()) pending.writer = std::move(writer);
+  return pending;
+}
+
+std::optional<std::string> AssetStore::commit(Pending& pending, std::string_view originalName,
+                                              nlohmann::json metadata) const {
+  if (!pending.writer) return std::nullopt;
+  std::string name = pending.id + "-" + storedFileName(originalName);
+  std::filesystem::path file = root_ / pending.folder / name;
+  if (!pending.writer->moveTo(file)) return std::nullopt;
+
+  metadata["stored_filename"] = name;
+  metadata["size"] = pending.writer->size();
+  metadata["sha256"] = pending.writer->sha256();
+  std::filesystem::path metadataFile = file;
+  metadataFile += kMetadataSuffix;
+  // Invalid UTF-8 in a client's file name must not lose the upload.
+  std::string text = metadata.dump(2, ' ', false, nlohmann::json::error_handler_t::replace) + "\n";
+  if (!writeAtomically(metadataFile, text)) {
+    std::error_code ignored;
+    std::filesystem::remove(file, ignored);
+    return std::nullopt;
+  }
+  return name;
+}
+
+std::optional<AssetStore::Asset> AssetStore::find(std::string_view folder,
+                                                  std::string_view name) const {
+  if (!isStoreName(folder) || !isStoreName(name)) return std::nullopt;
+  std::filesystem::path file = root_ / folder / name;
+  std::filesystem::path metadataFile = file;
+  metadataFile += kMetadataSuffix;
+
+  // Only a file with its own metadata is an asset: temporary and metadata files are not.
+  std::ifstream in(metadataFile, std::ios::binary);
+  if (!in) return std::nullopt;
+  nlohmann::json metadata = nlohmann::json::parse(in, nullptr, false);
+  if (!metadata.is_object() || metadata["stored_filename"] != std::string(name) ||
+      !metadata["media_type"].is_string()) {
+    return std::nullopt;
+  }
+  std::error_code error;
+  if (!std::filesystem::is_regular_file(file, error)) return std::nullopt;
+  std::uint64_t size = std::filesystem::file_size(file, error);
+  if (error) return std::nullopt;
+  return Asset{file, metadata["media_type"].get<std::string>(), size};
+}
+
+}  // namespace quorvel

@@ -1,0 +1,63 @@
+#pragma once
+
+#include <cstdint>
+#include <filesystem>
+#include <memory>
+#include <nlohmann/json.hpp>
+#include <optional>
+#include <string>
+#include <string_view>
+
+#include "AssetWriter.h"
+
+namespace quorvel {
+
+// The stored assets on disk: one folder per application, each asset under a name that is unique
+// and keeps its original file name, with a metadata file beside it:
+//   <root>/<app folder>/<uuid>-<file name>             the bytes as received
+//   <root>/<app folder>/<uuid>-<file name>.meta.json   what is known about them
+// Names use only [A-Za-z0-9._~-], so they are safe both as path components and in URLs.
+class AssetStore {
+ public:
+  static constexpr std::string_view kMetadataSuffix = ".meta.json";
+
+  // An upload in progress: where it goes and the writer of its temporary file.
+  struct Pending {
+    std::string folder;
+    std::string id;
+    std::unique_ptr<AssetWriter> writer;
+  };
+
+  // A stored asset found by its folder and name.
+  struct Asset {
+    std::filesystem::path file;
+    std::string mediaType;
+    std::uint64_t size = 0;
+  };
+
+  explicit AssetStore(std::filesystem::path root);
+
+  const std::filesystem::path& root() const { return root_; }
+
+  // Bytes outside [A-Za-z0-9._-] become "~XX" (upper-case hex), and so do the dots of "." and
+  // "..": distinct application IDs get distinct folders, and none leaves the root.
+  static std::string escapeName(std::string_view text);
+
+  // Opens a temporary file in the application's folder; the writer is missing when the folder or
+  // the file cannot be made.
+  Pending begin(std::string_view appID, std::uint64_t maxBytes) const;
+
+  // Moves the finished bytes into place under a name keeping originalName, then writes metadata
+  // (completed with the stored name, size and digest) beside them. Returns the stored name, or
+  // nothing when the disk refused.
+  std::optional<std::string> commit(Pending& pending, std::string_view originalName,
+                                    nlohmann::json metadata) const;
+
+  // The asset stored under folder/name, if both are names this store gives out.
+  std::optional<Asset> find(std::string_view folder, std::string_view name) const;
+
+ private:
+  std::filesystem::path root_;
+};
+
+}  // namespace quorvel

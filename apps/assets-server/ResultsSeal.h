@@ -1,0 +1,28 @@
+#pragma once
+
+#include <optional>
+#include <string>
+#include <string_view>
+
+namespace quorvel {
+
+// The seal of an uploaded results document {"sha256": hex, "data": {...}}: the lower-case hex
+// SHA-256 of the text of "data", exactly as it stands in the document, followed by the app ID.
+// Re-serialising "data" would not do: another writer may order or space it differently.
+class ResultsSeal {
+ public:
+  static constexpr std::string_view kDocumentName = "jsonResults.json";
+
+  // True when document is such an object and its "sha256" matches the seal.
+  static bool verify(std::string_view document, std::string_view appID);
+
+  // The raw text of the value of a top-level member of a JSON object (the last one when the key
+  // repeats, as parsers do); nothing when the document is not a JSON object or lacks the key.
+  static std::optional<std::string_view> memberText(std::string_view document,
+                                                    std::string_view key);
+
+  // Lower-case hexadecimal SHA-256 of bytes.
+  static std::string sha256Hex(std::string_view bytes);
+};
+
+}  // namespace quorvel

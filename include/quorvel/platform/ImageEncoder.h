@@ -1,0 +1,20 @@
+#pragma once
+
+#include <cstdint>
+#include <optional>
+#include <vector>
+
+#include "quorvel/Image.h"
+
+namespace quorvel {
+
+// Turns an image into JPEG bytes. compressionQuality runs from 0 (smallest) to 1 (best).
+class ImageEncoder {
+ public:
+  virtual ~ImageEncoder() = default;
+  // No value when the image cannot be read or encoded.
+  virtual std::optional<std::vector<std::uint8_t>> jpegData(const Image& image,
+                                                            double compressionQuality) const = 0;
+};
+
+}  // namespace quorvel

@@ -1,0 +1,140 @@
+#include "backend/AssetUploaderWebService.h"
+
+#include <filesystem>
+#include <system_error>
+
+#include "backend/Endpoints.h"
+#include "quorvel/QuorvelSDK.h"
+#include "quorvel/platform/Platform.h"
+#include "support/Fatal.h"
+#include "support/Logging.h"
+#include "support/Utf8.h"
+#include "support/Uuid.h"
+
+namespace quorvel {
+
+std::chrono::milliseconds AssetUploaderWebService::timeoutInterval{60000};
+
+namespace {
+
+// A quote or line break would end the part header early and let the rest be read as headers.
+bool isSafeHeaderValue(std::string_view text) {
+  return text.find_first_of("\"\r\n") == std::string_view::npos;
+}
+
+HttpRequest baseRequest(std::string_view boundary) {
+  const auto& apiKey = QuorvelSDK::shared().apiKey;
+  if (!apiKey) QUORVEL_FATAL("Uploads need an API key: call performTests first");
+  HttpRequest request;
+  request.method = "POST";
+  request.url = Endpoints::assetUploadURL();
+  request.timeout = AssetUploaderWebService::timeoutInterval;
+  request.headers = {{"Content-Type", "multipart/form-data; boundary=" + std::string(boundary)},
+                     {"Authorization", "Bearer " + *apiKey}};
+  return request;
+}
+
+std::shared_ptr<HttpClient> httpClient() {
+  auto client = platform().httpClient;
+  if (!client) QUORVEL_FATAL("No HttpClient is installed in the platform");
+  return client;
+}
+
+}  // namespace
+
+std::string AssetUploaderWebService::bodyPrefix(std::string_view boundary,
+                                                std::string_view fileName,
+                                                std::string_view mediaType) {
+  std::string prefix = "\r\n--";
+  prefix += boundary;
+  prefix += "\r\nContent-Disposition: form-data; name=\"content\"; filename=\"";
+  prefix += fileName;
+  prefix += "\"\r\nContent-Type: ";
+  prefix += mediaType;
+  prefix += "\r\n\r\n";
+  return prefix;
+}
+
+std::string AssetUploaderWebService::bodySuffix(std::string_view boundary) {
+  return "\r\n--" + std::string(boundary) + "--\r\n";
+}
+
+void AssetUploaderWebService::uploadImage(const Image& image, Completion completion) {
+  auto encoder = platform().imageEncoder;
+  if (!encoder) QUORVEL_FATAL("No ImageEncoder is installed in the platform");
+  auto jpeg = encoder->jpegData(image, imageCompressionQuality);
+  if (!jpeg) QUORVEL_FATAL("The image cannot be encoded as JPEG");
+  HttpRequest request = baseRequest(imageBoundary);
+  request.bodyPrefix = bodyPrefix(imageBoundary, "image.png", "image/png");
+  request.bodyBytes = std::move(*jpeg);
+  request.bodySuffix = bodySuffix(imageBoundary);
+  // No Content-Length of ours: the client states the length it sends.
+  send(std::move(request), true, std::move(completion));
+}
+
+void AssetUploaderWebService::uploadFile(const std::string& filePath, Completion completion) {
+  std::filesystem::path path(filePath);
+  std::string fileName = path.filename().string();
+  std::string extension = path.extension().string();
+  if (!extension.empty()) extension.erase(0, 1);
+  std::string mediaType = std::string(octetStream);
+  if (auto registry = platform().typeRegistry) {
+    mediaType = registry->preferredMIMEType(extension).value_or(mediaType);
+  }
+  if (!isSafeHeaderValue(fileName) || !isSafeHeaderValue(mediaType)) {
+    completion(std::nullopt, "The file name or media type of " + filePath +
+                                 " holds a quote or a line break and cannot be sent");
+    return;
+  }
+  std::error_code failure;
+  auto size = std::filesystem::file_size(path, failure);
+  if (failure || !std::filesystem::is_regular_file(path)) {
+    completion(std::nullopt, "Cannot read " + filePath + ": " +
+                                 (failure ? failure.message() : "not a regular file"));
+    return;
+  }
+  std::string boundary = makeUUIDString();
+  HttpRequest request = baseRequest(boundary);
+  request.bodyPrefix = bodyPrefix(boundary, fileName, mediaType);
+  request.bodyFile = HttpFileContent{filePath, size};
+  request.bodySuffix = bodySuffix(boundary);
+  request.headers.emplace_back("Content-Length", std::to_string(request.contentLength()));
+  send(std::move(request), false, std::move(completion));
+}
+
+void AssetUploaderWebService::send(HttpRequest request, bool logsDetails, Completion completion) {
+  httpClient()->send(std::move(request),
+                     [logsDetails, completion = std::move(completion)](
+                         std::optional<HttpResponse> response, std::optional<std::string> error) {
+                       handleResponse(response, error, logsDetails, completion);
+                     });
+}
+
+void AssetUploaderWebService::handleResponse(const std::optional<HttpResponse>& response,
+                                             const std::optional<std::string>& error,
+                                             bool logsDetails, const Completion& completion) {
+  if (error || !response) {
+    if (logsDetails) logLine(error.value_or("upload failed"));
+    completion(std::nullopt, error.value_or("upload failed"));
+    return;
+  }
+  if (response->body.empty()) {
+    if (logsDetails) logLine("no response data");
+    completion(std::nullopt, std::nullopt);
+    return;
+  }
+  std::string_view text(reinterpret_cast<const char*>(response->body.data()),
+                        response->body.size());
+  // Deliberately silent: a body that is not UTF-8 gets no completion.
+  if (!isValidUtf8(text)) return;
+  if (logsDetails) logLine("uploaded to: " + std::string(text));
+  // The status code is not looked at: an object in an error answer is delivered like a success.
+  Dictionary parsed = Dictionary::parse(text, nullptr, false);
+  if (!parsed.is_discarded() && parsed.is_object()) {
+    completion(std::move(parsed), std::nullopt);
+  } else {
+    completion(std::nullopt, std::nullopt);
+  }
+}
+
+}  // namespace quorvel

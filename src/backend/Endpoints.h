@@ -1,0 +1,25 @@
+#pragma once
+
+#include <string>
+
+#include "quorvel/Environment.h"
+
+namespace quorvel {
+
+// The assets backend's addresses.
+class Endpoints {
+ public:
+  // The current environment's assets host + "/v3/applications/" + appID + "/asset-upload", with
+  // the app ID inserted as given. The run's appID must be set.
+  static std::string assetUploadURL();
+
+  // The origin of an environment's assets host: the host's information dictionary entry
+  // ("QuorvelAssetsHostProduction", "QuorvelAssetsHostQA", "QuorvelAssetsHostIntegrations") when
+  // present, else the build's default. Raw values other than 1 and 2 mean production.
+  static std::string assetsHost(Environment environment);
+};
+
+// Whether text is an absolute http(s) URL made only of characters a URL may hold.
+bool isParsableURL(const std::string& text);
+
+}  // namespace quorvel

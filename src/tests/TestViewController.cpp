@@ -1,0 +1,70 @@
+#include "tests/TestViewController.h"
+
+#include "quorvel/Localization.h"
+#include "quorvel/platform/Platform.h"
+#include "support/Timestamp.h"
+#include "widgets/HeaderViewHelper.h"
+
+namespace quorvel {
+
+TestViewController::TestViewController(std::string interfaceName, std::string testKey,
+                                       std::string headerView)
+    : ViewController(std::move(interfaceName)),
+      testKey_(std::move(testKey)),
+      headerView_(std::move(headerView)) {
+  registerOutlet<View>(headerView_);
+  registerOutlet<Label>("uiLbTestCounter");
+  registerOutlet<ProgressBar>("uiStackViewProgressBar");
+  registerOutlet<Button>("uiBtCouldntCompleteTest");
+  registerOutlet<Button>("uiBtCancel");
+  registerAction("uiBtCouldntCompleteTest_TouchUpInside", [this] { couldNotCompleteTest(); });
+  registerAction("uiBtCancel_TouchUpInside", [this] {
+    stopObserving();
+    cancelTest();
+  });
+}
+
+const ScreenAppearance& TestViewController::look() const {
+  if (!look_) QUORVEL_FATAL(interfaceName() + " is not loaded yet");
+  return *look_;
+}
+
+void TestViewController::viewDidLoad() {
+  look_.emplace(testKey_);
+  auto& couldNotComplete = outlet<Button>("uiBtCouldntCompleteTest");
+  couldNotComplete.title = Localization::copy("could_not_complete_test");
+  couldNotComplete.titleColor = look_->customization().skipTestButtonColor;
+  auto& cancel = outlet<Button>("uiBtCancel");
+  cancel.title = Localization::copy("cancel");
+  cancel.titleColor = look_->themeColor();
+
+  outlet<Label>("uiLbTestCounter").text = HeaderViewHelper::counterText(testKey_);
+  HeaderViewHelper::progressBar(outlet<ProgressBar>("uiStackViewProgressBar"), testKey_);
+  showHeader();
+}
+
+void TestViewController::viewWillAppear(bool) {
+  showHeader();
+  platform().device->setOrientation(DeviceOrientation::portrait);
+}
+
+void TestViewController::viewWillDisappear(bool) { stopObserving(); }
+
+void TestViewController::showHeader() {
+  outlet<View>(headerView_).hidden = !HeaderViewHelper::isHeaderVisible(*this);
+}
+
+void TestViewController::keepObserving(const std::string& group, Subscription subscription) {
+  observations_[group].push_back(std::move(subscription));
+}
+
+void TestViewController::stopObserving(const std::string& group) { observations_.erase(group); }
+
+void TestViewController::stopObserving() { observations_.clear(); }
+
+Dictionary TestViewController::stamped(Dictionary values) {
+  values["timestamp"] = currentTimestamp();
+  return values;
+}
+
+}  // namespace quorvel

@@ -1,0 +1,74 @@
+#pragma once
+
+#include <functional>
+#include <map>
+#include <memory>
+#include <optional>
+#include <string>
+#include <vector>
+
+#include "quorvel/Dictionary.h"
+#include "quorvel/platform/Device.h"
+#include "quorvel/platform/Subscription.h"
+#include "ui/ViewController.h"
+#include "widgets/ScreenAppearance.h"
+
+namespace quorvel {
+
+// What every test screen shares: a header with the run's counter and progress bar, shown only
+// while the navigation bar is hidden; the could-not-complete and cancel buttons in their colours;
+// portrait on every appearance; and observations that end when the screen disappears or is
+// cancelled.
+class TestViewController : public ViewController {
+ public:
+  // testKey names the screen in the run (counter, progress bar) and its host overrides;
+  // headerView is the outlet that holds the header.
+  TestViewController(std::string interfaceName, std::string testKey, std::string headerView);
+
+  const std::string& testKey() const { return testKey_; }
+
+  void viewDidLoad() override;
+  void viewWillAppear(bool animated) override;
+  void viewWillDisappear(bool animated) override;
+
+ protected:
+  virtual void couldNotCompleteTest() = 0;
+  // Cancel was pressed; the observations have already ended.
+  virtual void cancelTest() = 0;
+
+  // Set from viewDidLoad on.
+  const ScreenAppearance& look() const;
+
+  // Keeps subscription under group until stopObserving(group), stopObserving(), disappearance
+  // or cancel.
+  void keepObserving(const std::string& group, Subscription subscription);
+  void stopObserving(const std::string& group);
+  void stopObserving();
+
+  // handler as an observer that runs only while this screen exists, and keeps it alive meanwhile
+  // (a handler may end the screen's run).
+  template <class... Args, class Handler>
+  std::function<void(Args...)> whileAlive(Handler handler) {
+    std::weak_ptr<ViewController> weak = weak_from_this();
+    return [weak, handler](Args... args) {
+      if (auto self = weak.lock()) handler(args...);
+    };
+  }
+
+  // values with "timestamp" set to now.
+  static Dictionary stamped(Dictionary values);
+  // Only a charging or full battery means the cable is in.
+  static bool isCharging(BatteryState state) {
+    return state == BatteryState::charging || state == BatteryState::full;
+  }
+
+ private:
+  void showHeader();
+
+  std::string testKey_;
+  std::string headerView_;
+  std::optional<ScreenAppearance> look_;
+  std::map<std::string, std::vector<Subscription>> observations_;
+};
+
+}  // namespace quorvel

@@ -1,0 +1,108 @@
+#include "tests/physical/Charging_v1_ViewController.h"
+
+#include "quorvel/Localization.h"
+#include "quorvel/ScreenType.h"
+#include "quorvel/platform/Platform.h"
+#include "support/JsonText.h"
+
+namespace quorvel {
+
+namespace {
+
+constexpr const char* kBatteryObservation = "battery";
+
+}  // namespace
+
+Charging_v1_ViewController::Charging_v1_ViewController()
+    : TestViewController("Charging_v1_ViewController", ScreenType::charging_v1,
+                         "uiViewProgressBarBackground") {
+  registerOutlet<Label>("uiLbTitle");
+  registerOutlet<Label>("uiLbDescription");
+  registerOutlet<ImageView>("uiImage");
+  registerOutlet<Button>("uiBtNext");
+  registerAction("uiBtNext_TouchUpInside", [this] { next(); });
+}
+
+Charging_v1_ViewController::~Charging_v1_ViewController() {
+  platform().device->setBatteryMonitoringEnabled(false);
+}
+
+void Charging_v1_ViewController::viewDidLoad() {
+  TestViewController::viewDidLoad();
+  hasChargingBeenDetected_ = false;
+  outlet<View>("view").backgroundColor = look().backgroundColor();
+  auto& title = outlet<Label>("uiLbTitle");
+  title.text = Localization::copy("charging_test_title");
+  look().styleTitle(title);
+  look().styleBody(outlet<Label>("uiLbDescription"));
+  auto& nextButton = outlet<Button>("uiBtNext");
+  nextButton.title = Localization::copy("next");
+  look().styleMainButton(nextButton);
+  nextButton.hidden = true;
+  startMonitoring();
+}
+
+void Charging_v1_ViewController::showDetectionState(bool detected) {
+  outlet<ImageView>("uiImage").image =
+      Image::asset(detected ? "power_cable_plugged" : "power_cable_unplugged");
+  outlet<Label>("uiLbDescription").text = Localization::copy(
+      detected ? "charging_test_description_plugged" : "charging_test_description_unplugged");
+  outlet<Button>("uiBtNext").hidden = !hasChargingBeenDetected_;
+}
+
+void Charging_v1_ViewController::startMonitoring() {
+  auto& device = *platform().device;
+  device.setBatteryMonitoringEnabled(true);
+  if (isCharging(device.batteryState())) {
+    chargingDetected();
+    return;
+  }
+  showDetectionState(hasChargingBeenDetected_);
+  keepObserving(kBatteryObservation,
+                device.observeBattery(whileAlive<BatteryChange>([this](BatteryChange change) {
+                  if (change == BatteryChange::state) batteryStateDidChange();
+                })));
+}
+
+void Charging_v1_ViewController::batteryStateDidChange() {
+  if (isCharging(platform().device->batteryState())) {
+    chargingDetected();
+  } else {
+    showDetectionState(hasChargingBeenDetected_);
+  }
+}
+
+void Charging_v1_ViewController::chargingDetected() {
+  hasChargingBeenDetected_ = true;
+  showDetectionState(true);
+  // The observer stays; with monitoring off no more notifications come.
+  platform().device->setBatteryMonitoringEnabled(false);
+}
+
+void Charging_v1_ViewController::next() {
+  auto target = delegate.lock();
+  if (!target) return;
+  // Monitoring went off at detection, so this reads what the device reports without it.
+  target->Charging_v1_ViewControllerFinished(
+      *this, result(true, "charging", platform().device->batteryLevel()));
+}
+
+void Charging_v1_ViewController::couldNotCompleteTest() {
+  if (auto target = delegate.lock()) {
+    target->Charging_v1_ViewControllerFinished(*this, result(false, std::nullopt, std::nullopt));
+  }
+}
+
+void Charging_v1_ViewController::cancelTest() {
+  if (auto target = delegate.lock()) target->Charging_v1_ViewControllerCancelled(*this);
+}
+
+Dictionary Charging_v1_ViewController::result(bool success, std::optional<std::string> batteryState,
+                                              std::optional<float> batteryLevel) {
+  Dictionary values = {{"success", success}, {"version", "1"}};
+  if (batteryState) values["battery_state"] = *batteryState;
+  if (batteryLevel) values["battery_level"] = floatValue(*batteryLevel);
+  return stamped(std::move(values));
+}
+
+}  // namespace quorvel

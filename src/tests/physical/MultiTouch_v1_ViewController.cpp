@@ -1,0 +1,50 @@
+#include "tests/physical/MultiTouch_v1_ViewController.h"
+
+#include "quorvel/Localization.h"
+#include "quorvel/ScreenType.h"
+#include "ui/TapGestureRecognizer.h"
+
+namespace quorvel {
+
+MultiTouch_v1_ViewController::MultiTouch_v1_ViewController()
+    : TestViewController("MultiTouch_v1_ViewController", ScreenType::multi_touch_v1,
+                         "uiHeaderView") {
+  registerOutlet<Label>("uiLbTitle");
+  registerOutlet<Label>("uiLbDescription");
+}
+
+void MultiTouch_v1_ViewController::viewDidLoad() {
+  TestViewController::viewDidLoad();
+  outlet<View>("view").backgroundColor = look().backgroundColor();
+  auto& title = outlet<Label>("uiLbTitle");
+  title.text = Localization::copy("multi_touch_title");
+  look().styleTitle(title);
+  auto& description = outlet<Label>("uiLbDescription");
+  description.text = Localization::copy("multi_touch_description");
+  look().styleBody(description);
+
+  removeGestureRecognizers("view");
+  addGestureRecognizer("view", std::make_shared<TapGestureRecognizer>(
+                                   3, [this](GestureRecognizer&) { tapDetected(); }));
+}
+
+void MultiTouch_v1_ViewController::tapDetected() {
+  // Gone before reporting, so that a second tap cannot report again.
+  removeGestureRecognizers("view");
+  report(true);
+}
+
+void MultiTouch_v1_ViewController::report(bool success) {
+  if (auto target = delegate.lock()) {
+    target->MultiTouch_v1_ViewControllerFinished(*this,
+                                                 stamped({{"success", success}, {"version", "1"}}));
+  }
+}
+
+void MultiTouch_v1_ViewController::couldNotCompleteTest() { report(false); }
+
+void MultiTouch_v1_ViewController::cancelTest() {
+  if (auto target = delegate.lock()) target->MultiTouch_v1_ViewControllerCancelled(*this);
+}
+
+}  // namespace quorvel

@@ -1,0 +1,38 @@
+#pragma once
+
+#include <memory>
+
+#include "tests/TestViewController.h"
+#include "tests/physical/MultiTouch_v2_ViewControllerDelegate.h"
+#include "ui/Geometry.h"
+
+namespace quorvel {
+
+class GestureRecognizer;
+
+// Two fingers slid down over a picture of lines: the picture fills in with the depth, and a slide
+// that ends below 90% of its height turns it on and shows Next.
+class MultiTouch_v2_ViewController : public TestViewController {
+ public:
+  MultiTouch_v2_ViewController();
+
+  std::weak_ptr<MultiTouch_v2_ViewControllerDelegate> delegate;
+
+  void viewDidLoad() override;
+
+ private:
+  void panedView(GestureRecognizer& sender);
+  void showSlideOff();
+  // The bundle's "on" picture as a template, tinted with the theme colour at alpha.
+  void showSlideOn(double alpha);
+  void slideSucceeded();
+  void report(bool success);
+  void couldNotCompleteTest() override;
+  void cancelTest() override;
+
+  Point startLocation_;
+  Point previousLocation_;
+  Point currentLocation_;
+};
+
+}  // namespace quorvel

@@ -1,0 +1,25 @@
+#include "tests/physical/VolumeListener.h"
+
+#include "quorvel/platform/Platform.h"
+#include "support/JsonText.h"
+#include "support/NotificationCenter.h"
+#include "ui/Application.h"
+
+namespace quorvel {
+
+void VolumeListener::setup() {
+  // Volume keys reach an application only through a window on screen.
+  const auto& windows = platform().application->windows();
+  if (windows.empty() || !windows.front()->rootViewController()) return;
+  registrations_.push_back(platform().volumeEvents->addObserver(
+      [this](const VolumeChange& change) { volumeChanged(change); }));
+}
+
+void VolumeListener::volumeChanged(const VolumeChange& change) {
+  // Changes by the system or by other apps are not the person's key presses.
+  if (!change.explicitChange) return;
+  NotificationCenter::defaultCenter().post(volumeDidChangeNotification,
+                                           {{"volume", floatValue(change.volume)}});
+}
+
+}  // namespace quorvel

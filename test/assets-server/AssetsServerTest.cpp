@@ -1,0 +1,282 @@
+#include <arpa/inet.h>
+#include <gtest/gtest.h>
+#include <httplib.h>
+#include <sys/socket.h>
+#include <unistd.h>
+
+#include <fstream>
+#include <random>
+#include <set>
+#include <string>
+#include <vector>
+
+#include "AssetsServer.h"
+#include "ResultsSeal.h"
+#include "support/TemporaryTree.h"
+
+namespace quorvel {
+namespace {
+
+namespace fs = std::filesystem;
+using nlohmann::json;
+
+const std::string kBoundary = "C8A4D0C2-5A7B-4E58-9B3E-0D6F1A2B3C4D";
+const std::string kClose = "\r\n--" + kBoundary + "--\r\n";
+constexpr std::uint64_t kMaxBytes = 1 << 20;
+
+// One part as the SDK writes it, leading empty line included.
+std::string part(const std::string& fileName, const std::string& type, const std::string& content,
+                 const std::string& partName = "content") {
+  return "\r\n--" + kBoundary + "\r\nContent-Disposition: form-data; name=\"" + partName +
+         "\"; filename=\"" + fileName + "\"\r\nContent-Type: " + type + "\r\n\r\n" + content;
+}
+
+std::string request(const std::string& appID, const std::string& body,
+                    const std::string& key = "key-2") {
+  return "POST /v3/applications/" + appID + "/asset-upload HTTP/1.1\r\nHost: 127.0.0.1\r\n" +
+         "Authorization: Bearer " + key +
+         "\r\nContent-Type: multipart/form-data; boundary=" + kBoundary +
+         "\r\nContent-Length: " + std::to_string(body.size()) + "\r\n\r\n" + body;
+}
+
+// Sends bytes on a fresh connection, never closing our side first, and returns all the server
+// says until it closes. More bytes go out once an answer's head has arrived: the server has then
+// read all it meant to, so what it does with the rest is its choice, not an accident of buffering.
+std::string roundTrip(int port, const std::string& bytes, const std::string& more = "") {
+  int fd = socket(AF_INET, SOCK_STREAM, 0);
+  // Only a bound against hanging: a server that waits for a body never sent shows up as a
+  // missing answer.
+  timeval bound{20, 0};
+  setsockopt(fd, SOL_SOCKET, SO_RCVTIMEO, &bound, sizeof bound);
+  sockaddr_in address{};
+  address.sin_family = AF_INET;
+  address.sin_port = htons(static_cast<std::uint16_t>(port));
+  inet_pton(AF_INET, "127.0.0.1", &address.sin_addr);
+  std::string answer;
+  char buffer[4096];
+  if (connect(fd, reinterpret_cast<sockaddr*>(&address), sizeof address) == 0 &&
+      send(fd, bytes.data(), bytes.size(), MSG_NOSIGNAL) == static_cast<ssize_t>(bytes.size())) {
+    if (!more.empty()) {
+      while (answer.find("\r\n\r\n") == std::string::npos && recv(fd, buffer, 1, 0) == 1) {
+        answer += buffer[0];
+      }
+      send(fd, more.data(), more.size(), MSG_NOSIGNAL);  // may meet a closed connection
+    }
+    for (ssize_t n; (n = recv(fd, buffer, sizeof buffer, 0)) > 0;) answer.append(buffer, n);
+  }
+  close(fd);
+  return answer;
+}
+
+std::vector<int> statuses(const std::string& answers) {
+  std::vector<int> codes;
+  for (std::size_t at = answers.find("HTTP/1.1 "); at != std::string::npos;
+       at = answers.find("HTTP/1.1 ", at + 1)) {
+    codes.push_back(std::stoi(answers.substr(at + 9, 3)));
+  }
+  return codes;
+}
+
+class AssetsServerTest : public ::testing::Test {
+ protected:
+  void SetUp() override { port = server.start(); }
+
+  // The answer of an upload that must succeed.
+  json stored(const std::string& appID, const std::string& fileName, const std::string& content,
+              const std::string& type = "text/plain") {
+    std::string answer = roundTrip(port, request(appID, part(fileName, type, content) + kClose));
+    EXPECT_EQ(statuses(answer), std::vector<int>{200}) << answer;
+    return json::parse(answer.substr(answer.find("\r\n\r\n") + 4), nullptr, false);
+  }
+
+  fs::path fileOf(const json& answer) const {
+    return storage() / answer.value("url", "").substr(server.address().size() + 8);  // "/assets/"
+  }
+
+  json metadataOf(const json& answer) const {
+    std::ifstream in(fileOf(answer).string() + ".meta.json");
+    return json::parse(in, nullptr, false);
+  }
+
+  std::size_t storedFileCount() const {
+    std::size_t count = 0;
+    for (const auto& entry : fs::recursive_directory_iterator(storage())) {
+      count += entry.is_regular_file();
+    }
+    return count;
+  }
+
+  fs::path storage() const { return tree.path() / "storage"; }
+
+  testing::TemporaryTree tree{"quorvel-assets-server"};
+  AssetsServer server{{.storage = tree.path() / "storage",
+                       .apiKeys = {"key-1", "key-2"},
+                       .maxBytes = kMaxBytes,
+                       .readTimeout = std::chrono::seconds(30)}};
+  int port = 0;
+};
+
+TEST_F(AssetsServerTest, StoresThePartByteForByteAndServesItBackWithItsType) {
+  // Boundary-like runs everywhere, also across the reader's chunk edges; NULs and high bytes.
+  std::string tricky;
+  std::mt19937 random(7);
+  while (tricky.size() < 200000) {
+    tricky += "\r\n--" + kBoundary.substr(0, random() % kBoundary.size());
+    tricky += static_cast<char>(random() % 256);
+  }
+  tricky += "\r\n--" + kBoundary.substr(0, kBoundary.size() - 1);
+  struct Case {
+    std::string name, type, content;
+  };
+  const std::vector<Case> cases = {{"audio.m4a", "audio/mp4", tricky},
+                                   {"audio.m4a", "audio/mp4", std::string("\0\r\n--", 5)},
+                                   {"image.png", "image/png", ""}};
+  std::set<std::string> names;
+  for (const auto& c : cases) {
+    json answer = stored("team-app", c.name, c.content, c.type);
+    std::string name = answer.value("filename", "");
+    EXPECT_TRUE(name.ends_with("-" + c.name)) << name;
+    names.insert(name);
+    std::string url = answer.value("url", "");
+    ASSERT_TRUE(url.starts_with(server.address() + "/assets/")) << url;
+
+    auto served = httplib::Client("127.0.0.1", port).Get(url.substr(server.address().size()));
+    ASSERT_TRUE(served && served->status == 200) << url;
+    EXPECT_TRUE(served->body == c.content) << c.name << " served " << served->body.size();
+    EXPECT_EQ(served->get_header_value("Content-Type"), c.type);
+
+    json metadata = metadataOf(answer);
+    EXPECT_EQ(metadata["size"], c.content.size());
+    EXPECT_EQ(metadata["sha256"], ResultsSeal::sha256Hex(c.content));
+    EXPECT_EQ(metadata["original_filename"], c.name);
+    EXPECT_EQ(metadata["app_id"], "team-app");
+    EXPECT_FALSE(metadata.contains("seal_valid"));
+  }
+  // Same file name twice: nothing is overwritten, and no temporary file is left.
+  EXPECT_EQ(names.size(), cases.size());
+  EXPECT_EQ(storedFileCount(), 2 * cases.size());
+}
+
+TEST_F(AssetsServerTest, RefusesFromTheHeadersAloneWithoutWaitingForTheBody) {
+  const std::string path = "POST /v3/applications/app/asset-upload HTTP/1.1\r\nHost: x\r\n";
+  const std::string type = "Content-Type: multipart/form-data; boundary=" + kBoundary + "\r\n";
+  const std::string huge = "Content-Length: 900000000000\r\n";
+  const std::string key = "Authorization: Bearer key-1\r\n";
+  const std::string length = "Content-Length: 100\r\n";
+  struct Case {
+    std::string headers;
+    int status;
+  };
+  const std::vector<Case> cases = {
+      {type + huge, 401},
+      {"Authorization: Bearer key-3\r\n" + type + huge, 401},
+      {"Authorization: Basic key-1\r\n" + type + huge, 401},
+      // Refused instead of "100 Continue".
+      {"Expect: 100-continue\r\nAuthorization: Bearer nope\r\n" + type + huge, 401},
+      {key + type + "Content-Length: " + std::to_string(kMaxBytes + 1) + "\r\n", 413},
+      {key + type + length + "Content-Encoding: gzip\r\n", 415},
+      {key + type + "Transfer-Encoding: chunked\r\n", 411},
+      {key + type, 411},
+      {key + "Content-Type: application/octet-stream\r\n" + length, 415},
+  };
+  for (const auto& c : cases) {
+    std::string answer = roundTrip(port, path + c.headers + "\r\n");
+    EXPECT_EQ(statuses(answer), std::vector<int>{c.status}) << c.headers << answer;
+    EXPECT_NE(answer.find("{\"error\":"), std::string::npos) << answer;
+  }
+  EXPECT_EQ(storedFileCount(), 0u);
+
+  std::string whole = request("app", part("a.txt", "text/plain", "abc") + kClose);
+  std::size_t headEnd = whole.find("\r\n\r\n") + 2;
+  std::string expecting = whole.substr(0, headEnd) + "Expect: 100-continue\r\n\r\n";
+  EXPECT_EQ(statuses(roundTrip(port, expecting, whole.substr(headEnd + 2))),
+            (std::vector<int>{100, 200}));
+}
+
+TEST_F(AssetsServerTest, RefusesBodiesThatAreNotOnePartNamedContent) {
+  std::string one = part("a.txt", "text/plain", "abc");
+  const std::vector<std::string> bodies = {
+      part("a.txt", "text/plain", "abc", "file") + kClose,
+      one + one + kClose,
+      one,  // no close delimiter
+      kClose,
+  };
+  for (const auto& body : bodies) {
+    EXPECT_EQ(statuses(roundTrip(port, request("app", body))), std::vector<int>{400}) << body;
+  }
+  EXPECT_EQ(storedFileCount(), 0u);
+}
+
+TEST_F(AssetsServerTest, NeverTakesABodyForAnotherRequest) {
+  std::string inner = request("app", part("inner.txt", "text/plain", "smuggled") + kClose);
+  // A refused request's unread body, and bytes after a complete request.
+  std::string refused = request("app", inner, "wrong");
+  std::string refusedHead = refused.substr(0, refused.size() - inner.size());
+  EXPECT_EQ(statuses(roundTrip(port, refusedHead, inner)), std::vector<int>{401});
+  EXPECT_EQ(storedFileCount(), 0u);
+
+  std::string first = request("app", part("first.txt", "text/plain", "1") + kClose);
+  EXPECT_EQ(statuses(roundTrip(port, first, inner)), std::vector<int>{200});
+  EXPECT_EQ(storedFileCount(), 2u);
+}
+
+TEST_F(AssetsServerTest, ChecksTheSealOfAResultsDocument) {
+  const std::string appID = "team/app";
+  const std::string data = R"({"device_info":{"os":"x"},"tests_results":{}})";
+  const std::string spaced = "{ \"tests_results\" : {},\n  \"device_info\": {\"os\":\"x\"} }";
+  auto sealed = [](const std::string& text, const std::string& id) {
+    return ResultsSeal::sha256Hex(text + id);
+  };
+  struct Case {
+    std::string document;
+    bool valid;
+  };
+  const std::vector<Case> cases = {
+      {R"({"sha256":")" + sealed(data, appID) + R"(","data":)" + data + "}", true},
+      // Sealed over the text as written, not over a re-serialisation of it.
+      {R"({"data": )" + spaced + R"(, "sha256": ")" + sealed(spaced, appID) + "\"}", true},
+      {R"({"sha256":")" + sealed(data, appID) + R"(","data":{"tests_results":{}}})", false},
+      {R"({"sha256":")" + sealed(data, "team") + R"(","data":)" + data + "}", false},
+      {"not json " + sealed(data, appID), false},
+  };
+  for (const auto& c : cases) {
+    json answer = stored(appID, "jsonResults.json", c.document, "application/json");
+    EXPECT_EQ(metadataOf(answer)["seal_valid"], c.valid) << c.document;
+  }
+}
+
+TEST_F(AssetsServerTest, KeepsEveryAppInItsOwnFolderInsideTheStorage) {
+  const std::vector<std::string> appIDs = {"team/app", "..", ".", "../../outside", "%2E%2E", "~2E"};
+  std::set<fs::path> folders;
+  for (const auto& appID : appIDs) {
+    json answer = stored(appID, "a.txt", appID);
+    fs::path folder = fs::canonical(fileOf(answer).parent_path());
+    EXPECT_EQ(folder.parent_path(), fs::canonical(storage())) << appID;
+    folders.insert(folder);
+    EXPECT_EQ(metadataOf(answer)["app_id"], appID);
+  }
+  EXPECT_EQ(folders.size(), appIDs.size());
+  EXPECT_EQ(std::distance(fs::directory_iterator(tree.path()), fs::directory_iterator()), 1);
+}
+
+TEST_F(AssetsServerTest, AnswersUnknownPathsAndMethodsWithoutServingOtherFiles) {
+  std::string asset =
+      stored("app", "a.txt", "abc").value("url", "").substr(server.address().size());
+  // A file outside the storage that looks like a stored one.
+  tree.write("x", "secret");
+  tree.write("x.meta.json", R"({"stored_filename": "x", "media_type": "text/plain"})");
+  httplib::Client client("127.0.0.1", port);
+  auto status = [](const httplib::Result& result) { return result ? result->status : -1; };
+  EXPECT_EQ(status(client.Get("/v3/applications/app/asset-upload")), 405);
+  EXPECT_EQ(status(client.Post(asset.c_str(), "x", "text/plain")), 405);
+  EXPECT_EQ(status(client.Post("/v3/applications/app/upload", "x", "text/plain")), 404);
+  for (const std::string& path :
+       {asset + ".meta.json", std::string("/assets/../x"), std::string("/assets/..%2F..%2Fx/x")}) {
+    auto result = client.Get(path.c_str());
+    EXPECT_EQ(status(result), 404) << path;
+    EXPECT_TRUE(result && json::parse(result->body, nullptr, false).contains("error")) << path;
+  }
+}
+
+}  // namespace
+}  // namespace quorvel

@@ -1,0 +1,57 @@
+#include <gtest/gtest.h>
+
+#include "backend/Endpoints.h"
+#include "support/SdkFixture.h"
+
+namespace quorvel::testing {
+namespace {
+
+class EndpointsTest : public SdkFixture {};
+
+TEST_F(EndpointsTest, EnvironmentPicksItsHostAndTheAppIDGoesInAsGiven) {
+  env.setHostInfo({{"QuorvelAssetsHostProduction", "https://prod.example"},
+                   {"QuorvelAssetsHostQA", "https://qa.example/"},
+                   {"QuorvelAssetsHostIntegrations", "http://127.0.0.1:8080"}});
+  env.install();
+  sdk.appID = "team/app";  // a slash adds a path segment, unescaped
+  const std::pair<int, const char*> cases[] = {
+      {0, "https://prod.example/v3/applications/team/app/asset-upload"},
+      {1, "https://qa.example/v3/applications/team/app/asset-upload"},
+      {2, "http://127.0.0.1:8080/v3/applications/team/app/asset-upload"},
+      {7, "https://prod.example/v3/applications/team/app/asset-upload"},
+      {-1, "https://prod.example/v3/applications/team/app/asset-upload"}};
+  for (const auto& [raw, url] : cases) {
+    sdk.environment = static_cast<Environment>(raw);
+    EXPECT_EQ(Endpoints::assetUploadURL(), url) << raw;
+  }
+}
+
+TEST_F(EndpointsTest, WithoutOverridesTheBuildsHostsAreUsed) {
+  env.setHostInfo(Dictionary::object());
+  env.install();
+  sdk.appID = "a";
+  for (int raw : {0, 1, 2}) {
+    sdk.environment = static_cast<Environment>(raw);
+    std::string url = Endpoints::assetUploadURL();
+    EXPECT_EQ(url.rfind("https://", 0), 0u) << url;
+    EXPECT_EQ(url.substr(url.find("/v3/")), "/v3/applications/a/asset-upload");
+  }
+}
+
+TEST_F(EndpointsTest, MissingAppIDOrUnusableAddressIsAProgrammingError) {
+  EXPECT_DEATH(Endpoints::assetUploadURL(), "app ID");
+  sdk.appID = "has space";
+  EXPECT_DEATH(Endpoints::assetUploadURL(), "not a valid URL");
+}
+
+TEST(URLSyntax, OnlyAbsoluteHttpAddressesOfURLCharacters) {
+  EXPECT_TRUE(isParsableURL("https://h/v3/applications/a%20b/asset-upload"));
+  EXPECT_TRUE(isParsableURL("HTTP://127.0.0.1:1/x"));
+  for (const char* bad : {"ftp://h/x", "h/x", "https:///x", "https://h/a b", "https://h/\"",
+                          "https://h/%2", "https://h/%zz", "https://h/\xc3\xa9"}) {
+    EXPECT_FALSE(isParsableURL(bad)) << bad;
+  }
+}
+
+}  // namespace
+}  // namespace quorvel::testing

@@ -1,0 +1,66 @@
+#include "support/TestImages.h"
+
+extern "C" {
+#include <libavcodec/avcodec.h>
+}
+
+#include <stdexcept>
+
+namespace quorvel::testing {
+
+std::vector<std::uint8_t> makePng(int width, int height) {
+  const AVCodec* codec = avcodec_find_encoder(AV_CODEC_ID_PNG);
+  AVCodecContext* context = avcodec_alloc_context3(codec);
+  context->width = width;
+  context->height = height;
+  context->pix_fmt = AV_PIX_FMT_RGB24;
+  context->time_base = AVRational{1, 1};
+  AVFrame* frame = av_frame_alloc();
+  frame->format = AV_PIX_FMT_RGB24;
+  frame->width = width;
+  frame->height = height;
+  AVPacket* packet = av_packet_alloc();
+  if (avcodec_open2(context, codec, nullptr) < 0 || av_frame_get_buffer(frame, 0) < 0) {
+    throw std::runtime_error("cannot set up the PNG encoder");
+  }
+  for (int y = 0; y < height; ++y) {
+    std::uint8_t* row = frame->data[0] + y * frame->linesize[0];
+    for (int x = 0; x < width; ++x) {
+      row[3 * x] = static_cast<std::uint8_t>(255 * x / width);
+      row[3 * x + 1] = static_cast<std::uint8_t>(255 * y / height);
+      row[3 * x + 2] = static_cast<std::uint8_t>((x * y) % 256);
+    }
+  }
+  if (avcodec_send_frame(context, frame) < 0 || avcodec_send_frame(context, nullptr) < 0 ||
+      avcodec_receive_packet(context, packet) < 0) {
+    throw std::runtime_error("cannot encode the PNG");
+  }
+  std::vector<std::uint8_t> bytes(packet->data, packet->data + packet->size);
+  av_packet_free(&packet);
+  av_frame_free(&frame);
+  avcodec_free_context(&context);
+  return bytes;
+}
+
+ImageSize decodedSize(const std::vector<std::uint8_t>& bytes) {
+  AVCodecID id = (bytes.size() > 2 && bytes[0] == 0xFF && bytes[1] == 0xD8) ? AV_CODEC_ID_MJPEG
+                                                                            : AV_CODEC_ID_PNG;
+  const AVCodec* codec = avcodec_find_decoder(id);
+  AVCodecContext* context = avcodec_alloc_context3(codec);
+  AVPacket* packet = av_packet_alloc();
+  AVFrame* frame = av_frame_alloc();
+  ImageSize size;
+  if (avcodec_open2(context, codec, nullptr) == 0 &&
+      av_new_packet(packet, static_cast<int>(bytes.size())) == 0) {
+    std::copy(bytes.begin(), bytes.end(), packet->data);
+    if (avcodec_send_packet(context, packet) == 0 && avcodec_receive_frame(context, frame) == 0) {
+      size = {frame->width, frame->height};
+    }
+  }
+  av_frame_free(&frame);
+  av_packet_free(&packet);
+  avcodec_free_context(&context);
+  return size;
+}
+
+}  // namespace quorvel::testing

@@ -1,0 +1,157 @@
+#include <gtest/gtest.h>
+
+#include "quorvel/ScreenType.h"
+#include "support/TestScreenFixture.h"
+#include "tests/physical/MultipleTests_v2_ViewController.h"
+
+namespace {
+
+using namespace quorvel;
+
+const std::string kCharging = "charging_v2";
+const std::string kUp = "buttons_v2_volume_up";
+const std::string kDown = "buttons_v2_volume_down";
+const char* kNow = "2024-03-01T10:15:30.123+0000";
+
+class MultipleTests_v2_ViewControllerTest : public quorvel::testing::TestScreenFixture {
+ protected:
+  void showRows(std::vector<std::string> selection, BatteryState battery = BatteryState::unplugged,
+                float level = 0.5f) {
+    env.device->battery = battery;
+    env.volume.systemChange(level);
+    screen = show<MultipleTests_v2_ViewController>(
+        ScreenType::multiple_tests_v2,
+        [&](MultipleTests_v2_ViewController& s) { s.selectedTests = std::move(selection); });
+  }
+
+  std::vector<TestViewState> states() const {
+    std::vector<TestViewState> all;
+    for (const auto& row : screen->testsToPerform()) all.push_back(screen->state(row));
+    return all;
+  }
+  bool done() const {
+    return !screen->outlet<Button>("uiBtNext").hidden &&
+           screen->outlet<Button>("uiBtCouldntCompleteTest").hidden;
+  }
+  void giveUp() { screen->sendAction("uiBtCouldntCompleteTest_TouchUpInside"); }
+  const Dictionary& pressNext() {
+    screen->sendAction("uiBtNext_TouchUpInside");
+    return onlyReport().result;
+  }
+
+  std::shared_ptr<MultipleTests_v2_ViewController> screen;
+};
+
+TEST_F(MultipleTests_v2_ViewControllerTest, RowsKeepTheDisplayOrderWhateverTheSelection) {
+  struct Case {
+    std::vector<std::string> selection;
+    std::vector<std::string> rows;
+  };
+  for (const auto& c : std::vector<Case>{
+           {{"buttons_v2", "charging_v2"}, {kCharging, kUp, kDown}},
+           {{"charging_v2", "buttons_v2"}, {kCharging, kUp, kDown}},
+           {{"buttons_v2"}, {kUp, kDown}},
+           {{"multi_touch_v2", "charging_v2"}, {kCharging}},
+       }) {
+    SCOPED_TRACE(::testing::PrintToString(c.selection));
+    TearDown();
+    SetUp();
+    showRows(c.selection);
+    EXPECT_EQ(screen->testsToPerform(), c.rows);
+    EXPECT_EQ(screen->outlet<Table>("uiTableView").rows.size(), c.rows.size());
+    std::vector<TestViewState> expected(c.rows.size(), TestViewState::unfocused);
+    expected.front() = TestViewState::focused;
+    EXPECT_EQ(states(), expected);
+  }
+}
+
+TEST_F(MultipleTests_v2_ViewControllerTest, EachRowPassesByItsEventAndNextReportsBothParts) {
+  showRows({"buttons_v2", "charging_v2"});
+  EXPECT_TRUE(env.device->monitoring);
+  env.volume.pressUp();  // the volume rows are not under test yet
+  EXPECT_EQ(screen->currentTestPos(), 0);
+
+  env.device->setBattery(BatteryState::full);
+  EXPECT_FALSE(env.device->monitoring);
+  env.volume.pressDown();  // not a press up
+  env.volume.pressUp();
+  env.volume.pressDown();
+  EXPECT_EQ(states(), std::vector<TestViewState>(3, TestViewState::success));
+  EXPECT_TRUE(done());
+
+  Dictionary stampedSuccess = {{"success", true}, {"timestamp", kNow}};
+  EXPECT_EQ(pressNext(), (Dictionary{{"charging",
+                                      {{"version", "1"},
+                                       {"success", true},
+                                       {"timestamp", kNow},
+                                       {"battery_state", "charging"},
+                                       {"battery_level", -1.0}}},
+                                     {"buttons",
+                                      {{"version", "1"},
+                                       {"volume_up", stampedSuccess},
+                                       {"volume_down", stampedSuccess},
+                                       {"timestamp", kNow}}}}));
+  // Next stops watching the battery only.
+  env.volume.pressDown();
+  EXPECT_EQ(screen->currentVolume(), env.volume.level());
+}
+
+TEST_F(MultipleTests_v2_ViewControllerTest, CableAlreadyInAndVolumeAtAnEndPassAtOnce) {
+  showRows({"charging_v2", "buttons_v2"}, BatteryState::charging, 1.0f);
+  EXPECT_EQ(screen->currentTestPos(), 1);
+  env.volume.pressUp();  // reported as 1.0
+  EXPECT_EQ(screen->currentTestPos(), 2);
+
+  TearDown();
+  SetUp();
+  showRows({"buttons_v2"}, BatteryState::unplugged, 0.0f);
+  giveUp();
+  env.volume.pressDown();  // reported as 0.0
+  EXPECT_EQ(states(), (std::vector<TestViewState>{TestViewState::failed, TestViewState::success}));
+}
+
+TEST_F(MultipleTests_v2_ViewControllerTest, GivingUpEveryRowStillLeadsToNextWithAPartPerTest) {
+  Dictionary failed = {{"success", false}, {"timestamp", kNow}};
+  Dictionary charging = {{"version", "1"}, {"success", false}, {"timestamp", kNow}};
+  Dictionary buttons = {
+      {"version", "1"}, {"volume_up", failed}, {"volume_down", failed}, {"timestamp", kNow}};
+  struct Case {
+    std::vector<std::string> selection;
+    Dictionary result;
+  };
+  for (const auto& c : std::vector<Case>{
+           {{"charging_v2", "buttons_v2"}, {{"charging", charging}, {"buttons", buttons}}},
+           {{"charging_v2"}, {{"charging", charging}}},
+           {{"buttons_v2"}, {{"buttons", buttons}}},
+       }) {
+    SCOPED_TRACE(::testing::PrintToString(c.selection));
+    TearDown();
+    SetUp();
+    showRows(c.selection);
+    for (std::size_t i = 0; i < screen->testsToPerform().size(); ++i) giveUp();
+    EXPECT_TRUE(done());
+    EXPECT_EQ(pressNext(), c.result);
+  }
+}
+
+TEST_F(MultipleTests_v2_ViewControllerTest, CancelOrDisappearingStopsBothDetectors) {
+  for (bool cancel : {true, false}) {
+    SCOPED_TRACE(cancel ? "cancel" : "disappear");
+    TearDown();
+    SetUp();
+    auto end = [&] { cancel ? (void)screen->sendAction("uiBtCancel_TouchUpInside") : cover(); };
+    showRows({"charging_v2"});
+    end();
+    EXPECT_EQ(env.device->monitoring, !cancel);
+    env.device->monitoring = true;
+    env.device->setBattery(BatteryState::charging);
+    EXPECT_EQ(screen->state(kCharging), TestViewState::focused);
+
+    showRows({"buttons_v2"});
+    end();
+    env.volume.pressUp();
+    EXPECT_EQ(screen->state(kUp), TestViewState::focused);
+  }
+}
+
+}  // namespace
