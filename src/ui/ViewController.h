@@ -95,7 +95,9 @@ class ViewController : public Observable, public std::enable_shared_from_this<Vi
   template <class T>
   T& findOutlet(const std::string& name) {
     auto it = outlets_.find(name);
-    if (it == outlets_.end()) QUORVEL_FATAL(interfaceName_ + " has no outlet " + name);
+    if (it == outlets_.end() || !it->second) {
+      QUORVEL_FATAL(interfaceName_ + " has no outlet " + name);
+    }
     auto* typed = dynamic_cast<T*>(it->second.get());
     if (!typed) QUORVEL_FATAL(interfaceName_ + "." + name + " is a " + it->second->kind());
     return *typed;

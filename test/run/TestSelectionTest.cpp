@@ -14,6 +14,17 @@ struct SelectionCase {
   Keys combined;
 };
 
+// Names each case by its input in test listings.
+void PrintTo(const SelectionCase& c, std::ostream* out) {
+  if (!c.input) {
+    *out << "no input";
+    return;
+  }
+  *out << "[";
+  for (std::size_t i = 0; i < c.input->size(); ++i) *out << (i ? " " : "") << (*c.input)[i];
+  *out << "]";
+}
+
 class TestSelectionTest : public ::testing::TestWithParam<SelectionCase> {};
 
 TEST_P(TestSelectionTest, FoldsPhysicalTestsIntoTheCombinedScreen) {
