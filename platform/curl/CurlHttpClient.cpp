@@ -162,7 +162,6 @@ CurlHttpClient::CurlHttpClient(Options options)
     : options_(options), shared_(std::make_shared<Shared>()) {
   initialiseCurlOnce();
   shared_->multi = curl_multi_init();
-  worker_ = std::thread([this] { run(); });
 }
 
 CurlHttpClient::~CurlHttpClient() {
@@ -171,7 +170,7 @@ CurlHttpClient::~CurlHttpClient() {
     shared_->stopping = true;
     curl_multi_wakeup(shared_->multi);
   }
-  worker_.join();
+  if (worker_.joinable()) worker_.join();
   for (auto& transfer : active_) curl_multi_remove_handle(shared_->multi, transfer->easy);
   active_.clear();
   std::lock_guard lock(shared_->mutex);
@@ -190,6 +189,8 @@ std::shared_ptr<HttpTask> CurlHttpClient::send(HttpRequest request, HttpCompleti
     shared_->incoming.push_back(transfer);
     curl_multi_wakeup(shared_->multi);
   }
+  // The worker starts with the first request: platforms are often made only to be replaced.
+  std::call_once(workerStarted_, [this] { worker_ = std::thread([this] { run(); }); });
   return std::make_shared<Task>(transfer, shared_);
 }
 

@@ -44,6 +44,7 @@ class CurlHttpClient : public HttpClient {
   Options options_;
   std::shared_ptr<Shared> shared_;
   std::vector<std::shared_ptr<Transfer>> active_;  // worker thread only
+  std::once_flag workerStarted_;
   std::thread worker_;
 };
 

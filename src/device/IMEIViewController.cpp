@@ -6,6 +6,7 @@
 #include "quorvel/ScreenType.h"
 #include "quorvel/platform/Platform.h"
 #include "support/Fatal.h"
+#include "support/JsonText.h"
 #include "support/Utf8.h"
 #include "ui/AlertController.h"
 #include "ui/Application.h"
@@ -196,11 +197,7 @@ void IMEIViewController::uploadImage() {
 }
 
 void IMEIViewController::uploadFinished(const std::optional<Dictionary>& response) {
-  std::string url;
-  if (response && response->is_object()) {
-    auto it = response->find("url");
-    if (it != response->end() && it->is_string()) url = it->get<std::string>();
-  }
+  std::string url = response ? stringValue(*response, "url") : "";
   if (!url.empty()) {
     loadingView->fadeOutAndRemove(0.1);
     if (auto target = delegate.lock()) {

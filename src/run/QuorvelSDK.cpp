@@ -374,11 +374,6 @@ bool writeAtomically(const std::filesystem::path& path, const std::string& text)
   return !failure;
 }
 
-std::string stringEntry(const Dictionary& object, const char* key) {
-  auto it = object.find(key);
-  return (it != object.end() && it->is_string()) ? it->get<std::string>() : std::string();
-}
-
 }  // namespace
 
 std::string QuorvelSDK::resultsDocumentText() const {
@@ -409,7 +404,7 @@ void QuorvelSDK::submitResults() {
       // Neither an error nor an answer: the run stays open under the overlay.
       if (!response) return;
       self->finalResponseObject["uploaded_results_info"] = {
-          {"filename", stringEntry(*response, "filename")}, {"url", stringEntry(*response, "url")}};
+          {"filename", stringValue(*response, "filename")}, {"url", stringValue(*response, "url")}};
       self->finalResponseObject["status_code"] = StatusCodes::testFinished;
       self->finalResponseObject["status_message"] =
           StatusCodes::getDescription(StatusCodes::testFinished);

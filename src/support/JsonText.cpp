@@ -21,6 +21,12 @@ std::string jsonDigest(const Dictionary& value, const std::string& suffix) {
   return CryptoHelper::hexString(CryptoHelper::sha256(std::string_view(*text)));
 }
 
+std::string stringValue(const Dictionary& object, const std::string& key) {
+  if (!object.is_object()) return "";
+  auto it = object.find(key);
+  return (it != object.end() && it->is_string()) ? it->get<std::string>() : std::string();
+}
+
 Dictionary floatValue(float value) {
   // Both directions ignore the C locale, which a host may have set to a comma decimal mark.
   char text[64];
