@@ -1,0 +1,262 @@
+#include "qt/QuickFrontEnd.h"
+
+#include <QFile>
+#include <QQmlContext>
+#include <QTimer>
+
+#include "qt/OutletItem.h"
+#include "qt/QtHardwareKeys.h"
+#include "qt/QtImagePicker.h"
+#include "qt/QtMainQueue.h"
+#include "qt/QuorvelImageProvider.h"
+#include "support/Fatal.h"
+#include "ui/LoadingView.h"
+#include "ui/NavigationController.h"
+
+namespace quorvel {
+
+namespace {
+
+const QUrl kSdkInterfaces("qrc:/quorvel/interfaces/");
+
+// Bridges of screens that left the stack are kept this long, so that pop animations and a
+// closing dialog can still draw them.
+constexpr int kBridgeGraceMilliseconds = 2000;
+
+QQuickItem* findNamed(QQuickItem* root, const QString& name) {
+  if (!root || !root->isVisible()) return nullptr;
+  if (root->objectName() == name) return root;
+  for (QQuickItem* child : root->childItems()) {
+    if (QQuickItem* found = findNamed(child, name)) return found;
+  }
+  return nullptr;
+}
+
+}  // namespace
+
+QuickFrontEnd::QuickFrontEnd(QObject* parent) : QObject(parent), images_(new QuorvelImageProvider) {
+  static const int registered = [] {
+    qmlRegisterType<OutletItem>("Quorvel", 1, 0, "Outlet");
+    qmlRegisterUncreatableType<ViewControllerBridge>("Quorvel", 1, 0, "Screen",
+                                                     "screens come from the front end");
+    return 0;
+  }();
+  (void)registered;
+  engine_.addImageProvider(QuorvelImageProvider::kProviderName, images_);
+  engine_.rootContext()->setContextProperty("frontEnd", this);
+
+  platform_ = makeDefaultPlatform();
+  platform_.mainQueue = std::make_shared<QtMainQueue>(this);
+  platform_.application = std::make_shared<Application>();
+  platform_.volumeEvents = std::make_shared<VolumeEvents>();
+  platform_.audioSession = std::make_shared<AudioSession>();
+  platform_.screenshotEvents = std::make_shared<ScreenshotEvents>();
+  picker_ = std::make_shared<QtImagePicker>([this] { emit imagePickRequested(); });
+  platform_.imagePicker = picker_;
+  keys_ = new QtHardwareKeys(platform_.volumeEvents, platform_.audioSession,
+                             platform_.screenshotEvents, this);
+  coreWindow_ = std::make_shared<Window>();
+  platform_.application->makeKeyWindow(coreWindow_);
+  observe(coreWindow_);
+  observe(platform_.application);
+}
+
+QuickFrontEnd::~QuickFrontEnd() {
+  for (auto& [weak, token] : observed_) {
+    if (auto observable = weak.lock()) observable->removeObserver(token);
+  }
+}
+
+void QuickFrontEnd::addInterfaceLocation(const QUrl& base) { interfaceLocations_.push_back(base); }
+
+void QuickFrontEnd::addImageLocation(const QString& directory) {
+  images_->addSearchPath(directory);
+}
+
+QUrl QuickFrontEnd::interfaceUrl(const QString& interfaceName) const {
+  const QString file = interfaceName + ".qml";
+  for (const auto& base : interfaceLocations_) {
+    const QUrl candidate = base.resolved(QUrl(file));
+    const QString path =
+        candidate.scheme() == "qrc" ? ":" + candidate.path() : candidate.toLocalFile();
+    if (QFile::exists(path)) return candidate;
+  }
+  const QUrl own = kSdkInterfaces.resolved(QUrl(file));
+  if (!QFile::exists(":" + own.path())) {
+    QUORVEL_FATAL("no interface " + file.toStdString());
+  }
+  return own;
+}
+
+void QuickFrontEnd::show(QSize size) {
+  engine_.load(kSdkInterfaces.resolved(QUrl("QuorvelWindow.qml")));
+  window_ = qobject_cast<QQuickWindow*>(engine_.rootObjects().value(0));
+  if (!window_) QUORVEL_FATAL("the front end's window did not load");
+  window_->resize(size);
+  keys_->attach(window_);
+  window_->show();
+  sync();
+}
+
+ViewControllerBridge* QuickFrontEnd::bridgeFor(const std::shared_ptr<ViewController>& controller) {
+  auto& bridge = bridges_[controller.get()];
+  // A freed screen's address may be reused by a new one.
+  if (!bridge || bridge->controller() != controller) {
+    if (bridge) bridge->deleteLater();
+    bridge = new ViewControllerBridge(
+        controller, interfaceUrl(QString::fromStdString(controller->interfaceName())), images_,
+        this);
+    QQmlEngine::setObjectOwnership(bridge, QQmlEngine::CppOwnership);
+  }
+  return bridge;
+}
+
+std::shared_ptr<ViewController> QuickFrontEnd::topViewController() const {
+  if (displayed_.empty()) return nullptr;
+  return displayed_.back().lock();
+}
+
+QQuickItem* QuickFrontEnd::topScreenItem() const {
+  if (!window_) return nullptr;
+  QVariant item = window_->property("currentScreen");
+  return qvariant_cast<QQuickItem*>(item);
+}
+
+QQuickItem* QuickFrontEnd::findItem(const QString& name) const {
+  if (!window_) return nullptr;
+  // An alert's buttons live in the window's popup layer, above the screens.
+  if (alert_) {
+    if (QQuickItem* found = findNamed(window_->contentItem(), name)) return found;
+  }
+  return findNamed(topScreenItem(), name);
+}
+
+void QuickFrontEnd::observe(const std::shared_ptr<Observable>& observable) {
+  if (!observable) return;
+  int token = observable->addObserver([this] { scheduleSync(); });
+  observed_.emplace_back(observable, token);
+}
+
+void QuickFrontEnd::scheduleSync() {
+  if (syncScheduled_) return;
+  syncScheduled_ = true;
+  QTimer::singleShot(0, this, [this] { sync(); });
+}
+
+void QuickFrontEnd::sync() {
+  syncScheduled_ = false;
+  for (auto& [weak, token] : observed_) {
+    if (auto observable = weak.lock()) observable->removeObserver(token);
+  }
+  observed_.clear();
+  observe(coreWindow_);
+  observe(platform_.application);
+
+  // The stack on display: a navigation controller's, or the root screen alone.
+  auto root = coreWindow_->rootViewController();
+  std::vector<std::shared_ptr<ViewController>> stack;
+  bool animated = false;
+  bool barHidden = true;
+  if (auto navigation = std::dynamic_pointer_cast<NavigationController>(root)) {
+    observe(navigation);
+    stack = navigation->viewControllers();
+    animated = navigation->lastTransition().animated;
+    barHidden = navigation->isNavigationBarHidden();
+  } else if (root) {
+    stack = {root};
+  }
+
+  // The topmost presented alert, from the root or any screen of the stack.
+  std::shared_ptr<ViewController> presented;
+  auto follow = [&](std::shared_ptr<ViewController> controller) {
+    observe(controller);
+    while (controller && controller->presentedViewController()) {
+      controller = controller->presentedViewController();
+      observe(controller);
+      presented = controller;
+    }
+  };
+  follow(root);
+  for (const auto& controller : stack) {
+    if (controller != root) follow(controller);
+  }
+
+  if (window_) {
+    std::size_t common = 0;
+    while (common < displayed_.size() && common < stack.size() &&
+           displayed_[common].lock() == stack[common]) {
+      ++common;
+    }
+    if (common == displayed_.size() && stack.size() == common + 1) {
+      emit pushScreen(bridgeFor(stack.back()), animated);
+    } else if (common == stack.size() && common > 0 && common < displayed_.size()) {
+      emit popScreens(static_cast<int>(common), animated);
+    } else if (common != displayed_.size() || common != stack.size()) {
+      QVariantList screens;
+      for (const auto& controller : stack) {
+        screens.append(QVariant::fromValue(bridgeFor(controller)));
+      }
+      emit resetScreens(screens, animated);
+    }
+    displayed_.assign(stack.begin(), stack.end());
+  }
+
+  ViewControllerBridge* alert = presented ? bridgeFor(presented) : nullptr;
+  bool navigationChanges = barHidden != navigationBarHidden_;
+  navigationBarHidden_ = barHidden;
+  if (navigationChanges || window_) emit navigationChanged();
+  if (alert != alert_) {
+    alert_ = alert;
+    emit alertChanged();
+  }
+
+  // Loading overlays: the first one shown covers the window.
+  const auto& overlays = coreWindow_->overlays();
+  for (const auto& overlay : overlays) observe(overlay);
+  const bool shown = !overlays.empty();
+  const qreal opacity = shown ? overlays.front()->alpha() : 0;
+  const int fade = shown ? static_cast<int>(overlays.front()->fadeDuration() * 1000) : 0;
+  if (shown != overlayShown_ || opacity != overlayOpacity_ || fade != overlayFadeMilliseconds_) {
+    overlayShown_ = shown;
+    overlayOpacity_ = opacity;
+    overlayFadeMilliseconds_ = fade;
+    emit overlayChanged();
+  }
+
+  QTimer::singleShot(kBridgeGraceMilliseconds, this, [this] {
+    for (auto it = bridges_.begin(); it != bridges_.end();) {
+      ViewControllerBridge* bridge = *it;
+      auto controller = bridge ? bridge->controller() : nullptr;
+      bool inUse = bridge && controller && bridge == alert_;
+      for (const auto& each : displayed_)
+        inUse = inUse || (controller && each.lock() == controller);
+      if (inUse) {
+        ++it;
+        continue;
+      }
+      if (bridge) bridge->deleteLater();
+      it = bridges_.erase(it);
+    }
+  });
+}
+
+void QuickFrontEnd::goBack() {
+  auto navigation =
+      std::dynamic_pointer_cast<NavigationController>(coreWindow_->rootViewController());
+  if (navigation && navigation->viewControllers().size() > 1) navigation->popViewController(true);
+}
+
+void QuickFrontEnd::stackSettled(QQuickItem* top) {
+  (void)top;
+  auto controller = topViewController();
+  if (!controller) return;
+  emit screenSettled(bridgeFor(controller));
+}
+
+void QuickFrontEnd::imagePicked(const QUrl& file) {
+  picker_->finish(Image::file(file.toLocalFile().toStdString()));
+}
+
+void QuickFrontEnd::imagePickCancelled() { picker_->finish(std::nullopt); }
+
+}  // namespace quorvel

@@ -1,0 +1,127 @@
+#include "qt/QuorvelImageProvider.h"
+
+#include <QCryptographicHash>
+#include <QFileInfo>
+#include <QPainter>
+#include <QSvgRenderer>
+#include <QUrl>
+#include <QUrlQuery>
+
+#include "support/Fatal.h"
+
+namespace quorvel {
+
+namespace {
+
+// Artwork is drawn at twice its design size unless QML asks for a size, so it stays sharp when
+// scaled to phone-sized layouts.
+constexpr int kDefaultScale = 2;
+
+// Where a device picture is asked for with no name (a model outside the device tables).
+constexpr const char* kGenericDevice = "device_generic";
+
+QImage tinted(QImage image, const QColor& tint) {
+  image = image.convertToFormat(QImage::Format_ARGB32_Premultiplied);
+  QPainter painter(&image);
+  painter.setCompositionMode(QPainter::CompositionMode_SourceIn);
+  painter.fillRect(image.rect(), tint);
+  return image;
+}
+
+}  // namespace
+
+QuorvelImageProvider::QuorvelImageProvider() : QQuickImageProvider(QQuickImageProvider::Image) {}
+
+void QuorvelImageProvider::addSearchPath(const QString& directory) {
+  QMutexLocker lock(&mutex_);
+  searchPaths_.append(directory);
+}
+
+QString QuorvelImageProvider::sourceFor(const quorvel::Image& image,
+                                        const std::optional<QColor>& tint) {
+  QString path;
+  switch (image.kind) {
+    case quorvel::Image::Kind::asset:
+      path = "asset/" + QString::fromStdString(image.name);
+      break;
+    case quorvel::Image::Kind::file:
+      path = "file/" +
+             QString::fromLatin1(QUrl::toPercentEncoding(QString::fromStdString(image.name)));
+      break;
+    case quorvel::Image::Kind::encoded: {
+      QByteArray bytes(reinterpret_cast<const char*>(image.bytes.data()),
+                       static_cast<qsizetype>(image.bytes.size()));
+      // Named by content, so the same photo keeps its source and QML does not reload it.
+      QString key = QString::fromLatin1(
+          QCryptographicHash::hash(bytes, QCryptographicHash::Sha256).toHex().left(32));
+      QMutexLocker lock(&mutex_);
+      encoded_.insert(key, bytes);
+      path = "encoded/" + key;
+      break;
+    }
+  }
+  if (image.isTemplate && tint) path += "?tint=" + tint->name(QColor::HexArgb).mid(1);
+  return QStringLiteral("image://") + kProviderName + "/" + path;
+}
+
+QImage QuorvelImageProvider::loadAsset(const QString& name, const QSize& requestedSize) const {
+  QString base = name.isEmpty() ? QString(kGenericDevice) : name;
+  QStringList candidates = {":/quorvel/images/" + base + ".svg"};
+  {
+    QMutexLocker lock(&mutex_);
+    for (const auto& dir : searchPaths_) {
+      candidates << dir + "/" + base + ".svg" << dir + "/" + base + ".png";
+    }
+  }
+  for (const auto& candidate : candidates) {
+    if (!QFileInfo::exists(candidate)) continue;
+    if (candidate.endsWith(".png")) return QImage(candidate);
+    QSvgRenderer renderer(candidate);
+    if (!renderer.isValid()) QUORVEL_FATAL("unreadable image " + candidate.toStdString());
+    QSize size = renderer.defaultSize() * kDefaultScale;
+    if (requestedSize.width() > 0 && requestedSize.height() > 0) {
+      size = renderer.defaultSize().scaled(requestedSize, Qt::KeepAspectRatio);
+    } else if (requestedSize.width() > 0) {
+      size = renderer.defaultSize().scaled(requestedSize.width(), INT_MAX, Qt::KeepAspectRatio);
+    } else if (requestedSize.height() > 0) {
+      size = renderer.defaultSize().scaled(INT_MAX, requestedSize.height(), Qt::KeepAspectRatio);
+    }
+    QImage image(size, QImage::Format_ARGB32_Premultiplied);
+    image.fill(Qt::transparent);
+    QPainter painter(&image);
+    renderer.render(&painter);
+    return image;
+  }
+  QUORVEL_FATAL("missing image " + base.toStdString());
+}
+
+QImage QuorvelImageProvider::requestImage(const QString& id, QSize* size,
+                                          const QSize& requestedSize) {
+  const auto queryStart = id.indexOf('?');
+  const QString path = id.left(queryStart);
+  const QUrlQuery query(queryStart < 0 ? QString() : id.mid(queryStart + 1));
+  const auto slash = path.indexOf('/');
+  const QString kind = path.left(slash);
+  const QString rest = path.mid(slash + 1);
+
+  QImage image;
+  if (kind == "asset") {
+    image = loadAsset(rest, requestedSize);
+  } else if (kind == "file") {
+    image = QImage(QUrl::fromPercentEncoding(rest.toLatin1()));
+  } else if (kind == "encoded") {
+    QMutexLocker lock(&mutex_);
+    image = QImage::fromData(encoded_.value(rest));
+  }
+  if (!image.isNull() && requestedSize.width() > 0 && requestedSize.height() > 0 &&
+      kind != "asset") {
+    image = image.scaled(requestedSize, Qt::KeepAspectRatio, Qt::SmoothTransformation);
+  }
+  if (query.hasQueryItem("tint") && !image.isNull()) {
+    image = tinted(image, QColor::fromString("#" + query.queryItemValue("tint")));
+  }
+  if (size) *size = image.size();
+  return image;
+}
+
+}  // namespace quorvel

@@ -1,0 +1,123 @@
+#include "QuickFixture.h"
+
+#include <QDir>
+#include <QTest>
+
+#include "support/RunReset.h"
+
+namespace quorvel::testing {
+
+void QuickFixture::SetUp() {
+  documents = std::make_unique<TemporaryTree>("quorvel-quick-documents");
+  qputenv("XDG_DOCUMENTS_DIR", QByteArray::fromStdString(documents->path().string()));
+  frontEnd = std::make_unique<QuickFrontEnd>();
+  Platform platform = frontEnd->platform();
+  platform.hostBundle = std::make_shared<StaticHostBundle>(
+      Dictionary{{"NSCameraUsageDescription", "Films the screen in a mirror"},
+                 {"NSMicrophoneUsageDescription", "Records the speaker test"},
+                 // Port 1 on loopback refuses at once: no test reaches a real backend.
+                 {"QuorvelAssetsHostProduction", "http://127.0.0.1:1"}});
+  installPlatform(platform);
+  resetRun(sdk);
+  hostNavigation = NavigationController::make(std::make_shared<ViewController>("HostTestPage"));
+  frontEnd->addInterfaceLocation(QUrl("qrc:/quorvel-tests/"));
+  frontEnd->coreWindow()->setRootViewController(hostNavigation);
+  frontEnd->show();
+  settle("HostTestPage");
+}
+
+void QuickFixture::TearDown() {
+  resetRun(sdk);
+  frontEnd.reset();
+  installPlatform(makeDefaultPlatform());
+  qunsetenv("XDG_DOCUMENTS_DIR");
+}
+
+void QuickFixture::start(std::optional<std::vector<std::string>> tests,
+                         std::optional<std::string> imei, std::optional<std::string> serial,
+                         std::shared_ptr<Customization> customization) {
+  sdk.performTests("quick-tests", "key", std::move(tests), std::move(imei), std::move(serial),
+                   std::move(customization), [this](std::optional<Dictionary> answer) {
+                     ++completions;
+                     response = std::move(answer);
+                   });
+}
+
+bool QuickFixture::waitFor(const std::function<bool()>& done, int timeoutMs) {
+  return QTest::qWaitFor(done, timeoutMs);
+}
+
+std::string QuickFixture::topInterface() const {
+  auto top = frontEnd->topViewController();
+  return top ? top->interfaceName() : "";
+}
+
+void QuickFixture::settle(const std::string& interfaceName) {
+  bool settled = false;
+  auto connection = QObject::connect(
+      frontEnd.get(), &QuickFrontEnd::screenSettled, [&](ViewControllerBridge* screen) {
+        settled = screen->interfaceName().toStdString() == interfaceName;
+      });
+  bool shown = waitFor([&] {
+    QQuickItem* top = frontEnd->topScreenItem();
+    return (settled || topInterface() == interfaceName) && top &&
+           top->property("controller").value<ViewControllerBridge*>() &&
+           top->property("controller").value<ViewControllerBridge*>()->interfaceName() ==
+               QString::fromStdString(interfaceName);
+  });
+  QObject::disconnect(connection);
+  ASSERT_TRUE(shown) << "the top screen is " << topInterface() << ", not " << interfaceName;
+  // Let bindings, layouts and the stack's transition finish.
+  waitFor([&] { return !frontEnd->window()->property("transitioning").toBool(); }, 2000);
+  QTest::qWait(50);
+}
+
+QQuickItem* QuickFixture::item(const QString& name) const {
+  QQuickItem* found = frontEnd->findItem(name);
+  EXPECT_NE(found, nullptr) << "no item " << name.toStdString() << " on " << topInterface();
+  return found;
+}
+
+QPoint QuickFixture::centerOf(const QString& name) const {
+  QQuickItem* target = item(name);
+  if (!target) return {};
+  return target->mapToScene(QPointF(target->width() / 2, target->height() / 2)).toPoint();
+}
+
+void QuickFixture::tap(const QString& name) {
+  QTest::mouseClick(frontEnd->window(), Qt::LeftButton, Qt::NoModifier, centerOf(name));
+}
+
+QString QuickFixture::textOf(const QString& name) const {
+  std::function<QString(QQuickItem*)> find = [&](QQuickItem* each) -> QString {
+    if (!each) return {};
+    const QVariant text = each->property("text");
+    if (text.isValid() && !text.toString().isEmpty()) return text.toString();
+    for (QQuickItem* child : each->childItems()) {
+      if (QString found = find(child); !found.isEmpty()) return found;
+    }
+    return {};
+  };
+  return find(item(name));
+}
+
+QImage QuickFixture::grab(const std::string& screenshotName) {
+  QImage image = frontEnd->window()->grabWindow();
+  if (!screenshotName.empty()) {
+    QDir().mkpath(QUORVEL_SCREENSHOT_DIR);
+    image.save(QString(QUORVEL_SCREENSHOT_DIR) + "/" + QString::fromStdString(screenshotName) +
+               ".png");
+  }
+  return image;
+}
+
+QColor QuickFixture::colorAt(const QString& name, QPointF offset) {
+  QQuickItem* target = item(name);
+  if (!target) return {};
+  QImage image = grab();
+  const qreal scale = image.width() / qreal(frontEnd->window()->width());
+  QPointF at = target->mapToScene(QPointF(target->width() / 2, target->height() / 2) + offset);
+  return image.pixelColor((at * scale).toPoint());
+}
+
+}  // namespace quorvel::testing

@@ -1,0 +1,75 @@
+#pragma once
+
+#include <gtest/gtest.h>
+
+#include <QImage>
+#include <QQuickItem>
+#include <functional>
+#include <memory>
+#include <optional>
+#include <string>
+
+#include "qt/QuickFrontEnd.h"
+#include "quorvel/QuorvelSDK.h"
+#include "support/TemporaryTree.h"
+#include "ui/NavigationController.h"
+
+QT_BEGIN_NAMESPACE
+// Readable QString values in test failures.
+inline void PrintTo(const QString& text, std::ostream* out) {
+  *out << '"' << text.toStdString() << '"';
+}
+QT_END_NAMESPACE
+
+namespace quorvel::testing {
+
+// The Qt front end in an offscreen phone-sized window, installed as the platform, with a host
+// navigation stack to take over and a fresh documents folder.
+class QuickFixture : public ::testing::Test {
+ protected:
+  void SetUp() override;
+  void TearDown() override;
+
+  // Starts a run with the given tests and identifiers; the completion lands in response.
+  void start(std::optional<std::vector<std::string>> tests = std::nullopt,
+             std::optional<std::string> imei = std::nullopt,
+             std::optional<std::string> serial = std::nullopt,
+             std::shared_ptr<Customization> customization = nullptr);
+
+  // One screen pushed on the host's stack as the only screen of a run (key), without a run.
+  template <class Screen>
+  std::shared_ptr<Screen> show(const std::string& key) {
+    sdk.selectedTests = {key};
+    if (!sdk.customization) sdk.customization = std::make_shared<Customization>();
+    auto screen = std::make_shared<Screen>();
+    hostNavigation->setNavigationBarHidden(true, false);
+    hostNavigation->pushViewController(screen, false);
+    settle(screen->interfaceName());
+    return screen;
+  }
+
+  // Processes events until done() holds; false after timeoutMs.
+  bool waitFor(const std::function<bool()>& done, int timeoutMs = 10000);
+  // Waits until interfaceName is the settled top screen and its frame is drawn.
+  void settle(const std::string& interfaceName);
+  std::string topInterface() const;
+
+  // The item of the outlet (or chrome element) named name; fails the test when none is shown.
+  QQuickItem* item(const QString& name) const;
+  QPoint centerOf(const QString& name) const;
+  void tap(const QString& name);
+  // The text an outlet item shows (its first text-bearing descendant).
+  QString textOf(const QString& name) const;
+  QImage grab(const std::string& screenshotName = "");
+  // The colour drawn at the centre of item name.
+  QColor colorAt(const QString& name, QPointF offset = {});
+
+  QuorvelSDK& sdk = QuorvelSDK::shared();
+  std::unique_ptr<QuickFrontEnd> frontEnd;
+  std::shared_ptr<NavigationController> hostNavigation;
+  std::unique_ptr<TemporaryTree> documents;
+  std::optional<Dictionary> response;
+  int completions = 0;
+};
+
+}  // namespace quorvel::testing
