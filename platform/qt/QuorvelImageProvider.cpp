@@ -86,6 +86,8 @@ QImage QuorvelImageProvider::loadAsset(const QString& name, const QSize& request
     } else if (requestedSize.height() > 0) {
       size = renderer.defaultSize().scaled(INT_MAX, requestedSize.height(), Qt::KeepAspectRatio);
     }
+    // A layout not done yet asks for a size that rounds to nothing.
+    if (size.isEmpty()) size = renderer.defaultSize() * kDefaultScale;
     QImage image(size, QImage::Format_ARGB32_Premultiplied);
     image.fill(Qt::transparent);
     QPainter painter(&image);

@@ -12,18 +12,36 @@ void QuickFixture::SetUp() {
   qputenv("XDG_DOCUMENTS_DIR", QByteArray::fromStdString(documents->path().string()));
   frontEnd = std::make_unique<QuickFrontEnd>();
   Platform platform = frontEnd->platform();
-  platform.hostBundle = std::make_shared<StaticHostBundle>(
-      Dictionary{{"NSCameraUsageDescription", "Films the screen in a mirror"},
-                 {"NSMicrophoneUsageDescription", "Records the speaker test"},
-                 // Port 1 on loopback refuses at once: no test reaches a real backend.
-                 {"QuorvelAssetsHostProduction", "http://127.0.0.1:1"}});
   installPlatform(platform);
+  useAssetsHost("http://127.0.0.1:1");
   resetRun(sdk);
   hostNavigation = NavigationController::make(std::make_shared<ViewController>("HostTestPage"));
   frontEnd->addInterfaceLocation(QUrl("qrc:/quorvel-tests/"));
   frontEnd->coreWindow()->setRootViewController(hostNavigation);
   frontEnd->show();
   settle("HostTestPage");
+}
+
+void QuickFixture::useAssetsHost(const std::string& origin) {
+  Platform changed = platform();
+  changed.hostBundle = std::make_shared<StaticHostBundle>(
+      Dictionary{{"NSCameraUsageDescription", "Films the screen in a mirror"},
+                 {"NSMicrophoneUsageDescription", "Records the speaker test"},
+                 {"QuorvelAssetsHostProduction", origin},
+                 {"QuorvelAssetsHostQA", origin},
+                 {"QuorvelAssetsHostIntegrations", origin}});
+  installPlatform(changed);
+}
+
+QQuickItem* QuickFixture::chrome(const QString& name) const {
+  std::function<QQuickItem*(QQuickItem*)> find = [&](QQuickItem* each) -> QQuickItem* {
+    if (each->objectName() == name) return each;
+    for (QQuickItem* child : each->childItems()) {
+      if (QQuickItem* found = find(child)) return found;
+    }
+    return nullptr;
+  };
+  return find(frontEnd->window()->contentItem());
 }
 
 void QuickFixture::TearDown() {

@@ -41,12 +41,25 @@ class QuickFixture : public ::testing::Test {
   std::shared_ptr<Screen> show(const std::string& key) {
     sdk.selectedTests = {key};
     if (!sdk.customization) sdk.customization = std::make_shared<Customization>();
-    auto screen = std::make_shared<Screen>();
+    return show(std::make_shared<Screen>(), key);
+  }
+  // A screen set up beforehand, as screen key of a run of the given screens (just key when
+  // empty): a header's counter and progress bar depend on the whole run.
+  template <class Screen>
+  std::shared_ptr<Screen> show(std::shared_ptr<Screen> screen, const std::string& key,
+                               std::vector<std::string> run = {}) {
+    sdk.selectedTests = run.empty() ? std::vector<std::string>{key} : std::move(run);
+    if (!sdk.customization) sdk.customization = std::make_shared<Customization>();
     hostNavigation->setNavigationBarHidden(true, false);
     hostNavigation->pushViewController(screen, false);
     settle(screen->interfaceName());
     return screen;
   }
+
+  // Uploads go to origin ("http://127.0.0.1:PORT") in every environment.
+  void useAssetsHost(const std::string& origin);
+  // An element of the window's chrome (the loading overlay, the stack) by object name.
+  QQuickItem* chrome(const QString& name) const;
 
   // Processes events until done() holds; false after timeoutMs.
   bool waitFor(const std::function<bool()>& done, int timeoutMs = 10000);

@@ -1,0 +1,185 @@
+#include "Autopilot.h"
+
+#include <QQuickItem>
+#include <QTimer>
+
+#include "ScreenRecorder.h"
+#include "widgets/MultipleTestsTableViewCell.h"
+
+namespace quorvel::demo {
+
+namespace {
+
+// Time for a screen's entrance and images before the first step, as a person would look first.
+constexpr int kLookMilliseconds = 500;
+constexpr int kPollMilliseconds = 100;
+constexpr int kPatienceMilliseconds = 20000;
+
+// A row of the combined screen that passed.
+constexpr int kRowSucceeded = static_cast<int>(TestViewState::success);
+
+}  // namespace
+
+Autopilot::Autopilot(QuickFrontEnd& frontEnd, Devices devices, std::string imei,
+                     ScreenRecorder* recorder, QObject* parent)
+    : QObject(parent),
+      frontEnd_(frontEnd),
+      devices_(std::move(devices)),
+      imei_(std::move(imei)),
+      recorder_(recorder) {
+  connect(&frontEnd_, &QuickFrontEnd::screenSettled, this, &Autopilot::screenSettled);
+  connect(&frontEnd_, &QuickFrontEnd::alertChanged, this, [this] {
+    if (frontEnd_.alert()) QTimer::singleShot(kLookMilliseconds, this, &Autopilot::answerAlert);
+  });
+}
+
+void Autopilot::start() {
+  started_ = true;
+  if (auto top = frontEnd_.topViewController()) screenSettled(frontEnd_.bridgeFor(top));
+}
+
+void Autopilot::screenSettled(ViewControllerBridge* screen) {
+  auto controller = screen ? screen->controller() : nullptr;
+  if (!started_ || !controller || controller == current_.lock()) return;
+  current_ = controller;
+  const int generation = ++generation_;
+  const QString name = screen->interfaceName();
+  QTimer::singleShot(kLookMilliseconds, this, [this, generation, name] {
+    if (generation != generation_) return;
+    if (recorder_) recorder_->capture(name);
+    act(name);
+  });
+}
+
+void Autopilot::act(const QString& name) {
+  auto next = [this] {
+    when(
+        "the Next button", [this] { return shows("uiBtNext"); }, [this] { tap("uiBtNext"); });
+  };
+  if (name == "HostPageViewController") {
+    when(
+        "the start button", [this] { return shows("uiBtStart"); }, [this] { tap("uiBtStart"); });
+  } else if (name == "StartViewController") {
+    next();
+  } else if (name == "IMEIViewController") {
+    when(
+        "the IMEI field", [this] { return shows("uiTfIMEI"); },
+        [this, next] {
+          tap("uiTfIMEI");
+          QTimer::singleShot(200, this, [this, next] {
+            devices_.keyboard->type(QString::fromStdString(imei_));
+            next();
+          });
+        });
+  } else if (name == "MultipleTests_v2_ViewController") {
+    // Rows in order: charging, volume up, volume down. Each step waits for the row before it.
+    auto rowDone = [this](std::size_t index) {
+      return [this, index] {
+        const Dictionary rows = outletJson("uiTableView").value("rows", Dictionary::array());
+        return rows.size() > index && rows[index].value("state", 0) == kRowSucceeded;
+      };
+    };
+    // Mid-level, so that both keys move the level as they would for a person.
+    devices_.volumeKeys->setLevel(0.5f);
+    devices_.charger->plug();
+    when("the charging row", rowDone(0), [this, rowDone, next] {
+      devices_.volumeKeys->pressUp();
+      when("the volume-up row", rowDone(1), [this, next] {
+        devices_.volumeKeys->pressDown();
+        next();
+      });
+    });
+  } else if (name == "Charging_v1_ViewController") {
+    devices_.charger->plug();
+    next();
+  } else if (name == "MultiTouch_v2_ViewController") {
+    when(
+        "the slider", [this] { return shows("uiSliderView"); },
+        [this, next] {
+          QQuickItem* slider = frontEnd_.findItem("uiSliderView");
+          const QPointF top =
+              slider->mapToScene(QPointF(slider->width() / 2, slider->height() * 0.04));
+          const QPointF bottom =
+              slider->mapToScene(QPointF(slider->width() / 2, slider->height() * 0.97));
+          devices_.touchScreen->slide(top, bottom, 2, 16, next);
+        });
+  } else if (name == "MultiTouch_v1_ViewController") {
+    devices_.touchScreen->tap(centerOf("view"), 3);
+  } else if (name == "TestsFinishedViewController") {
+    when(
+        "the Finish button", [this] { return shows("uiBtDone"); }, [this] { tap("uiBtDone"); });
+  } else if (name == "ResultPageViewController") {
+    emit arrived();
+  } else if (frontEnd_.findItem("uiBtCouldntCompleteTest")) {
+    // A screen this autopilot has no steps for: say so honestly rather than pass it.
+    tap("uiBtCouldntCompleteTest");
+  } else {
+    emit stuck("no steps for the screen " + name);
+  }
+}
+
+void Autopilot::answerAlert() {
+  ViewControllerBridge* alert = frontEnd_.alert();
+  if (!alert) return;
+  if (recorder_) recorder_->capture("Alert");
+  // The last action is the one that ends the matter (try later, cancel): the autopilot never
+  // loops on a failing upload.
+  const int actions = alert->screen().value("alertActions").toList().size();
+  if (actions == 0) {
+    emit stuck("an alert without buttons");
+    return;
+  }
+  tap("action" + QString::number(actions - 1));
+}
+
+void Autopilot::when(const QString& what, std::function<bool()> condition,
+                     std::function<void()> action) {
+  const int generation = generation_;
+  auto waited = std::make_shared<int>(0);
+  auto poll = std::make_shared<std::function<void()>>();
+  *poll = [this, what, generation, waited, condition = std::move(condition),
+           action = std::move(action), poll]() {
+    if (generation != generation_) {
+      *poll = nullptr;
+      return;
+    }
+    if (condition()) {
+      auto run = action;
+      *poll = nullptr;
+      run();
+      return;
+    }
+    *waited += kPollMilliseconds;
+    if (*waited > kPatienceMilliseconds) {
+      *poll = nullptr;
+      emit stuck(what + " never showed on " +
+                 frontEnd_.bridgeFor(current_.lock())->interfaceName());
+      return;
+    }
+    QTimer::singleShot(kPollMilliseconds, this, [poll] {
+      if (*poll) (*poll)();
+    });
+  };
+  (*poll)();
+}
+
+bool Autopilot::shows(const QString& outlet) const {
+  QQuickItem* item = frontEnd_.findItem(outlet);
+  return item && item->isVisible() && item->isEnabled() && item->opacity() > 0;
+}
+
+QPointF Autopilot::centerOf(const QString& outlet) const {
+  QQuickItem* item = frontEnd_.findItem(outlet);
+  if (!item) return {};
+  return item->mapToScene(QPointF(item->width() / 2, item->height() / 2));
+}
+
+void Autopilot::tap(const QString& outlet) { devices_.touchScreen->tap(centerOf(outlet), 1); }
+
+Dictionary Autopilot::outletJson(const QString& outlet) const {
+  auto controller = current_.lock();
+  if (!controller || !controller->hasOutlet(outlet.toStdString())) return Dictionary::object();
+  return controller->snapshot()["outlets"][outlet.toStdString()];
+}
+
+}  // namespace quorvel::demo

@@ -1,0 +1,31 @@
+#pragma once
+
+#include <optional>
+#include <string>
+#include <variant>
+#include <vector>
+
+namespace quorvel::demo {
+
+// What quorvel-demo was asked to do, from its command line.
+struct DemoOptions {
+  bool autopilot = false;
+  std::optional<std::string> assetsHost;
+  std::string appID = "quorvel-demo";
+  std::string apiKey;
+  // 0 English, 1 Portuguese.
+  int language = 0;
+  // No value: the SDK's default tests.
+  std::optional<std::vector<std::string>> tests;
+  bool hideStartScreen = false;
+  std::string imei;
+  std::string serial;
+  std::optional<std::string> screenshots;
+  bool help = false;
+
+  // The options, or a message saying what is wrong with args.
+  static std::variant<DemoOptions, std::string> parse(const std::vector<std::string>& args);
+  static const char* usage();
+};
+
+}  // namespace quorvel::demo

@@ -1,0 +1,29 @@
+#pragma once
+
+#include <QObject>
+#include <QString>
+
+#include "qt/QuickFrontEnd.h"
+
+namespace quorvel::demo {
+
+// Saves the front end's window as numbered PNGs ("03-MultipleTests_v2_ViewController.png").
+class ScreenRecorder : public QObject {
+  Q_OBJECT
+
+ public:
+  // Creates directory if needed; an unwritable one is reported on the first capture.
+  ScreenRecorder(QuickFrontEnd& frontEnd, QString directory, QObject* parent = nullptr);
+
+  // Saves the window now; false (with a message on standard error) when it cannot be written.
+  bool capture(const QString& label);
+  // Captures every screen and alert once it has settled on display.
+  void captureAutomatically();
+
+ private:
+  QuickFrontEnd& frontEnd_;
+  QString directory_;
+  int count_ = 0;
+};
+
+}  // namespace quorvel::demo

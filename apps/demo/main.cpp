@@ -1,0 +1,125 @@
+// quorvel-demo: a host application that embeds the SDK. Its page sets what a host sets and starts
+// a run; after the run it shows the completion response, which it also prints as one JSON line.
+#include <QGuiApplication>
+#include <QTimer>
+#include <cstdio>
+#include <iostream>
+
+#include "Autopilot.h"
+#include "DemoOptions.h"
+#include "HostPageViewController.h"
+#include "ResultPageViewController.h"
+#include "ScreenRecorder.h"
+#include "qt/QuickFrontEnd.h"
+#include "quorvel/platform/HostBundle.h"
+#include "ui/NavigationController.h"
+
+using namespace quorvel;
+using namespace quorvel::demo;
+
+namespace {
+
+Dictionary hostInformation(const DemoOptions& options) {
+  Dictionary info = {
+      {"CFBundleName", "Quorvel demo"},
+      {"CFBundleShortVersionString", "1.0"},
+      {"CFBundleVersion", "1"},
+      {"NSCameraUsageDescription", "The screen test films this device in a mirror."},
+      {"NSMicrophoneUsageDescription", "The audio tests record what the speaker plays."}};
+  if (options.assetsHost) {
+    for (const char* key :
+         {"QuorvelAssetsHostProduction", "QuorvelAssetsHostQA", "QuorvelAssetsHostIntegrations"}) {
+      info[key] = *options.assetsHost;
+    }
+  }
+  return info;
+}
+
+bool hasDisplay() {
+  return qEnvironmentVariableIsSet("DISPLAY") || qEnvironmentVariableIsSet("WAYLAND_DISPLAY");
+}
+
+}  // namespace
+
+int main(int argc, char** argv) {
+  auto parsed = DemoOptions::parse(std::vector<std::string>(argv + 1, argv + argc));
+  if (auto* error = std::get_if<std::string>(&parsed)) {
+    std::fprintf(stderr, "quorvel-demo: %s\n%s", error->c_str(), DemoOptions::usage());
+    return 2;
+  }
+  const DemoOptions options = std::get<DemoOptions>(parsed);
+  if (options.help) {
+    std::fputs(DemoOptions::usage(), stdout);
+    return 0;
+  }
+  // Without a display, only the unattended run makes sense, and it runs offscreen.
+  if (!hasDisplay() && !qEnvironmentVariableIsSet("QT_QPA_PLATFORM")) {
+    if (!options.autopilot) {
+      std::fprintf(stderr, "quorvel-demo: no display; use --autopilot for an unattended run\n");
+      return 2;
+    }
+    qputenv("QT_QPA_PLATFORM", "offscreen");
+  }
+
+  QGuiApplication application(argc, argv);
+  QuickFrontEnd frontEnd;
+  frontEnd.addInterfaceLocation(QUrl("qrc:/demo/"));
+  Platform platform = frontEnd.platform();
+  platform.hostBundle = std::make_shared<StaticHostBundle>(hostInformation(options));
+  // The unattended run plugs a charger that it can reach; a person plugs the real one.
+  std::shared_ptr<VirtualChargerDevice> charger;
+  if (options.autopilot) {
+    charger = std::make_shared<VirtualChargerDevice>(platform.device, platform.mainQueue);
+    platform.device = charger;
+  }
+  installPlatform(platform);
+
+  int exitCode = 1;
+  auto navigation = NavigationController::make();
+  std::weak_ptr<NavigationController> weakNavigation = navigation;
+  auto hostPage = std::make_shared<HostPageViewController>(
+      options, [&exitCode, weakNavigation](const std::optional<Dictionary>& response) {
+        std::cout << (response
+                          ? response->dump(-1, ' ', false, Dictionary::error_handler_t::replace)
+                          : "null")
+                  << std::endl;
+        exitCode = response && response->value("status_code", 0) == 200 ? 0 : 1;
+        // The SDK gives the navigation back after its completion returns; show the result
+        // once it has.
+        quorvel::platform().mainQueue->async([weakNavigation, response] {
+          if (auto host = weakNavigation.lock()) {
+            host->pushViewController(std::make_shared<ResultPageViewController>(response), true);
+          }
+        });
+      });
+  navigation->setViewControllers({hostPage}, false);
+  navigation->setNavigationBarHidden(true, false);
+  frontEnd.coreWindow()->setRootViewController(navigation);
+  frontEnd.show(QSize(390, 844));
+
+  std::unique_ptr<ScreenRecorder> recorder;
+  if (options.screenshots) {
+    recorder =
+        std::make_unique<ScreenRecorder>(frontEnd, QString::fromStdString(*options.screenshots));
+    if (!options.autopilot) recorder->captureAutomatically();
+  }
+
+  std::unique_ptr<Autopilot> autopilot;
+  VirtualVolumeKeys volumeKeys(frontEnd.window(), platform.volumeEvents, platform.audioSession);
+  VirtualTouchScreen touchScreen(frontEnd.window());
+  VirtualKeyboard keyboard(frontEnd.window());
+  if (options.autopilot) {
+    autopilot = std::make_unique<Autopilot>(
+        frontEnd, Autopilot::Devices{charger, &volumeKeys, &touchScreen, &keyboard},
+        options.imei.empty() ? "490154203237518" : options.imei, recorder.get());
+    QObject::connect(autopilot.get(), &Autopilot::arrived, &application,
+                     [&] { application.exit(exitCode); });
+    QObject::connect(autopilot.get(), &Autopilot::stuck, &application, [&](const QString& what) {
+      std::fprintf(stderr, "quorvel-demo: the autopilot is stuck: %s\n", qPrintable(what));
+      application.exit(3);
+    });
+    QTimer::singleShot(0, autopilot.get(), &Autopilot::start);
+  }
+  const int code = application.exec();
+  return options.autopilot ? code : exitCode;
+}

@@ -1,0 +1,46 @@
+// The demo host's page after a run: the completion response.
+import QtQuick
+import QtQuick.Layouts
+import QtQuick.Controls.Basic
+import Quorvel
+import "qrc:/quorvel/interfaces"
+
+Outlet {
+    id: screen
+    readonly property var o: controller.outlets
+
+    name: "view"
+    Rectangle { anchors.fill: parent; color: screen.o.view.backgroundColor }
+
+    ColumnLayout {
+        anchors { fill: parent; margins: 20; bottomMargin: 92 }
+        spacing: 10
+        OutletLabel { controller: screen.controller; name: "uiLbTitle"; Layout.fillWidth: true; font.pixelSize: 28; font.weight: Font.Bold }
+        OutletLabel { controller: screen.controller; name: "uiLbStatus"; Layout.fillWidth: true; font.pixelSize: 20; font.weight: Font.DemiBold }
+        Rectangle {
+            Layout.fillWidth: true
+            Layout.fillHeight: true
+            radius: 12
+            color: "white"
+            Flickable {
+                anchors { fill: parent; margins: 12 }
+                contentHeight: response.implicitHeight
+                clip: true
+                OutletLabel {
+                    id: response
+                    controller: screen.controller
+                    name: "uiLbResponse"
+                    width: parent.width
+                    font.family: "monospace"
+                    font.pixelSize: 12
+                }
+            }
+        }
+    }
+    MainButton {
+        controller: screen.controller
+        name: "uiBtBack"
+        anchors { left: parent.left; right: parent.right; bottom: parent.bottom; margins: 20 }
+        height: 52
+    }
+}

@@ -1,0 +1,78 @@
+#include <QTest>
+
+#include "QuickFixture.h"
+#include "backend/AssetUploaderWebService.h"
+#include "quorvel/Localization.h"
+#include "support/ScriptedHttpServer.h"
+
+namespace quorvel::testing {
+namespace {
+
+// The window's chrome around a real run: the loading overlay over an upload, and the alert that
+// a failed upload raises, answered through its buttons.
+class RunChromeTest : public QuickFixture {
+ protected:
+  void TearDown() override {
+    AssetUploaderWebService::timeoutInterval = std::chrono::seconds(60);
+    QuickFixture::TearDown();
+  }
+
+  void reachEndScreen() {
+    sdk.hideStartScreen = true;
+    start(std::vector<std::string>{"multi_touch_v2"}, "490154203237518");
+    settle("MultiTouch_v2_ViewController");
+    tap("uiBtCouldntCompleteTest");
+    settle("TestsFinishedViewController");
+  }
+
+  bool alertShown() { return frontEnd->alert() && frontEnd->findItem("action0"); }
+};
+
+TEST_F(RunChromeTest, OverlayCoversAStalledUploadAndTheAlertAnswersThroughItsButtons) {
+  ScriptedHttpServer server;
+  server.script({ScriptedHttpServer::Reply::stall()});
+  useAssetsHost(server.origin());
+  AssetUploaderWebService::timeoutInterval = std::chrono::milliseconds(1500);
+  reachEndScreen();
+
+  tap("uiBtDone");
+  ASSERT_TRUE(
+      waitFor([&] { return chrome("loadingOverlay") && chrome("loadingOverlay")->isVisible(); }));
+  QQuickItem* overlay = chrome("loadingOverlay");
+  EXPECT_EQ(overlay->mapRectToScene(overlay->boundingRect()),
+            QRectF(0, 0, frontEnd->window()->width(), frontEnd->window()->height()));
+  // The end screen's white shows dimmed everywhere, corners included.
+  const QImage covered = grab("overlay-during-upload");
+  for (QPoint at : {QPoint(2, 2), QPoint(covered.width() - 3, covered.height() - 3)}) {
+    EXPECT_LT(covered.pixelColor(at).lightness(), 160) << at.x() << "," << at.y();
+  }
+  // Touches do not reach the screen beneath: a second Finish sends nothing.
+  tap("uiBtDone");
+
+  ASSERT_TRUE(waitFor([&] { return alertShown(); }));
+  EXPECT_FALSE(chrome("loadingOverlay")->isVisible());
+  EXPECT_EQ(
+      textOf("alertMessage"),
+      QString::fromStdString(Localization::copy("error_uploading_results_to_server_message")));
+  EXPECT_EQ(textOf("action0"), "OK");
+  EXPECT_EQ(textOf("action1"), "Try later");
+  EXPECT_EQ(server.requests().size(), 1u);
+  grab("alert-upload-failed");
+
+  // OK keeps the run open on the end screen.
+  tap("action0");
+  ASSERT_TRUE(waitFor([&] { return !frontEnd->alert(); }));
+  EXPECT_EQ(topInterface(), "TestsFinishedViewController");
+  EXPECT_EQ(completions, 0);
+
+  // Try later ends it with 406.
+  tap("uiBtDone");
+  ASSERT_TRUE(waitFor([&] { return alertShown(); }));
+  tap("action1");
+  ASSERT_TRUE(waitFor([&] { return completions == 1; }));
+  EXPECT_EQ(response->value("status_code", 0), 406);
+  EXPECT_TRUE(waitFor([&] { return topInterface() == "HostTestPage"; }));
+}
+
+}  // namespace
+}  // namespace quorvel::testing
