@@ -10,6 +10,7 @@
 #include "qt/QtMainQueue.h"
 #include "qt/QuorvelImageProvider.h"
 #include "support/Fatal.h"
+#include "ui/AlertController.h"
 #include "ui/LoadingView.h"
 #include "ui/NavigationController.h"
 
@@ -103,9 +104,12 @@ ViewControllerBridge* QuickFrontEnd::bridgeFor(const std::shared_ptr<ViewControl
   // A freed screen's address may be reused by a new one.
   if (!bridge || bridge->controller() != controller) {
     if (bridge) bridge->deleteLater();
+    // Alerts are drawn by the window's own dialog, not by an interface of their own.
+    const bool isAlert = dynamic_cast<AlertController*>(controller.get()) != nullptr;
     bridge = new ViewControllerBridge(
-        controller, interfaceUrl(QString::fromStdString(controller->interfaceName())), images_,
-        this);
+        controller,
+        isAlert ? QUrl() : interfaceUrl(QString::fromStdString(controller->interfaceName())),
+        images_, this);
     QQmlEngine::setObjectOwnership(bridge, QQmlEngine::CppOwnership);
   }
   return bridge;

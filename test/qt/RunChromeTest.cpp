@@ -49,8 +49,9 @@ TEST_F(RunChromeTest, OverlayCoversAStalledUploadAndTheAlertAnswersThroughItsBut
   // Touches do not reach the screen beneath: a second Finish sends nothing.
   tap("uiBtDone");
 
+  // The alert comes up over the overlay, which stays until the alert is answered.
   ASSERT_TRUE(waitFor([&] { return alertShown(); }));
-  EXPECT_FALSE(chrome("loadingOverlay")->isVisible());
+  EXPECT_TRUE(chrome("loadingOverlay")->isVisible());
   EXPECT_EQ(
       textOf("alertMessage"),
       QString::fromStdString(Localization::copy("error_uploading_results_to_server_message")));
@@ -62,6 +63,7 @@ TEST_F(RunChromeTest, OverlayCoversAStalledUploadAndTheAlertAnswersThroughItsBut
   // OK keeps the run open on the end screen.
   tap("action0");
   ASSERT_TRUE(waitFor([&] { return !frontEnd->alert(); }));
+  EXPECT_TRUE(waitFor([&] { return !chrome("loadingOverlay")->isVisible(); }));
   EXPECT_EQ(topInterface(), "TestsFinishedViewController");
   EXPECT_EQ(completions, 0);
 

@@ -63,9 +63,14 @@ Popup {
                     Layout.preferredHeight: 44
                     flat: true
                     text: modelData.title
-                    font.pixelSize: 17
-                    font.bold: modelData.style === 1
-                    palette.buttonText: modelData.style === 2 ? "#FF3B30" : "#0B7BFB"
+                    contentItem: Text {
+                        text: modelData.title
+                        font.pixelSize: 17
+                        font.weight: modelData.style === 1 ? Font.DemiBold : Font.Normal
+                        color: modelData.style === 2 ? "#FF3B30" : "#0B7BFB"
+                        horizontalAlignment: Text.AlignHCenter
+                        verticalAlignment: Text.AlignVCenter
+                    }
                     background: Rectangle { color: parent.down ? "#E5E5EA" : "transparent"; radius: 14 }
                     onClicked: dialog.alert.send("action" + index)
                 }

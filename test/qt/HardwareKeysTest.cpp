@@ -1,0 +1,159 @@
+#include <gtest/gtest.h>
+
+#include <QKeyEvent>
+#include <QTest>
+#include <QWindow>
+#include <memory>
+#include <vector>
+
+#include "QuickFixture.h"
+#include "qt/QtHardwareKeys.h"
+#include "virtual/VirtualKeyboard.h"
+#include "virtual/VirtualVolumeKeys.h"
+
+namespace quorvel::testing {
+namespace {
+
+// A window that writes down the keys that reach it.
+class KeyWindow : public QWindow {
+ public:
+  std::vector<int> keys;
+
+ protected:
+  void keyPressEvent(QKeyEvent* event) override { keys.push_back(event->key()); }
+};
+
+// The side buttons of an offscreen window, heard by the window's hardware keys.
+class HardwareKeysTest : public ::testing::Test {
+ protected:
+  void SetUp() override {
+    keys.attach(&window);
+    window.resize(200, 200);
+    window.show();
+    ASSERT_TRUE(QTest::qWaitForWindowExposed(&window));
+    subscriptions.push_back(volume->addObserver([this](const VolumeChange& change) {
+      changes.push_back({change.volume, change.explicitChange});
+    }));
+    subscriptions.push_back(
+        session->observeOutputVolume([this](float level) { sessionLevels.push_back(level); }));
+    subscriptions.push_back(screenshots->addObserver([this] { ++screenshotsTaken; }));
+  }
+
+  // Waits until count volume changes were reported.
+  bool reported(std::size_t count) {
+    return QTest::qWaitFor([&] { return changes.size() >= count; }, 5000) &&
+           changes.size() == count;
+  }
+
+  static constexpr float kStep = 1.0f / 16;
+
+  std::shared_ptr<VolumeEvents> volume = std::make_shared<VolumeEvents>();
+  std::shared_ptr<AudioSession> session = std::make_shared<AudioSession>(0.5f);
+  std::shared_ptr<ScreenshotEvents> screenshots = std::make_shared<ScreenshotEvents>();
+  KeyWindow window;
+  QtHardwareKeys keys{volume, session, screenshots};
+  VirtualVolumeKeys buttons{&window, volume, session};
+
+  std::vector<Subscription> subscriptions;
+  std::vector<std::pair<float, bool>> changes;  // level, explicit
+  std::vector<float> sessionLevels;
+  int screenshotsTaken = 0;
+};
+
+TEST_F(HardwareKeysTest, PressesAreExplicitSixteenthSteps) {
+  buttons.pressUp();
+  buttons.pressUp();
+  buttons.pressDown();
+  ASSERT_TRUE(reported(3));
+  using Change = std::pair<float, bool>;
+  EXPECT_EQ(changes, (std::vector<Change>{
+                         {0.5f + kStep, true}, {0.5f + 2 * kStep, true}, {0.5f + kStep, true}}));
+  EXPECT_EQ(sessionLevels, (std::vector<float>{0.5f + kStep, 0.5f + 2 * kStep, 0.5f + kStep}));
+  EXPECT_EQ(session->outputVolume(), 0.5f + kStep);
+  // The volume keys are the system's: the window's own key handling never sees them.
+  EXPECT_TRUE(window.keys.empty());
+}
+
+TEST_F(HardwareKeysTest, PressesAtEitherEndAreClampedYetReported) {
+  buttons.setLevel(1.0f - kStep / 2);
+  buttons.pressUp();
+  buttons.pressUp();
+  ASSERT_TRUE(reported(3));
+  EXPECT_EQ(changes[1], std::make_pair(1.0f, true));
+  EXPECT_EQ(changes[2], std::make_pair(1.0f, true));
+
+  buttons.setLevel(kStep / 2);
+  buttons.pressDown();
+  buttons.pressDown();
+  ASSERT_TRUE(reported(6));
+  EXPECT_EQ(changes[4], std::make_pair(0.0f, true));
+  EXPECT_EQ(changes[5], std::make_pair(0.0f, true));
+  EXPECT_EQ(sessionLevels.size(), 6u);
+  EXPECT_EQ(session->outputVolume(), 0.0f);
+}
+
+TEST_F(HardwareKeysTest, TheSystemsOwnChangesAreNotExplicitAndKeepTheirPlaceInLine) {
+  buttons.setLevel(0.25f);
+  // Told at once, as the system tells it.
+  ASSERT_EQ(changes.size(), 1u);
+  EXPECT_EQ(changes[0], std::make_pair(0.25f, false));
+  EXPECT_EQ(session->outputVolume(), 0.25f);
+
+  // A press made just before a system change lands before it, and steps from the level then.
+  buttons.pressUp();
+  buttons.setLevel(0.75f);
+  buttons.pressDown();
+  ASSERT_TRUE(reported(4));
+  EXPECT_EQ(changes[1], std::make_pair(0.25f + kStep, true));
+  EXPECT_EQ(changes[2], std::make_pair(0.75f, false));
+  EXPECT_EQ(changes[3], std::make_pair(0.75f - kStep, true));
+}
+
+TEST_F(HardwareKeysTest, PrintTakesAScreenshotAndOtherKeysPassThrough) {
+  buttons.pressScreenshot();
+  ASSERT_TRUE(QTest::qWaitFor([&] { return screenshotsTaken == 1; }, 5000));
+  EXPECT_TRUE(changes.empty());
+
+  VirtualKeyboard keyboard(&window);
+  keyboard.type("a");
+  keyboard.pressKey(Qt::Key_Return);
+  ASSERT_TRUE(QTest::qWaitFor([&] { return window.keys.size() == 2; }, 5000));
+  EXPECT_EQ(window.keys, (std::vector<int>{Qt::Key_A, Qt::Key_Return}));
+  EXPECT_EQ(screenshotsTaken, 1);
+  EXPECT_TRUE(changes.empty());
+}
+
+TEST_F(HardwareKeysTest, ButtonsOfAClosedWindowPressNothing) {
+  auto gone = std::make_unique<QWindow>();
+  VirtualVolumeKeys orphan(gone.get(), volume, session);
+  gone.reset();
+  orphan.pressUp();
+  buttons.pressDown();  // a live window's press, to know when the queue has been through
+  ASSERT_TRUE(reported(1));
+  EXPECT_EQ(changes[0], std::make_pair(0.5f - kStep, true));
+}
+
+// The front end's own window hears its side buttons on the ports it installs.
+class HardwareKeysFrontEndTest : public QuickFixture {};
+
+TEST_F(HardwareKeysFrontEndTest, TheFrontEndWindowReportsPressesOnItsPorts) {
+  Platform ports = frontEnd->platform();
+  std::vector<VolumeChange> heard;
+  Subscription subscription =
+      ports.volumeEvents->addObserver([&](const VolumeChange& change) { heard.push_back(change); });
+  int screenshotsTaken = 0;
+  Subscription screenshot = ports.screenshotEvents->addObserver([&] { ++screenshotsTaken; });
+
+  VirtualVolumeKeys buttons(frontEnd->window(), ports.volumeEvents, ports.audioSession);
+  buttons.setLevel(0.5f);
+  buttons.pressDown();
+  buttons.pressScreenshot();
+  ASSERT_TRUE(waitFor([&] { return heard.size() == 2 && screenshotsTaken == 1; }));
+  EXPECT_FALSE(heard[0].explicitChange);
+  EXPECT_TRUE(heard[1].explicitChange);
+  EXPECT_EQ(heard[1].volume, 0.5f - 1.0f / 16);
+  EXPECT_EQ(ports.audioSession->outputVolume(), 0.5f - 1.0f / 16);
+}
+
+}  // namespace
+}  // namespace quorvel::testing
