@@ -25,7 +25,7 @@ Outlet {
               ? outlet.o.text.replace(outlet.o.link, "<a href=\"link\">" + outlet.o.link + "</a>")
               : outlet.o.text
         color: outlet.o && outlet.o.textColor.a > 0 ? outlet.o.textColor : "#161B26"
-        linkColor: "#0B7BFB"
+        linkColor: outlet.o && outlet.o.tintColor.a > 0 ? outlet.o.tintColor : "#0B7BFB"
         font.pixelSize: 16
         onLinkActivated: outlet.controller.send(outlet.o.linkAction)
     }

@@ -1,0 +1,61 @@
+// A check box outlet: a rounded box, filled in its tint colour with a tick while checked, and its
+// title beside it (wrapping, as consent texts run long). The core owns the checked state; a tap
+// only sends the outlet's action.
+import QtQuick
+import QtQuick.Controls.Basic
+import Quorvel
+
+Outlet {
+    id: outlet
+    readonly property var o: controller ? controller.outlets[name] : undefined
+    readonly property bool checked: o ? o.isChecked : false
+    readonly property color tint: o && o.tintColor.a > 0 ? o.tintColor : "#0B7BFB"
+
+    objectName: name
+    visible: o ? !o.hidden : false
+    opacity: o ? o.alpha : 1
+    implicitWidth: box.width + 12 + title.implicitWidth
+    implicitHeight: Math.max(44, title.implicitHeight + 16)
+
+    AbstractButton {
+        id: button
+        anchors.fill: parent
+        enabled: outlet.o ? outlet.o.userInteractionEnabled : false
+        checkable: false
+        text: outlet.o ? outlet.o.title : ""
+
+        Rectangle {
+            id: box
+            objectName: outlet.name + "Indicator"
+            anchors { left: parent.left; top: parent.top; topMargin: 10 }
+            width: 22; height: 22; radius: 6
+            color: outlet.checked ? outlet.tint : "transparent"
+            border.width: outlet.checked ? 0 : 2
+            border.color: "#A3A8B3"
+            // The tick: two bars meeting at the bottom.
+            Item {
+                anchors.fill: parent
+                visible: outlet.checked
+                Rectangle {
+                    x: 4.5; y: 11; width: 7; height: 2.6; radius: 1.3
+                    color: "white"; rotation: 45; transformOrigin: Item.Right
+                }
+                Rectangle {
+                    x: 9.5; y: 9.5; width: 10; height: 2.6; radius: 1.3
+                    color: "white"; rotation: -52; transformOrigin: Item.Left
+                }
+            }
+        }
+        Text {
+            id: title
+            anchors { left: box.right; leftMargin: 12; right: parent.right
+                      top: parent.top; topMargin: 8 }
+            text: button.text
+            wrapMode: Text.Wrap
+            font.pixelSize: 16
+            lineHeight: 1.1
+            color: outlet.o && outlet.o.textColor.a > 0 ? outlet.o.textColor : "#161B26"
+        }
+        onClicked: outlet.controller.send(outlet.name + "_TouchUpInside")
+    }
+}

@@ -1,0 +1,284 @@
+// Device identification: IMEI or serial number typed into one field, or a photo of it attached
+// instead. The core owns the mode, the text and the photo; this file shows them and reports edits.
+import QtQuick
+import QtQuick.Layouts
+import QtQuick.Controls.Basic
+import Quorvel
+
+Outlet {
+    id: screen
+    readonly property var o: controller.outlets
+    readonly property var field: o.uiTfIMEI
+    readonly property color accent: field.tintColor.a > 0 ? field.tintColor : "#0B7BFB"
+    readonly property bool firstResponder: field.isFirstResponder
+
+    // "AARRGGBB", as the image provider takes a tint.
+    function argb(c) {
+        function two(v) { return ("0" + Math.round(v * 255).toString(16)).slice(-2) }
+        return two(c.a) + two(c.r) + two(c.g) + two(c.b)
+    }
+    function resignField() { if (input.activeFocus) screen.forceActiveFocus() }
+
+    name: "view"
+    onFirstResponderChanged: firstResponder ? input.forceActiveFocus() : resignField()
+    Component.onCompleted: if (firstResponder) input.forceActiveFocus()
+
+    Rectangle { anchors.fill: parent; color: screen.o.view.backgroundColor }
+    // A tap on the empty background puts the keyboard away, as on a phone.
+    TapHandler { onTapped: screen.resignField() }
+
+    Item {
+        id: column
+        width: Math.min(parent.width - 48, 560)
+        anchors { top: parent.top; bottom: parent.bottom; horizontalCenter: parent.horizontalCenter }
+
+        TextButton {
+            id: cancel
+            controller: screen.controller
+            name: "uiBtCancel"
+            anchors { left: parent.left; top: parent.top; topMargin: 8; leftMargin: -12 }
+            pixelSize: 17
+        }
+
+        Flickable {
+            id: flick
+            anchors { left: parent.left; right: parent.right; top: cancel.bottom; bottom: footer.top
+                      topMargin: 8 }
+            contentHeight: content.implicitHeight + 24
+            clip: true
+            boundsBehavior: Flickable.StopAtBounds
+
+            ColumnLayout {
+                id: content
+                width: parent.width
+                spacing: 12
+                TapHandler { onTapped: screen.resignField() }
+
+                OutletLabel {
+                    controller: screen.controller
+                    name: "uiLbTitle"
+                    Layout.fillWidth: true
+                    font.pixelSize: 26
+                    font.weight: Font.Bold
+                }
+                OutletLabel {
+                    controller: screen.controller
+                    name: "uiLbDescription"
+                    Layout.fillWidth: true
+                }
+
+                RowLayout {
+                    Layout.topMargin: 4
+                    spacing: 28
+                    RadioButtonView { controller: screen.controller; name: "uiRBIMEI" }
+                    RadioButtonView { controller: screen.controller; name: "uiRBSerialNumber" }
+                }
+
+                RowLayout {
+                    Layout.fillWidth: true
+                    spacing: 8
+                    Outlet {
+                        controller: screen.controller
+                        name: "uiTfIMEI"
+                        objectName: name
+                        visible: !screen.field.hidden
+                        opacity: screen.field.alpha
+                        Layout.fillWidth: true
+                        Layout.preferredHeight: 52
+
+                        TextField {
+                            id: input
+                            objectName: "uiTfIMEIInput"
+                            anchors.fill: parent
+                            text: screen.field.text
+                            placeholderText: screen.field.placeholder
+                            placeholderTextColor: "#9AA0AA"
+                            enabled: screen.field.enabled && screen.field.userInteractionEnabled
+                            // The core's number pad: digits on a virtual keyboard.
+                            inputMethodHints: screen.field.keyboardType === 4
+                                              ? Qt.ImhDigitsOnly | Qt.ImhNoPredictiveText
+                                              : Qt.ImhNoPredictiveText
+                            color: screen.field.textColor.a > 0 ? screen.field.textColor : "#161B26"
+                            selectionColor: screen.accent
+                            font.pixelSize: 17
+                            leftPadding: 16
+                            rightPadding: 16
+                            onTextEdited: screen.controller.editText("uiTfIMEI", text)
+                            onAccepted: screen.resignField()
+                            background: Rectangle {
+                                radius: 12
+                                color: "#F5F6F8"
+                                border.width: input.activeFocus ? 2 : 1
+                                border.color: input.activeFocus ? screen.accent : "#D9DCE1"
+                            }
+                        }
+                    }
+                    // The keyboard's done key, while the field has the keyboard.
+                    Outlet {
+                        readonly property var b: screen.o.uiBtKeyboardDone
+                        controller: screen.controller
+                        name: "uiBtKeyboardDone"
+                        objectName: name
+                        visible: input.activeFocus && !b.hidden
+                        Layout.preferredHeight: 52
+                        Layout.preferredWidth: doneButton.implicitWidth
+                        Button {
+                            id: doneButton
+                            anchors.fill: parent
+                            flat: true
+                            // Taking focus would close the keyboard before the tap completes.
+                            focusPolicy: Qt.NoFocus
+                            text: parent.b.title
+                            contentItem: Text {
+                                text: doneButton.text
+                                font.pixelSize: 17
+                                font.weight: Font.DemiBold
+                                color: screen.accent
+                                verticalAlignment: Text.AlignVCenter
+                            }
+                            background: Rectangle { color: doneButton.down ? "#14000000" : "transparent"
+                                                    radius: 8 }
+                            onClicked: {
+                                screen.controller.send("uiBtKeyboardDone_TouchUpInside")
+                                screen.resignField()
+                            }
+                        }
+                    }
+                }
+
+                // "Or", between two rules.
+                RowLayout {
+                    Layout.fillWidth: true
+                    Layout.topMargin: 4
+                    visible: !screen.o.uiLbOr.hidden
+                    spacing: 12
+                    Rectangle { Layout.fillWidth: true; height: 1; color: "#D9DCE1" }
+                    OutletLabel {
+                        controller: screen.controller
+                        name: "uiLbOr"
+                        font.pixelSize: 15
+                        font.capitalization: Font.AllUppercase
+                    }
+                    Rectangle { Layout.fillWidth: true; height: 1; color: "#D9DCE1" }
+                }
+                OutletLabel {
+                    controller: screen.controller
+                    name: "uiLbAttachText"
+                    Layout.fillWidth: true
+                }
+
+                // No photo yet: the attach button as a drop area.
+                Outlet {
+                    controller: screen.controller
+                    name: "uiViewNoImage"
+                    objectName: name
+                    visible: !screen.o.uiViewNoImage.hidden
+                    opacity: screen.o.uiViewNoImage.alpha
+                    Layout.fillWidth: true
+                    implicitHeight: attach.visible ? 112 : 0
+
+                    Outlet {
+                        id: attach
+                        readonly property var b: screen.o.uiBtAttachImage
+                        readonly property color tint: b.tintColor.a > 0 ? b.tintColor : screen.accent
+                        controller: screen.controller
+                        name: "uiBtAttachImage"
+                        objectName: name
+                        anchors.fill: parent
+                        visible: !b.hidden
+                        opacity: b.alpha
+                        Button {
+                            id: attachButton
+                            anchors.fill: parent
+                            enabled: attach.b.enabled && attach.b.userInteractionEnabled
+                            focusPolicy: Qt.NoFocus
+                            text: attach.b.title
+                            contentItem: Column {
+                                spacing: 6
+                                Image {
+                                    anchors.horizontalCenter: parent.horizontalCenter
+                                    width: 36; height: 36
+                                    source: "image://quorvel/asset/photo?tint=" + screen.argb(attach.tint)
+                                    sourceSize: Qt.size(72, 72)
+                                }
+                                Text {
+                                    anchors.horizontalCenter: parent.horizontalCenter
+                                    text: attachButton.text
+                                    font.pixelSize: 16
+                                    font.weight: Font.DemiBold
+                                    color: attach.b.titleColor.a > 0 ? attach.b.titleColor : attach.tint
+                                }
+                            }
+                            topPadding: 22
+                            background: Rectangle {
+                                radius: 14
+                                color: Qt.rgba(attach.tint.r, attach.tint.g, attach.tint.b,
+                                               attachButton.down ? 0.14 : 0.06)
+                                border.width: 1.5
+                                border.color: Qt.rgba(attach.tint.r, attach.tint.g, attach.tint.b, 0.45)
+                            }
+                            onClicked: screen.controller.send("uiBtAttachImage_TouchUpInside")
+                        }
+                    }
+                }
+
+                // The attached photo, with its remove button on the corner.
+                Item {
+                    Layout.fillWidth: true
+                    Layout.preferredHeight: 220
+                    Layout.topMargin: 6
+                    visible: !screen.o.uiIvImage.hidden
+                    Rectangle {
+                        anchors.fill: parent
+                        radius: 14
+                        color: "#F5F6F8"
+                    }
+                    OutletImage {
+                        controller: screen.controller
+                        name: "uiIvImage"
+                        anchors { fill: parent; margins: 8 }
+                    }
+                    Outlet {
+                        id: remove
+                        readonly property var b: screen.o.uiBtRemoveImage
+                        controller: screen.controller
+                        name: "uiBtRemoveImage"
+                        objectName: name
+                        visible: !b.hidden
+                        opacity: b.alpha
+                        width: 44; height: 44
+                        anchors { right: parent.right; top: parent.top; margins: -6 }
+                        AbstractButton {
+                            anchors.fill: parent
+                            focusPolicy: Qt.NoFocus
+                            Rectangle {
+                                anchors.centerIn: parent
+                                width: 30; height: 30; radius: 15
+                                color: "white"
+                            }
+                            Image {
+                                anchors.centerIn: parent
+                                width: 30; height: 30
+                                source: typeof remove.b.image === "string" ? remove.b.image : ""
+                                sourceSize: Qt.size(60, 60)
+                            }
+                            onClicked: screen.controller.send("uiBtRemoveImage_TouchUpInside")
+                        }
+                    }
+                }
+            }
+        }
+
+        Item {
+            id: footer
+            anchors { left: parent.left; right: parent.right; bottom: parent.bottom }
+            height: 92
+            MainButton {
+                controller: screen.controller
+                name: "uiBtNext"
+                anchors { left: parent.left; right: parent.right; verticalCenter: parent.verticalCenter }
+                height: 52
+            }
+        }
+    }
+}
