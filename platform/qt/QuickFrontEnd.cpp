@@ -56,6 +56,9 @@ QuickFrontEnd::QuickFrontEnd(QObject* parent) : QObject(parent), images_(new Quo
   platform_.imagePicker = picker_;
   keys_ = new QtHardwareKeys(platform_.volumeEvents, platform_.audioSession,
                              platform_.screenshotEvents, this);
+  cleanup_.setSingleShot(true);
+  cleanup_.setInterval(kBridgeGraceMilliseconds);
+  connect(&cleanup_, &QTimer::timeout, this, &QuickFrontEnd::dropUnusedBridges);
   coreWindow_ = std::make_shared<Window>();
   platform_.application->makeKeyWindow(coreWindow_);
   observe(coreWindow_);
@@ -185,6 +188,7 @@ void QuickFrontEnd::sync() {
     if (controller != root) follow(controller);
   }
 
+  bool stackChanged = false;
   if (window_) {
     std::size_t common = 0;
     while (common < displayed_.size() && common < stack.size() &&
@@ -202,13 +206,15 @@ void QuickFrontEnd::sync() {
       }
       emit resetScreens(screens, animated);
     }
+    stackChanged = common != displayed_.size() || common != stack.size();
     displayed_.assign(stack.begin(), stack.end());
   }
 
   ViewControllerBridge* alert = presented ? bridgeFor(presented) : nullptr;
+  ViewControllerBridge* previousAlert = alert_;
   bool navigationChanges = barHidden != navigationBarHidden_;
   navigationBarHidden_ = barHidden;
-  if (navigationChanges || window_) emit navigationChanged();
+  if (navigationChanges || stackChanged) emit navigationChanged();
   if (alert != alert_) {
     alert_ = alert;
     emit alertChanged();
@@ -227,21 +233,22 @@ void QuickFrontEnd::sync() {
     emit overlayChanged();
   }
 
-  QTimer::singleShot(kBridgeGraceMilliseconds, this, [this] {
-    for (auto it = bridges_.begin(); it != bridges_.end();) {
-      ViewControllerBridge* bridge = *it;
-      auto controller = bridge ? bridge->controller() : nullptr;
-      bool inUse = bridge && controller && bridge == alert_;
-      for (const auto& each : displayed_)
-        inUse = inUse || (controller && each.lock() == controller);
-      if (inUse) {
-        ++it;
-        continue;
-      }
-      if (bridge) bridge->deleteLater();
-      it = bridges_.erase(it);
+  if (stackChanged || alert != previousAlert) cleanup_.start();
+}
+
+void QuickFrontEnd::dropUnusedBridges() {
+  for (auto it = bridges_.begin(); it != bridges_.end();) {
+    ViewControllerBridge* bridge = *it;
+    auto controller = bridge ? bridge->controller() : nullptr;
+    bool inUse = controller && bridge == alert_;
+    for (const auto& each : displayed_) inUse = inUse || (controller && each.lock() == controller);
+    if (inUse) {
+      ++it;
+      continue;
     }
-  });
+    if (bridge) bridge->deleteLater();
+    it = bridges_.erase(it);
+  }
 }
 
 void QuickFrontEnd::goBack() {

@@ -5,6 +5,7 @@
 #include <QPointer>
 #include <QQmlApplicationEngine>
 #include <QQuickWindow>
+#include <QTimer>
 #include <QUrl>
 #include <QVariantList>
 #include <memory>
@@ -94,6 +95,8 @@ class QuickFrontEnd : public QObject {
   void scheduleSync();
   void sync();
   void observe(const std::shared_ptr<Observable>& observable);
+  // Deletes the bridges of screens no longer shown, once their animations are over.
+  void dropUnusedBridges();
 
   QQmlApplicationEngine engine_;
   QuorvelImageProvider* images_;  // owned by the engine
@@ -108,6 +111,7 @@ class QuickFrontEnd : public QObject {
   std::vector<std::weak_ptr<ViewController>> displayed_;
   std::vector<std::pair<std::weak_ptr<Observable>, int>> observed_;
   bool syncScheduled_ = false;
+  QTimer cleanup_;
   bool navigationBarHidden_ = true;
   QPointer<ViewControllerBridge> alert_;
   bool overlayShown_ = false;
