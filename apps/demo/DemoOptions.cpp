@@ -4,9 +4,7 @@
 
 namespace quorvel::demo {
 
-namespace {
-
-std::vector<std::string> splitList(const std::string& text) {
+std::vector<std::string> DemoOptions::splitList(const std::string& text) {
   std::vector<std::string> items;
   std::stringstream stream(text);
   std::string item;
@@ -15,8 +13,6 @@ std::vector<std::string> splitList(const std::string& text) {
   }
   return items;
 }
-
-}  // namespace
 
 const char* DemoOptions::usage() {
   return "usage: quorvel-demo [--autopilot] [--assets-host URL] [--app-id A] [--api-key K]\n"

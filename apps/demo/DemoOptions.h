@@ -26,6 +26,8 @@ struct DemoOptions {
   // The options, or a message saying what is wrong with args.
   static std::variant<DemoOptions, std::string> parse(const std::vector<std::string>& args);
   static const char* usage();
+  // "a,b,,c" as {"a", "b", "c"}: a list given in one text field or flag.
+  static std::vector<std::string> splitList(const std::string& text);
 };
 
 }  // namespace quorvel::demo

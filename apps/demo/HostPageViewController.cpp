@@ -1,29 +1,10 @@
 #include "HostPageViewController.h"
 
-#include <sstream>
-
 #include "quorvel/QuorvelSDK.h"
 
 namespace quorvel::demo {
 
 namespace {
-
-std::optional<Color> parseHexColor(const std::string& text) {
-  if (text.size() != 7 || text[0] != '#') return std::nullopt;
-  unsigned value = 0;
-  for (char c : text.substr(1)) {
-    value <<= 4;
-    if (c >= '0' && c <= '9')
-      value |= unsigned(c - '0');
-    else if (c >= 'a' && c <= 'f')
-      value |= unsigned(c - 'a' + 10);
-    else if (c >= 'A' && c <= 'F')
-      value |= unsigned(c - 'A' + 10);
-    else
-      return std::nullopt;
-  }
-  return Color::rgb(int(value >> 16), int((value >> 8) & 0xff), int(value & 0xff));
-}
 
 std::string joined(const std::vector<std::string>& items) {
   std::string text;
@@ -131,7 +112,8 @@ void HostPageViewController::start() {
   const std::string colorText = outlet<TextField>("uiTfThemeColor").text;
   std::optional<Color> theme;
   if (!colorText.empty()) {
-    theme = parseHexColor(colorText);
+    // Only "#RRGGBB": the page asks for an opaque colour.
+    if (colorText.size() == 7) theme = Color::fromHex(colorText);
     if (!theme) {
       error.text = "The theme colour must look like #0B7BFB.";
       error.hidden = false;
@@ -148,13 +130,7 @@ void HostPageViewController::start() {
 
   std::optional<std::vector<std::string>> tests;
   const std::string testsText = outlet<TextField>("uiTfTests").text;
-  if (!testsText.empty()) {
-    tests.emplace();
-    std::stringstream stream(testsText);
-    for (std::string item; std::getline(stream, item, ',');) {
-      if (!item.empty()) tests->push_back(item);
-    }
-  }
+  if (!testsText.empty()) tests = DemoOptions::splitList(testsText);
   sdk.performTests(outlet<TextField>("uiTfAppID").text, outlet<TextField>("uiTfApiKey").text, tests,
                    nonEmpty(outlet<TextField>("uiTfIMEI").text),
                    nonEmpty(outlet<TextField>("uiTfSerial").text), nullptr, completion_);

@@ -1,6 +1,8 @@
 #pragma once
 
+#include <optional>
 #include <string>
+#include <string_view>
 
 namespace quorvel {
 
@@ -23,6 +25,8 @@ struct Color {
 
   // "#rrggbbaa", for snapshots and front ends.
   std::string hex() const;
+  // The colour of "#rrggbb" or "#rrggbbaa" (either case); no value for anything else.
+  static std::optional<Color> fromHex(std::string_view text);
 
   friend bool operator==(const Color&, const Color&) = default;
 };

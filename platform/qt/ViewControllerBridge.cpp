@@ -14,16 +14,17 @@ bool endsWith(const std::string& text, std::string_view suffix) {
          text.compare(text.size() - suffix.size(), suffix.size(), suffix) == 0;
 }
 
-// "#rrggbbaa" as the core writes colours.
+QColor toQColor(const Color& color) {
+  return QColor::fromRgbF(static_cast<float>(color.red), static_cast<float>(color.green),
+                          static_cast<float>(color.blue), static_cast<float>(color.alpha));
+}
+
+// Colours as the core writes them ("#rrggbbaa").
 std::optional<QColor> parseColor(const Dictionary& value) {
   if (!value.is_string()) return std::nullopt;
-  const auto& text = value.get_ref<const std::string&>();
-  if (text.size() != 9 || text[0] != '#') return std::nullopt;
-  bool ok = false;
-  const uint rgba = QString::fromStdString(text.substr(1)).toUInt(&ok, 16);
-  if (!ok) return std::nullopt;
-  return QColor(static_cast<int>(rgba >> 24), static_cast<int>((rgba >> 16) & 0xff),
-                static_cast<int>((rgba >> 8) & 0xff), static_cast<int>(rgba & 0xff));
+  auto color = Color::fromHex(value.get_ref<const std::string&>());
+  if (!color) return std::nullopt;
+  return toQColor(*color);
 }
 
 std::optional<Image> imageFromJson(const Dictionary& value) {
@@ -35,11 +36,7 @@ std::optional<Image> imageFromJson(const Dictionary& value) {
   return std::nullopt;
 }
 
-QColor defaultTint() {
-  const Color theme = Customization::currentThemeColor();
-  return QColor::fromRgbF(static_cast<float>(theme.red), static_cast<float>(theme.green),
-                          static_cast<float>(theme.blue), static_cast<float>(theme.alpha));
-}
+QColor defaultTint() { return toQColor(Customization::currentThemeColor()); }
 
 // Colours become QML colours (keys ending in "Color", and progress segments), images become
 // image sources tinted by their sibling "<key>TintColor" or "tintColor".

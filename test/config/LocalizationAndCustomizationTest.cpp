@@ -150,6 +150,15 @@ TEST_F(CustomizationTest, ThemeIsReadOnceWhenCreated) {
   expectDefaultsAroundTheme(after, Color{0.2, 0.6, 0.4, 1});
 }
 
+TEST(ColorHex, ReadsBackWhatItWritesAndRefusesAnythingElse) {
+  const Color translucent = Color::rgb(11, 123, 251, 128 / 255.0);
+  EXPECT_EQ(Color::fromHex(translucent.hex()), translucent);
+  EXPECT_EQ(Color::fromHex("#0B7BFB"), Color::rgb(11, 123, 251));
+  for (const char* bad : {"", "#", "0b7bfb", "#0b7bf", "#0b7bfbf", "#0b7bfg", "#0b7bfb00ff"}) {
+    EXPECT_EQ(Color::fromHex(bad), std::nullopt) << bad;
+  }
+}
+
 TEST(BorderType, RawValuesAndCornerRadius) {
   EXPECT_EQ(makeBorderType(0), BorderType::capsule);
   EXPECT_EQ(makeBorderType(1), BorderType::rounded);

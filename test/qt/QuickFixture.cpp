@@ -71,19 +71,12 @@ std::string QuickFixture::topInterface() const {
 }
 
 void QuickFixture::settle(const std::string& interfaceName) {
-  bool settled = false;
-  auto connection = QObject::connect(
-      frontEnd.get(), &QuickFrontEnd::screenSettled, [&](ViewControllerBridge* screen) {
-        settled = screen->interfaceName().toStdString() == interfaceName;
-      });
+  const QString expected = QString::fromStdString(interfaceName);
   bool shown = waitFor([&] {
     QQuickItem* top = frontEnd->topScreenItem();
-    return (settled || topInterface() == interfaceName) && top &&
-           top->property("controller").value<ViewControllerBridge*>() &&
-           top->property("controller").value<ViewControllerBridge*>()->interfaceName() ==
-               QString::fromStdString(interfaceName);
+    auto* drawn = top ? top->property("controller").value<ViewControllerBridge*>() : nullptr;
+    return topInterface() == interfaceName && drawn && drawn->interfaceName() == expected;
   });
-  QObject::disconnect(connection);
   ASSERT_TRUE(shown) << "the top screen is " << topInterface() << ", not " << interfaceName;
   // Let bindings, layouts and the stack's transition finish.
   waitFor([&] { return !frontEnd->window()->property("transitioning").toBool(); }, 2000);
