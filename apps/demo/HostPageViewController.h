@@ -4,7 +4,7 @@
 
 #include "DemoOptions.h"
 #include "quorvel/Dictionary.h"
-#include "ui/ViewController.h"
+#include "quorvel/ui/ViewController.h"
 
 namespace quorvel::demo {
 

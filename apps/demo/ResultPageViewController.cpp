@@ -1,7 +1,7 @@
 #include "ResultPageViewController.h"
 
 #include "quorvel/StatusCodes.h"
-#include "ui/NavigationController.h"
+#include "quorvel/ui/NavigationController.h"
 
 namespace quorvel::demo {
 

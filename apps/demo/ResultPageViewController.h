@@ -3,7 +3,7 @@
 #include <optional>
 
 #include "quorvel/Dictionary.h"
-#include "ui/ViewController.h"
+#include "quorvel/ui/ViewController.h"
 
 namespace quorvel::demo {
 

@@ -12,7 +12,7 @@
 #include "ScreenRecorder.h"
 #include "qt/QuickFrontEnd.h"
 #include "quorvel/platform/HostBundle.h"
-#include "ui/NavigationController.h"
+#include "quorvel/ui/NavigationController.h"
 
 using namespace quorvel;
 using namespace quorvel::demo;

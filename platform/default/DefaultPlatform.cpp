@@ -8,8 +8,8 @@
 #include "linux/XdgUrlOpener.h"
 #include "media/FfmpegImageEncoder.h"
 #include "quorvel/platform/Platform.h"
+#include "quorvel/ui/Application.h"
 #include "support/RunLoopMainQueue.h"
-#include "ui/Application.h"
 
 namespace quorvel {
 

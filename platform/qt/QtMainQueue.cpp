@@ -4,7 +4,7 @@
 #include <QTimer>
 #include <cmath>
 
-#include "support/Fatal.h"
+#include "quorvel/Fatal.h"
 
 namespace quorvel {
 

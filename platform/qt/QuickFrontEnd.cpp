@@ -9,10 +9,10 @@
 #include "qt/QtImagePicker.h"
 #include "qt/QtMainQueue.h"
 #include "qt/QuorvelImageProvider.h"
-#include "support/Fatal.h"
-#include "ui/AlertController.h"
-#include "ui/LoadingView.h"
-#include "ui/NavigationController.h"
+#include "quorvel/Fatal.h"
+#include "quorvel/ui/AlertController.h"
+#include "quorvel/ui/LoadingView.h"
+#include "quorvel/ui/NavigationController.h"
 
 namespace quorvel {
 

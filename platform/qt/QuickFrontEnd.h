@@ -13,8 +13,8 @@
 
 #include "qt/ViewControllerBridge.h"
 #include "quorvel/platform/Platform.h"
-#include "ui/Application.h"
-#include "ui/Window.h"
+#include "quorvel/ui/Application.h"
+#include "quorvel/ui/Window.h"
 
 namespace quorvel {
 

@@ -7,7 +7,7 @@
 #include <QUrl>
 #include <QUrlQuery>
 
-#include "support/Fatal.h"
+#include "quorvel/Fatal.h"
 
 namespace quorvel {
 

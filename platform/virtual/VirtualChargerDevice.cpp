@@ -2,7 +2,7 @@
 
 #include <algorithm>
 
-#include "support/Fatal.h"
+#include "quorvel/Fatal.h"
 
 namespace quorvel {
 

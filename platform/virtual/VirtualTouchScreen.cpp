@@ -5,7 +5,7 @@
 
 #include <QGuiApplication>
 
-#include "support/Fatal.h"
+#include "quorvel/Fatal.h"
 
 namespace quorvel {
 

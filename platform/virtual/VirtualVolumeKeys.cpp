@@ -2,7 +2,7 @@
 
 #include <qpa/qwindowsysteminterface.h>
 
-#include "support/Fatal.h"
+#include "quorvel/Fatal.h"
 
 namespace quorvel {
 

@@ -4,9 +4,9 @@
 #include <system_error>
 
 #include "backend/Endpoints.h"
+#include "quorvel/Fatal.h"
 #include "quorvel/QuorvelSDK.h"
 #include "quorvel/platform/Platform.h"
-#include "support/Fatal.h"
 #include "support/Logging.h"
 #include "support/Utf8.h"
 #include "support/Uuid.h"

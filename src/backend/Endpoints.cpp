@@ -4,9 +4,9 @@
 #include <cstring>
 
 #include "quorvel/Deployment.h"
+#include "quorvel/Fatal.h"
 #include "quorvel/QuorvelSDK.h"
 #include "quorvel/platform/Platform.h"
-#include "support/Fatal.h"
 
 namespace quorvel {
 

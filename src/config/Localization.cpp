@@ -4,8 +4,8 @@
 
 #include "config/EnglishCopy.h"
 #include "config/PortugueseCopy.h"
+#include "quorvel/Fatal.h"
 #include "quorvel/QuorvelSDK.h"
-#include "support/Fatal.h"
 
 namespace quorvel {
 

@@ -4,7 +4,7 @@
 
 #include <limits>
 
-#include "support/Fatal.h"
+#include "quorvel/Fatal.h"
 
 namespace quorvel {
 

@@ -6,7 +6,7 @@
 #include <string>
 
 #include "device/DeviceInfoHelper.h"
-#include "support/Fatal.h"
+#include "quorvel/Fatal.h"
 
 namespace quorvel {
 

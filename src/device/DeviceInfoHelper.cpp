@@ -6,10 +6,10 @@
 
 #include "device/ByteCountFormatter.h"
 #include "device/Model.h"
+#include "quorvel/Fatal.h"
 #include "quorvel/QuorvelSDK.h"
 #include "quorvel/Version.h"
 #include "quorvel/platform/Platform.h"
-#include "support/Fatal.h"
 #include "support/JsonText.h"
 #include "support/Timestamp.h"
 #include "support/Utf8.h"

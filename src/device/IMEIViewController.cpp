@@ -1,15 +1,15 @@
 #include "device/IMEIViewController.h"
 
 #include "backend/AssetUploaderWebService.h"
+#include "quorvel/Fatal.h"
 #include "quorvel/Localization.h"
 #include "quorvel/ScreenCustomizationKeys.h"
 #include "quorvel/ScreenType.h"
 #include "quorvel/platform/Platform.h"
-#include "support/Fatal.h"
+#include "quorvel/ui/AlertController.h"
+#include "quorvel/ui/Application.h"
 #include "support/JsonText.h"
 #include "support/Utf8.h"
-#include "ui/AlertController.h"
-#include "ui/Application.h"
 #include "widgets/ScreenAppearance.h"
 
 namespace quorvel {

@@ -9,8 +9,8 @@
 #include "device/IMEIViewControllerDelegate.h"
 #include "quorvel/Dictionary.h"
 #include "quorvel/Image.h"
-#include "ui/LoadingView.h"
-#include "ui/ViewController.h"
+#include "quorvel/ui/LoadingView.h"
+#include "quorvel/ui/ViewController.h"
 
 namespace quorvel {
 

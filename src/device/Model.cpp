@@ -5,8 +5,8 @@
 #include <string>
 #include <utility>
 
+#include "quorvel/Fatal.h"
 #include "quorvel/platform/Platform.h"
-#include "support/Fatal.h"
 #include "support/Utf8.h"
 
 namespace quorvel {

@@ -10,6 +10,10 @@
 #include "quorvel/ScreenType.h"
 #include "quorvel/StatusCodes.h"
 #include "quorvel/platform/Platform.h"
+#include "quorvel/ui/AlertController.h"
+#include "quorvel/ui/Application.h"
+#include "quorvel/ui/LoadingView.h"
+#include "quorvel/ui/NavigationController.h"
 #include "run/TestSelection.h"
 #include "screens/StartViewController.h"
 #include "screens/TestsFinishedViewController.h"
@@ -17,10 +21,6 @@
 #include "support/Logging.h"
 #include "support/Utf8.h"
 #include "support/Uuid.h"
-#include "ui/AlertController.h"
-#include "ui/Application.h"
-#include "ui/LoadingView.h"
-#include "ui/NavigationController.h"
 
 namespace quorvel {
 

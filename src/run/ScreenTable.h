@@ -6,7 +6,7 @@
 #include <string>
 #include <vector>
 
-#include "ui/ViewController.h"
+#include "quorvel/ui/ViewController.h"
 
 namespace quorvel {
 

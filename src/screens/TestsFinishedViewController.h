@@ -2,8 +2,8 @@
 
 #include <memory>
 
+#include "quorvel/ui/ViewController.h"
 #include "screens/TestsFinishedViewControllerDelegate.h"
-#include "ui/ViewController.h"
 
 namespace quorvel {
 

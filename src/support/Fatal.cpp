@@ -1,4 +1,4 @@
-#include "support/Fatal.h"
+#include "quorvel/Fatal.h"
 
 #include <cstdio>
 #include <cstdlib>

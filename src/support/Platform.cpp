@@ -2,7 +2,7 @@
 
 #include <optional>
 
-#include "ui/Application.h"
+#include "quorvel/ui/Application.h"
 
 namespace quorvel {
 

@@ -5,7 +5,7 @@
 #include <array>
 #include <cstdint>
 
-#include "support/Fatal.h"
+#include "quorvel/Fatal.h"
 
 namespace quorvel {
 

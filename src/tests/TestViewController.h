@@ -10,7 +10,7 @@
 #include "quorvel/Dictionary.h"
 #include "quorvel/platform/Device.h"
 #include "quorvel/platform/Subscription.h"
-#include "ui/ViewController.h"
+#include "quorvel/ui/ViewController.h"
 #include "widgets/ScreenAppearance.h"
 
 namespace quorvel {

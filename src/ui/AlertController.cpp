@@ -1,4 +1,4 @@
-#include "ui/AlertController.h"
+#include "quorvel/ui/AlertController.h"
 
 namespace quorvel {
 

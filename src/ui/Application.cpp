@@ -1,4 +1,4 @@
-#include "ui/Application.h"
+#include "quorvel/ui/Application.h"
 
 #include <algorithm>
 

@@ -1,6 +1,6 @@
-#include "ui/Elements.h"
+#include "quorvel/ui/Elements.h"
 
-#include "ui/GestureRecognizer.h"
+#include "quorvel/ui/GestureRecognizer.h"
 
 namespace quorvel {
 

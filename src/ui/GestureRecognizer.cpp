@@ -1,4 +1,4 @@
-#include "ui/GestureRecognizer.h"
+#include "quorvel/ui/GestureRecognizer.h"
 
 namespace quorvel {
 

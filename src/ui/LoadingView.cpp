@@ -1,4 +1,4 @@
-#include "ui/LoadingView.h"
+#include "quorvel/ui/LoadingView.h"
 
 #include "quorvel/platform/Platform.h"
 

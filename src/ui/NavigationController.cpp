@@ -1,4 +1,4 @@
-#include "ui/NavigationController.h"
+#include "quorvel/ui/NavigationController.h"
 
 #include <algorithm>
 

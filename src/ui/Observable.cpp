@@ -1,4 +1,4 @@
-#include "ui/Observable.h"
+#include "quorvel/ui/Observable.h"
 
 #include <algorithm>
 

@@ -1,4 +1,4 @@
-#include "ui/PanGestureRecognizer.h"
+#include "quorvel/ui/PanGestureRecognizer.h"
 
 #include <cmath>
 

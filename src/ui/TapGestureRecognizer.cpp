@@ -1,4 +1,4 @@
-#include "ui/TapGestureRecognizer.h"
+#include "quorvel/ui/TapGestureRecognizer.h"
 
 #include <algorithm>
 #include <cmath>

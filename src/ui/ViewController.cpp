@@ -1,4 +1,4 @@
-#include "ui/ViewController.h"
+#include "quorvel/ui/ViewController.h"
 
 #include "support/Logging.h"
 

@@ -1,9 +1,9 @@
-#include "ui/Window.h"
+#include "quorvel/ui/Window.h"
 
 #include <algorithm>
 
+#include "quorvel/ui/LoadingView.h"
 #include "support/Logging.h"
-#include "ui/LoadingView.h"
 
 namespace quorvel {
 

@@ -2,10 +2,10 @@
 
 #include <algorithm>
 
+#include "quorvel/Fatal.h"
 #include "quorvel/Localization.h"
 #include "quorvel/QuorvelSDK.h"
-#include "support/Fatal.h"
-#include "ui/NavigationController.h"
+#include "quorvel/ui/NavigationController.h"
 
 namespace quorvel {
 

@@ -2,7 +2,7 @@
 
 #include <string>
 
-#include "ui/Elements.h"
+#include "quorvel/ui/Elements.h"
 
 namespace quorvel {
 

@@ -1,9 +1,9 @@
 #include "widgets/MultipleTestsTableViewCell.h"
 
+#include "quorvel/Fatal.h"
 #include "quorvel/ScreenCustomizationKeys.h"
 #include "quorvel/ScreenType.h"
-#include "support/Fatal.h"
-#include "ui/Elements.h"
+#include "quorvel/ui/Elements.h"
 #include "widgets/ScreenAppearance.h"
 
 namespace quorvel {

@@ -5,7 +5,7 @@
 #include <string_view>
 
 #include "quorvel/Customization.h"
-#include "ui/Elements.h"
+#include "quorvel/ui/Elements.h"
 
 namespace quorvel {
 

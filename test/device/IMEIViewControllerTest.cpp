@@ -1,8 +1,8 @@
 #include <gtest/gtest.h>
 
 #include "device/IMEIViewController.h"
+#include "quorvel/ui/AlertController.h"
 #include "support/SdkFixture.h"
-#include "ui/AlertController.h"
 
 namespace {
 

@@ -11,8 +11,8 @@
 
 #include "qt/QuickFrontEnd.h"
 #include "quorvel/QuorvelSDK.h"
+#include "quorvel/ui/NavigationController.h"
 #include "support/TemporaryTree.h"
-#include "ui/NavigationController.h"
 
 QT_BEGIN_NAMESPACE
 // Readable QString values in test failures.

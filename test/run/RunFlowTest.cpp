@@ -8,13 +8,13 @@
 #include "device/CryptoHelper.h"
 #include "device/IMEIViewController.h"
 #include "quorvel/StatusCodes.h"
+#include "quorvel/ui/AlertController.h"
+#include "quorvel/ui/LoadingView.h"
 #include "support/ObservingHttpClient.h"
 #include "support/ScriptedHttpServer.h"
 #include "support/ScriptedTestScreen.h"
 #include "support/SdkFixture.h"
 #include "support/TestImages.h"
-#include "ui/AlertController.h"
-#include "ui/LoadingView.h"
 
 namespace {
 

@@ -1,6 +1,6 @@
 #include "support/RunReset.h"
 
-#include "ui/LoadingView.h"
+#include "quorvel/ui/LoadingView.h"
 
 namespace quorvel::testing {
 

@@ -4,8 +4,8 @@
 #include <string>
 #include <vector>
 
-#include "ui/GestureRecognizer.h"
-#include "ui/ViewController.h"
+#include "quorvel/ui/GestureRecognizer.h"
+#include "quorvel/ui/ViewController.h"
 
 namespace quorvel::testing {
 

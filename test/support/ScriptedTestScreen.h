@@ -3,8 +3,8 @@
 #include <string>
 
 #include "quorvel/Dictionary.h"
+#include "quorvel/ui/ViewController.h"
 #include "run/ScreenTable.h"
-#include "ui/ViewController.h"
 
 namespace quorvel::testing {
 

@@ -4,10 +4,10 @@
 #include <thread>
 
 #include "backend/AssetUploaderWebService.h"
+#include "quorvel/ui/Application.h"
+#include "quorvel/ui/LoadingView.h"
 #include "support/RunReset.h"
 #include "support/ScriptedTestScreen.h"
-#include "ui/Application.h"
-#include "ui/LoadingView.h"
 
 namespace quorvel::testing {
 

@@ -7,10 +7,10 @@
 #include <optional>
 
 #include "quorvel/QuorvelSDK.h"
+#include "quorvel/ui/NavigationController.h"
+#include "quorvel/ui/Window.h"
 #include "support/TemporaryTree.h"
 #include "support/TestPlatform.h"
-#include "ui/NavigationController.h"
-#include "ui/Window.h"
 
 namespace quorvel::testing {
 

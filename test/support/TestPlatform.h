@@ -6,10 +6,10 @@
 #include <vector>
 
 #include "quorvel/platform/Platform.h"
+#include "quorvel/ui/Application.h"
 #include "support/ManualMainQueue.h"
 #include "support/ScriptedDevice.h"
 #include "support/ScriptedVolume.h"
-#include "ui/Application.h"
 
 namespace quorvel::testing {
 

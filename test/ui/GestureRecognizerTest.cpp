@@ -1,9 +1,9 @@
 #include <gtest/gtest.h>
 
+#include "quorvel/ui/PanGestureRecognizer.h"
+#include "quorvel/ui/TapGestureRecognizer.h"
+#include "quorvel/ui/ViewController.h"
 #include "support/ScriptedFingers.h"
-#include "ui/PanGestureRecognizer.h"
-#include "ui/TapGestureRecognizer.h"
-#include "ui/ViewController.h"
 
 namespace {
 

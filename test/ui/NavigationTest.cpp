@@ -1,9 +1,9 @@
 #include <gtest/gtest.h>
 
+#include "quorvel/ui/AlertController.h"
+#include "quorvel/ui/LoadingView.h"
+#include "quorvel/ui/NavigationController.h"
 #include "support/TestPlatform.h"
-#include "ui/AlertController.h"
-#include "ui/LoadingView.h"
-#include "ui/NavigationController.h"
 
 namespace {
 

@@ -2,7 +2,7 @@
 
 #include "quorvel/Localization.h"
 #include "quorvel/ScreenType.h"
-#include "ui/TapGestureRecognizer.h"
+#include "quorvel/ui/TapGestureRecognizer.h"
 
 namespace quorvel {
 

@@ -6,7 +6,7 @@
 #include "quorvel/ScreenCustomizationKeys.h"
 #include "quorvel/ScreenType.h"
 #include "quorvel/platform/Platform.h"
-#include "ui/PanGestureRecognizer.h"
+#include "quorvel/ui/PanGestureRecognizer.h"
 
 namespace quorvel {
 

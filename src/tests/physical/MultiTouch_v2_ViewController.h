@@ -2,9 +2,9 @@
 
 #include <memory>
 
+#include "quorvel/ui/Geometry.h"
 #include "tests/TestViewController.h"
 #include "tests/physical/MultiTouch_v2_ViewControllerDelegate.h"
-#include "ui/Geometry.h"
 
 namespace quorvel {
 

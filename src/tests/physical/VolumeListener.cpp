@@ -1,9 +1,9 @@
 #include "tests/physical/VolumeListener.h"
 
 #include "quorvel/platform/Platform.h"
+#include "quorvel/ui/Application.h"
 #include "support/JsonText.h"
 #include "support/NotificationCenter.h"
-#include "ui/Application.h"
 
 namespace quorvel {
 

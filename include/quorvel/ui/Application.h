@@ -3,8 +3,8 @@
 #include <memory>
 #include <vector>
 
-#include "ui/Observable.h"
-#include "ui/Window.h"
+#include "quorvel/ui/Observable.h"
+#include "quorvel/ui/Window.h"
 
 namespace quorvel {
 

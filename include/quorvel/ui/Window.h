@@ -4,8 +4,8 @@
 #include <string>
 #include <vector>
 
-#include "ui/Observable.h"
-#include "ui/ViewController.h"
+#include "quorvel/ui/Observable.h"
+#include "quorvel/ui/ViewController.h"
 
 namespace quorvel {
 

@@ -1,6 +1,6 @@
 #pragma once
 
-#include "ui/GestureRecognizer.h"
+#include "quorvel/ui/GestureRecognizer.h"
 
 namespace quorvel {
 

@@ -7,10 +7,10 @@
 #include <vector>
 
 #include "quorvel/Dictionary.h"
-#include "support/Fatal.h"
-#include "ui/Elements.h"
-#include "ui/GestureRecognizer.h"
-#include "ui/Observable.h"
+#include "quorvel/Fatal.h"
+#include "quorvel/ui/Elements.h"
+#include "quorvel/ui/GestureRecognizer.h"
+#include "quorvel/ui/Observable.h"
 
 namespace quorvel {
 

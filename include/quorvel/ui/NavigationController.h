@@ -3,7 +3,7 @@
 #include <memory>
 #include <vector>
 
-#include "ui/ViewController.h"
+#include "quorvel/ui/ViewController.h"
 
 namespace quorvel {
 

@@ -10,7 +10,7 @@
 
 #include "quorvel/Customization.h"
 #include "quorvel/Dictionary.h"
-#include "ui/Geometry.h"
+#include "quorvel/ui/Geometry.h"
 
 namespace quorvel {
 

@@ -6,7 +6,7 @@
 #include <vector>
 
 #include "quorvel/Dictionary.h"
-#include "ui/Geometry.h"
+#include "quorvel/ui/Geometry.h"
 
 namespace quorvel {
 
