@@ -95,6 +95,7 @@ void IMEIViewController::viewDidLoad() {
   description.link = path;
   description.linkAction = "uiLbDescription_LinkTapped";
   look.styleBody(description);
+  description.tintColor = look.themeColor();
 
   outlet<RadioButton>("uiRBIMEI").title = Localization::copy("imei_number");
   outlet<RadioButton>("uiRBSerialNumber").title = Localization::copy("serial_number_abbreviation");

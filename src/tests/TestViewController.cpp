@@ -38,7 +38,9 @@ void TestViewController::viewDidLoad() {
   cancel.title = Localization::copy("cancel");
   cancel.titleColor = look_->themeColor();
 
-  outlet<Label>("uiLbTestCounter").text = HeaderViewHelper::counterText(testKey_);
+  auto& counter = outlet<Label>("uiLbTestCounter");
+  counter.text = HeaderViewHelper::counterText(testKey_);
+  look_->styleTitle(counter);
   HeaderViewHelper::progressBar(outlet<ProgressBar>("uiStackViewProgressBar"), testKey_);
   showHeader();
 }

@@ -9,8 +9,8 @@
 #include <optional>
 #include <string>
 
-#include "qt/QuickFrontEnd.h"
 #include "quorvel/QuorvelSDK.h"
+#include "quorvel/quick/QuickFrontEnd.h"
 #include "quorvel/ui/NavigationController.h"
 #include "support/TemporaryTree.h"
 
@@ -76,6 +76,9 @@ class QuickFixture : public ::testing::Test {
   QImage grab(const std::string& screenshotName = "");
   // The colour drawn at the centre of item name.
   QColor colorAt(const QString& name, QPointF offset = {});
+  // Every colour the SDK's interface draws on the top screen was set by the core: the interfaces
+  // have no colours of their own to fall back on, so an unset one draws nothing.
+  void expectCoreColours();
 
   QuorvelSDK& sdk = QuorvelSDK::shared();
   std::unique_ptr<QuickFrontEnd> frontEnd;
