@@ -19,9 +19,11 @@ void QuickFixture::SetUp() {
   hostNavigation = NavigationController::make(std::make_shared<ViewController>("HostTestPage"));
   frontEnd->addInterfaceLocation(QUrl("qrc:/quorvel-tests/"));
   frontEnd->coreWindow()->setRootViewController(hostNavigation);
-  frontEnd->show();
+  present();
   settle("HostTestPage");
 }
+
+void QuickFixture::present() { frontEnd->show(); }
 
 void QuickFixture::useAssetsHost(const std::string& origin) {
   Platform changed = platform();

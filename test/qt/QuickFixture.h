@@ -23,12 +23,14 @@ QT_END_NAMESPACE
 
 namespace quorvel::testing {
 
-// The Qt front end in an offscreen phone-sized window, installed as the platform, with a host
-// navigation stack to take over and a fresh documents folder.
+// The Qt front end in an offscreen phone-sized window (or a host's scene), installed as the
+// platform, with a host navigation stack to take over and a fresh documents folder.
 class QuickFixture : public ::testing::Test {
  protected:
   void SetUp() override;
   void TearDown() override;
+  // Puts an SdkView on screen: the front end's ready-made window unless a test has its own scene.
+  virtual void present();
 
   // Starts a run with the given tests and identifiers; the completion lands in response.
   void start(std::optional<std::vector<std::string>> tests = std::nullopt,
