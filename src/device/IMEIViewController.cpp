@@ -9,6 +9,7 @@
 #include "quorvel/ui/AlertController.h"
 #include "quorvel/ui/Application.h"
 #include "support/JsonText.h"
+#include "support/MainQueueCheck.h"
 #include "support/Utf8.h"
 #include "widgets/ScreenAppearance.h"
 
@@ -191,8 +192,11 @@ void IMEIViewController::next() {
 void IMEIViewController::uploadImage() {
   loadingView->show(platform().application->keyWindow());
   std::weak_ptr<ViewController> weak = weak_from_this();
-  auto finished = [weak](std::optional<Dictionary> response, std::optional<std::string>) {
-    platform().mainQueue->async([weak, response = std::move(response)] {
+  // Taken here: the answer arrives on the HTTP client's thread, which never reads the platform.
+  std::shared_ptr<MainQueue> queue = platform().mainQueue;
+  auto finished = [weak, queue](std::optional<Dictionary> response, std::optional<std::string>) {
+    queue->async([weak, response = std::move(response)] {
+      checkOnMainQueue("the photo upload's answer");
       auto self = std::static_pointer_cast<IMEIViewController>(weak.lock());
       if (self) self->uploadFinished(response);
     });

@@ -1,6 +1,7 @@
 #include "quorvel/QuorvelSDK.h"
 
 #include "run/RunController.h"
+#include "support/MainQueueCheck.h"
 
 namespace quorvel {
 
@@ -18,6 +19,7 @@ void QuorvelSDK::performTests(const std::string& appID, const std::string& apiKe
                               std::optional<std::string> serialNumber,
                               std::shared_ptr<Customization> customization,
                               std::function<void(std::optional<Dictionary>)> completion) {
+  checkOnMainQueue("performTests");
   run_->performTests(appID, apiKey, std::move(testsToPerform), std::move(imei),
                      std::move(serialNumber), std::move(customization), std::move(completion));
 }

@@ -20,6 +20,7 @@
 #include "screens/TestsFinishedViewController.h"
 #include "support/JsonText.h"
 #include "support/Logging.h"
+#include "support/MainQueueCheck.h"
 #include "support/Utf8.h"
 #include "support/Uuid.h"
 
@@ -423,9 +424,12 @@ void RunController::submitResults() {
     return;
   }
   std::weak_ptr<RunController> weak = weak_from_this();
-  uploader()->uploadFile(path.string(), [weak, path](std::optional<Dictionary> response,
-                                                     std::optional<std::string> error) {
-    platform().mainQueue->async([weak, path, response = std::move(response), error] {
+  // Taken here: the answer arrives on the HTTP client's thread, which never reads the platform.
+  std::shared_ptr<MainQueue> queue = platform().mainQueue;
+  uploader()->uploadFile(path.string(), [weak, path, queue](std::optional<Dictionary> response,
+                                                            std::optional<std::string> error) {
+    queue->async([weak, path, response = std::move(response), error] {
+      checkOnMainQueue("the results upload's answer");
       // Answered: the document leaves the device as every captured file does. A new press writes
       // it anew from the results, which stay with the run.
       std::error_code ignored;
