@@ -22,7 +22,6 @@
 #include <vector>
 
 #include "backend/AssetUploaderWebService.h"
-#include "quorvel/QuorvelSDK.h"
 #include "quorvel/platform/Platform.h"
 
 extern char** environ;
@@ -100,14 +99,16 @@ double sdkUpload(const fs::path& file) {
   bool finished = false;
   std::optional<std::string> error;
   auto start = Clock::now();
-  AssetUploaderWebService::uploadFile(
-      file.string(), [&](std::optional<Dictionary> response, std::optional<std::string> failure) {
-        std::lock_guard lock(mutex);
-        finished = true;
-        error = failure;
-        if (!failure && !(response && response->contains("url"))) error = "no url in the answer";
-        done.notify_all();
-      });
+  AssetUploaderWebService(Environment::production, kAppID, kApiKey)
+      .uploadFile(file.string(),
+                  [&](std::optional<Dictionary> response, std::optional<std::string> failure) {
+                    std::lock_guard lock(mutex);
+                    finished = true;
+                    error = failure;
+                    if (!failure && !(response && response->contains("url")))
+                      error = "no url in the answer";
+                    done.notify_all();
+                  });
   std::unique_lock lock(mutex);
   done.wait(lock, [&] { return finished; });
   if (error) fail("SDK upload failed: " + *error);
@@ -165,8 +166,6 @@ int main(int argc, char** argv) {
   p.hostBundle =
       std::make_shared<StaticHostBundle>(Dictionary{{"QuorvelAssetsHostProduction", origin}});
   installPlatform(p);
-  QuorvelSDK::shared().appID = kAppID;
-  QuorvelSDK::shared().apiKey = kApiKey;
 
   // The baseline: everything an upload needs (curl, TLS, threads) with no payload.
   resetPeak();

@@ -180,8 +180,11 @@ std::string LinuxDevice::brand() const {
       readFile(roots_.sys + "/firmware/devicetree/base/compatible").value_or("");
   std::string first = trimmed(compatible.substr(0, compatible.find('\0')));
   auto comma = first.find(',');
-  if (comma == std::string::npos) return {};
-  return capitalised(first.substr(0, comma));
+  if (comma != std::string::npos) return capitalised(first.substr(0, comma));
+  // A machine that does not tell its maker (a virtual machine, a container) is named after its
+  // operating system's vendor, so the record always says whose system it is.
+  std::string osVendor = osReleaseField("VENDOR_NAME");
+  return osVendor.empty() ? systemName() : osVendor;
 }
 
 std::string LinuxDevice::osReleaseField(const std::string& key) const {

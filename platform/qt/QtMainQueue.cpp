@@ -1,6 +1,7 @@
 #include "qt/QtMainQueue.h"
 
 #include <QCoreApplication>
+#include <QThread>
 #include <QTimer>
 #include <cmath>
 
@@ -26,6 +27,14 @@ void QtMainQueue::schedule(double delaySeconds, std::shared_ptr<WorkItem> item) 
     if (!context) return;
     QTimer::singleShot(milliseconds, Qt::PreciseTimer, context, [item] { item->perform(); });
   });
+}
+
+}  // namespace quorvel
+
+namespace quorvel {
+
+bool QtMainQueue::isCurrent() const {
+  return context_ && QThread::currentThread() == context_->thread();
 }
 
 }  // namespace quorvel

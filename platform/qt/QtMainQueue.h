@@ -15,6 +15,7 @@ class QtMainQueue : public MainQueue {
 
   void async(std::function<void()> work) override;
   void schedule(double delaySeconds, std::shared_ptr<WorkItem> item) override;
+  bool isCurrent() const override;
 
  private:
   QPointer<QObject> context_;

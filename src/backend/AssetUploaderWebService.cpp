@@ -5,7 +5,6 @@
 
 #include "backend/Endpoints.h"
 #include "quorvel/Fatal.h"
-#include "quorvel/QuorvelSDK.h"
 #include "quorvel/platform/Platform.h"
 #include "support/Logging.h"
 #include "support/Utf8.h"
@@ -22,18 +21,6 @@ bool isSafeHeaderValue(std::string_view text) {
   return text.find_first_of("\"\r\n") == std::string_view::npos;
 }
 
-HttpRequest baseRequest(std::string_view boundary) {
-  const auto& apiKey = QuorvelSDK::shared().apiKey;
-  if (!apiKey) QUORVEL_FATAL("Uploads need an API key: call performTests first");
-  HttpRequest request;
-  request.method = "POST";
-  request.url = Endpoints::assetUploadURL();
-  request.timeout = AssetUploaderWebService::timeoutInterval;
-  request.headers = {{"Content-Type", "multipart/form-data; boundary=" + std::string(boundary)},
-                     {"Authorization", "Bearer " + *apiKey}};
-  return request;
-}
-
 std::shared_ptr<HttpClient> httpClient() {
   auto client = platform().httpClient;
   if (!client) QUORVEL_FATAL("No HttpClient is installed in the platform");
@@ -41,6 +28,17 @@ std::shared_ptr<HttpClient> httpClient() {
 }
 
 }  // namespace
+
+HttpRequest AssetUploaderWebService::baseRequest(std::string_view boundary) const {
+  if (apiKey_.empty()) QUORVEL_FATAL("Uploads need an API key: call performTests first");
+  HttpRequest request;
+  request.method = "POST";
+  request.url = Endpoints::assetUploadURL(environment_, appID_);
+  request.timeout = timeoutInterval;
+  request.headers = {{"Content-Type", "multipart/form-data; boundary=" + std::string(boundary)},
+                     {"Authorization", "Bearer " + apiKey_}};
+  return request;
+}
 
 std::string AssetUploaderWebService::bodyPrefix(std::string_view boundary,
                                                 std::string_view fileName,
@@ -59,7 +57,7 @@ std::string AssetUploaderWebService::bodySuffix(std::string_view boundary) {
   return "\r\n--" + std::string(boundary) + "--\r\n";
 }
 
-void AssetUploaderWebService::uploadImage(const Image& image, Completion completion) {
+void AssetUploaderWebService::uploadImage(const Image& image, Completion completion) const {
   auto encoder = platform().imageEncoder;
   if (!encoder) QUORVEL_FATAL("No ImageEncoder is installed in the platform");
   auto jpeg = encoder->jpegData(image, imageCompressionQuality);
@@ -72,7 +70,7 @@ void AssetUploaderWebService::uploadImage(const Image& image, Completion complet
   send(std::move(request), true, std::move(completion));
 }
 
-void AssetUploaderWebService::uploadFile(const std::string& filePath, Completion completion) {
+void AssetUploaderWebService::uploadFile(const std::string& filePath, Completion completion) const {
   std::filesystem::path path(filePath);
   std::string fileName = path.filename().string();
   std::string extension = path.extension().string();

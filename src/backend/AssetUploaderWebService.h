@@ -7,15 +7,21 @@
 #include <string_view>
 
 #include "quorvel/Dictionary.h"
+#include "quorvel/Environment.h"
 #include "quorvel/Image.h"
 #include "quorvel/platform/HttpClient.h"
 
 namespace quorvel {
 
-// Sends one asset to the assets backend as a multipart POST with a single part named "content",
-// and hands back the backend's JSON object. Stateless; nothing is retried.
+// Sends one asset to the assets backend of a run as a multipart POST with a single part named
+// "content", and hands back the backend's JSON object. It holds the run's environment and
+// credentials, so whoever has one can upload without knowing the run; nothing is retried.
 class AssetUploaderWebService {
  public:
+  // Empty credentials are a programming error when a request is built.
+  AssetUploaderWebService(Environment environment, std::string appID, std::string apiKey)
+      : environment_(environment), appID_(std::move(appID)), apiKey_(std::move(apiKey)) {}
+
   // (the backend's object, nothing), (nothing, an error text) or (nothing, nothing). Runs on the
   // HTTP client's thread. A body that is not UTF-8 gets no completion at all.
   using Completion =
@@ -29,9 +35,9 @@ class AssetUploaderWebService {
   static std::chrono::milliseconds timeoutInterval;
 
   // The image as JPEG, sent as "image.png" labelled "image/png" (the backend expects exactly this).
-  static void uploadImage(const Image& image, Completion completion);
+  void uploadImage(const Image& image, Completion completion) const;
   // The file's bytes, streamed from disk, under its own name and its extension's media type.
-  static void uploadFile(const std::string& filePath, Completion completion);
+  void uploadFile(const std::string& filePath, Completion completion) const;
 
   // The body around the content: the part's opening (with the leading empty line) and closing.
   static std::string bodyPrefix(std::string_view boundary, std::string_view fileName,
@@ -39,10 +45,15 @@ class AssetUploaderWebService {
   static std::string bodySuffix(std::string_view boundary);
 
  private:
+  HttpRequest baseRequest(std::string_view boundary) const;
   static void send(HttpRequest request, bool logsDetails, Completion completion);
   static void handleResponse(const std::optional<HttpResponse>& response,
                              const std::optional<std::string>& error, bool logsDetails,
                              const Completion& completion);
+
+  Environment environment_;
+  std::string appID_;
+  std::string apiKey_;
 };
 
 }  // namespace quorvel

@@ -5,7 +5,6 @@
 
 #include "quorvel/Deployment.h"
 #include "quorvel/Fatal.h"
-#include "quorvel/QuorvelSDK.h"
 #include "quorvel/platform/Platform.h"
 
 namespace quorvel {
@@ -30,11 +29,9 @@ std::string Endpoints::assetsHost(Environment environment) {
   return host;
 }
 
-std::string Endpoints::assetUploadURL() {
-  const auto& appID = QuorvelSDK::shared().appID;
-  if (!appID) QUORVEL_FATAL("The upload address needs an app ID: call performTests first");
-  std::string url =
-      assetsHost(QuorvelSDK::shared().environment) + "/v3/applications/" + *appID + "/asset-upload";
+std::string Endpoints::assetUploadURL(Environment environment, const std::string& appID) {
+  if (appID.empty()) QUORVEL_FATAL("The upload address needs an app ID: call performTests first");
+  std::string url = assetsHost(environment) + "/v3/applications/" + appID + "/asset-upload";
   if (!isParsableURL(url)) QUORVEL_FATAL("The upload address is not a valid URL: " + url);
   return url;
 }
@@ -57,7 +54,9 @@ bool isParsableURL(const std::string& text) {
       }
       continue;
     }
-    // Unreserved and reserved characters only: no spaces, quotes, braces or control bytes.
+    // Unreserved and reserved characters only: no spaces, quotes, braces or control bytes. NUL is
+    // checked apart: strchr finds it as every string's terminator.
+    if (c == '\0') return false;
     if (std::isalnum(c) == 0 && std::strchr("-._~:/?#[]@!$&'()*+,;=", c) == nullptr) return false;
   }
   return true;

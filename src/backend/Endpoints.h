@@ -9,9 +9,10 @@ namespace quorvel {
 // The assets backend's addresses.
 class Endpoints {
  public:
-  // The current environment's assets host + "/v3/applications/" + appID + "/asset-upload", with
-  // the app ID inserted as given. The run's appID must be set.
-  static std::string assetUploadURL();
+  // The environment's assets host + "/v3/applications/" + appID + "/asset-upload", with the app ID
+  // inserted as given. An empty app ID, or an address that is not a URL (a NUL byte, a space ...),
+  // is a programming error.
+  static std::string assetUploadURL(Environment environment, const std::string& appID);
 
   // The origin of an environment's assets host: the host's information dictionary entry
   // ("QuorvelAssetsHostProduction", "QuorvelAssetsHostQA", "QuorvelAssetsHostIntegrations") when

@@ -1,7 +1,5 @@
 #include "quorvel/Customization.h"
 
-#include "quorvel/QuorvelSDK.h"
-
 namespace quorvel {
 
 std::optional<BorderType> makeBorderType(int rawValue) {
@@ -19,11 +17,6 @@ double cornerRadius(BorderType type, double buttonHeight) {
       return 0;
   }
   return 0;
-}
-
-Color Customization::currentThemeColor() {
-  const auto& theme = QuorvelSDK::shared().themeColor;
-  return theme ? theme->withAlpha(1.0) : defaultThemeColor();
 }
 
 Customization::Customization() {

@@ -7,7 +7,6 @@
 #include "device/ByteCountFormatter.h"
 #include "device/Model.h"
 #include "quorvel/Fatal.h"
-#include "quorvel/QuorvelSDK.h"
 #include "quorvel/Version.h"
 #include "quorvel/platform/Platform.h"
 #include "support/JsonText.h"
@@ -61,20 +60,19 @@ const char* batteryStateName(BatteryState state) {
   }
 }
 
-Dictionary receivedIds(const std::optional<std::string>& imeiArgument,
-                       const std::optional<std::string>& serialArgument) {
-  const auto& run = QuorvelSDK::shared();
+Dictionary receivedIds(const DeviceIdentifiers& identifiers) {
   Dictionary ids = Dictionary::object();
-  // The run's identifiers win over the caller's.
-  const auto& imei = hasText(run.imei) ? run.imei : imeiArgument;
-  const auto& serial = hasText(run.serialNumber) ? run.serialNumber : serialArgument;
-  if (hasText(imei)) ids["imei_values"] = Dictionary::array({removingWhitespace(*imei)});
-  if (hasText(run.imei_image_url)) {
-    ids["imei_image_url"] = Dictionary::array({*run.imei_image_url});
+  if (hasText(identifiers.imei)) {
+    ids["imei_values"] = Dictionary::array({removingWhitespace(*identifiers.imei)});
   }
-  if (hasText(serial)) ids["serial_number"] = removingWhitespace(*serial);
-  if (hasText(run.serialNumber_image_url)) {
-    ids["serial_number_image_url"] = Dictionary::array({*run.serialNumber_image_url});
+  if (hasText(identifiers.imeiImageUrl)) {
+    ids["imei_image_url"] = Dictionary::array({*identifiers.imeiImageUrl});
+  }
+  if (hasText(identifiers.serialNumber)) {
+    ids["serial_number"] = removingWhitespace(*identifiers.serialNumber);
+  }
+  if (hasText(identifiers.serialNumberImageUrl)) {
+    ids["serial_number_image_url"] = Dictionary::array({*identifiers.serialNumberImageUrl});
   }
   return ids;
 }
@@ -127,19 +125,18 @@ std::string DeviceInfoHelper::roundDiskSpace(const std::string& formattedTotal) 
   return std::to_string(static_cast<long long>(std::ceil(*value))) + " GB";
 }
 
-Dictionary DeviceInfoHelper::getDeviceInfo(const std::optional<std::string>& imei,
-                                           const std::optional<std::string>& serialNumber) {
+Dictionary DeviceInfoHelper::getDeviceInfo(const DeviceIdentifiers& identifiers) {
   auto& device = *platform().device;
   const auto& host = *platform().hostBundle;
   ByteCountFormatter bytes;
 
   Dictionary record = Dictionary::object();
   record["device_info_version"] = "2";
-  record["received_ids"] = receivedIds(imei, serialNumber);
+  record["received_ids"] = receivedIds(identifiers);
   if (auto vendor = device.identifierForVendor(); hasText(vendor)) {
     record["detected_ids"] = {{"vendor_id", uppercased(*vendor)}};
   }
-  putText(record, "brand", device.brand());
+  record["brand"] = device.brand();
   std::string model = device.model();
   putText(record, "device_model", model);
   putText(record, "device_model_identifier", modelIdentifier());

@@ -8,12 +8,19 @@
 
 namespace quorvel {
 
+// The identifiers a record is built for: typed in or given by the host, or the addresses of their
+// uploaded photos. Empty texts count as absent.
+struct DeviceIdentifiers {
+  std::optional<std::string> imei;
+  std::optional<std::string> imeiImageUrl;
+  std::optional<std::string> serialNumber;
+  std::optional<std::string> serialNumberImageUrl;
+};
+
 // Gathers the device-information record at one moment: identifiers, system, storage, memory,
 // power, thermal state and carriers.
 struct DeviceInfoHelper {
-  // The record for these identifiers; the run's own imei/serialNumber win over the arguments.
-  static Dictionary getDeviceInfo(const std::optional<std::string>& imei,
-                                  const std::optional<std::string>& serialNumber);
+  static Dictionary getDeviceInfo(const DeviceIdentifiers& identifiers);
 
   // "SIMULATOR_MODEL_IDENTIFIER" when set, else uname's machine field without control characters
   // at either end.

@@ -9,6 +9,7 @@
 #include "quorvel/ui/AlertController.h"
 #include "quorvel/ui/Application.h"
 #include "support/JsonText.h"
+#include "support/MainQueueCheck.h"
 #include "support/Utf8.h"
 #include "widgets/ScreenAppearance.h"
 
@@ -41,8 +42,13 @@ bool IMEIViewController::isValidIMEI(std::string_view text) {
   return sum % 10 == 0;
 }
 
-IMEIViewController::IMEIViewController()
-    : ViewController("IMEIViewController"), imageUploader(&AssetUploaderWebService::uploadImage) {
+IMEIViewController::IMEIViewController(ScreenContext context)
+    : ViewController("IMEIViewController"), look_(std::move(context), ScreenType::imei_screen) {
+  if (auto uploader = look_.context().uploader) {
+    imageUploader = [uploader](const Image& image, UploadCompletion completion) {
+      uploader->uploadImage(image, std::move(completion));
+    };
+  }
   for (const char* name : {"uiLbTitle", "uiLbDescription", "uiLbOr", "uiLbAttachText"}) {
     registerOutlet<Label>(name);
   }
@@ -80,25 +86,25 @@ IMEIViewController::IMEIViewController()
 }
 
 void IMEIViewController::viewDidLoad() {
-  ScreenAppearance look(ScreenType::imei_screen);
+  const auto& look = look_;
   outlet<View>("view").backgroundColor = look.backgroundColor();
 
   auto& title = outlet<Label>("uiLbTitle");
   title.text = look.text(keys::Copy::title, "imei_add_screen_title");
   look.styleTitle(title);
 
-  std::string path = Localization::copy("imei_location_path_ios");
+  std::string path = look_.copy("imei_location_path_ios");
   auto& description = outlet<Label>("uiLbDescription");
   description.text =
       Localization::format(look.text(keys::Copy::text, "imei_add_screen_description"),
-                           {Localization::copy("imei_settings"), path});
+                           {look_.copy("imei_settings"), path});
   description.link = path;
   description.linkAction = "uiLbDescription_LinkTapped";
   look.styleBody(description);
   description.tintColor = look.themeColor();
 
-  outlet<RadioButton>("uiRBIMEI").title = Localization::copy("imei_number");
-  outlet<RadioButton>("uiRBSerialNumber").title = Localization::copy("serial_number_abbreviation");
+  outlet<RadioButton>("uiRBIMEI").title = look_.copy("imei_number");
+  outlet<RadioButton>("uiRBSerialNumber").title = look_.copy("serial_number_abbreviation");
   for (const char* name : {"uiRBIMEI", "uiRBSerialNumber"}) {
     auto& radio = outlet<RadioButton>(name);
     radio.textColor = look.textAccentColor();
@@ -130,12 +136,12 @@ void IMEIViewController::viewDidLoad() {
   remove.tintColor = look.themeColor();
 
   auto& cancel = outlet<Button>("uiBtCancel");
-  cancel.title = Localization::copy("cancel");
+  cancel.title = look_.copy("cancel");
   cancel.titleColor = look.themeColor();
   auto& next = outlet<Button>("uiBtNext");
-  next.title = Localization::copy("next");
+  next.title = look_.copy("next");
   look.styleMainButton(next);
-  outlet<Button>("uiBtKeyboardDone").title = Localization::copy("done");
+  outlet<Button>("uiBtKeyboardDone").title = look_.copy("done");
 
   imeiPlaceholder_ = look.text(keys::Copy::textfield_placeholder, "imei_add_screen_placeholder");
   setMode(Mode::imei);
@@ -151,7 +157,7 @@ void IMEIViewController::setMode(Mode mode) {
     field.placeholder = imeiPlaceholder_;
     field.keyboardType = KeyboardType::numberPad;
   } else {
-    field.placeholder = Localization::copy("add_screen_placeholder_serial_number");
+    field.placeholder = look_.copy("add_screen_placeholder_serial_number");
     field.keyboardType = KeyboardType::standard;
   }
 }
@@ -181,19 +187,23 @@ void IMEIViewController::next() {
     if (target) target->IMEIViewControllerIMEIInputSuccessful(*this, text, {}, {}, {});
     return;
   }
-  showAlert(Localization::copy("invalid_imei_number"), {{Localization::copy("ok"), nullptr}});
+  showAlert(look_.copy("invalid_imei_number"), {{look_.copy("ok"), nullptr}});
 }
 
 void IMEIViewController::uploadImage() {
   loadingView->show(platform().application->keyWindow());
   std::weak_ptr<ViewController> weak = weak_from_this();
-  auto finished = [weak](std::optional<Dictionary> response, std::optional<std::string>) {
-    platform().mainQueue->async([weak, response = std::move(response)] {
+  // Taken here: the answer arrives on the HTTP client's thread, which never reads the platform.
+  std::shared_ptr<MainQueue> queue = platform().mainQueue;
+  auto finished = [weak, queue](std::optional<Dictionary> response, std::optional<std::string>) {
+    queue->async([weak, response = std::move(response)] {
+      checkOnMainQueue("the photo upload's answer");
       auto self = std::static_pointer_cast<IMEIViewController>(weak.lock());
       if (self) self->uploadFinished(response);
     });
   };
-  if (!imageUploader) QUORVEL_FATAL("IMEIViewController needs an imageUploader");
+  if (!imageUploader)
+    QUORVEL_FATAL("IMEIViewController has no uploader: it was made outside a run");
   imageUploader(*imeiImage_, finished);
 }
 
@@ -211,11 +221,11 @@ void IMEIViewController::uploadFinished(const std::optional<Dictionary>& respons
     return;
   }
   loadingView->removeFromWindow();
-  showAlert(Localization::copy("server_error"),
-            {{Localization::copy("try_again"), [this] { uploadImage(); }},
-             {Localization::copy("cancel"), [this] {
-                if (auto target = delegate.lock()) target->IMEIViewControllerErrorOccurred(*this);
-              }}});
+  showAlert(look_.copy("server_error"), {{look_.copy("try_again"), [this] { uploadImage(); }},
+                                         {look_.copy("cancel"), [this] {
+                                            if (auto target = delegate.lock())
+                                              target->IMEIViewControllerErrorOccurred(*this);
+                                          }}});
 }
 
 void IMEIViewController::showAlert(

@@ -11,6 +11,7 @@
 #include "quorvel/Image.h"
 #include "quorvel/ui/LoadingView.h"
 #include "quorvel/ui/ViewController.h"
+#include "widgets/ScreenAppearance.h"
 
 namespace quorvel {
 
@@ -25,13 +26,14 @@ class IMEIViewController : public ViewController {
       std::function<void(std::optional<Dictionary> response, std::optional<std::string> error)>;
   using ImageUploader = std::function<void(const Image& image, UploadCompletion completion)>;
 
-  IMEIViewController();
+  // A photo goes to the assets backend through context's uploader.
+  explicit IMEIViewController(ScreenContext context = {});
 
   // Whitespace removed anywhere, then exactly 15 decimal digits that pass the Luhn check.
   static bool isValidIMEI(std::string_view text);
 
   std::weak_ptr<IMEIViewControllerDelegate> delegate;
-  // Sends an attached photo to the assets backend (AssetUploaderWebService::uploadImage).
+  // Sends an attached photo; the context's uploader unless replaced.
   ImageUploader imageUploader;
   std::shared_ptr<LoadingView> loadingView = std::make_shared<LoadingView>();
 
@@ -49,6 +51,7 @@ class IMEIViewController : public ViewController {
   void showAlert(const std::string& title,
                  std::vector<std::pair<std::string, std::function<void()>>> actions);
 
+  ScreenAppearance look_;
   Mode mode_ = Mode::imei;
   std::string imeiPlaceholder_;
   std::optional<Image> imeiImage_;

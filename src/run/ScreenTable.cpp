@@ -2,8 +2,8 @@
 
 #include <algorithm>
 
-#include "quorvel/QuorvelSDK.h"
 #include "quorvel/ScreenType.h"
+#include "run/RunController.h"
 #include "tests/physical/Buttons_v1_ViewController.h"
 #include "tests/physical/Charging_v1_ViewController.h"
 #include "tests/physical/MultiTouch_v1_ViewController.h"
@@ -16,8 +16,8 @@ namespace {
 
 // A new Screen that reports to the run controller.
 template <class Screen>
-std::shared_ptr<Screen> reportingTo(QuorvelSDK& run) {
-  auto screen = std::make_shared<Screen>();
+std::shared_ptr<Screen> reportingTo(ScreenContext context, RunController& run) {
+  auto screen = std::make_shared<Screen>(std::move(context));
   screen->delegate = run.weak_from_this();
   return screen;
 }
@@ -28,9 +28,9 @@ ScreenTable::ScreenTable() {
   bind(ScreenType::charging_v1, reportingTo<Charging_v1_ViewController>);
   bind(ScreenType::multi_touch_v1, reportingTo<MultiTouch_v1_ViewController>);
   bind(ScreenType::buttons_v1, reportingTo<Buttons_v1_ViewController>);
-  bind(ScreenType::multiple_tests_v2, [](QuorvelSDK& run) {
-    auto screen = reportingTo<MultipleTests_v2_ViewController>(run);
-    screen->selectedTests = run.multipleTestsList;
+  bind(ScreenType::multiple_tests_v2, [](ScreenContext context, RunController& run) {
+    auto screen = reportingTo<MultipleTests_v2_ViewController>(std::move(context), run);
+    screen->selectedTests = run.multipleTestsList();
     return screen;
   });
   bind(ScreenType::multi_touch_v2, reportingTo<MultiTouch_v2_ViewController>);
@@ -64,10 +64,11 @@ void ScreenTable::bind(const std::string& key, Factory factory) {
 void ScreenTable::unbind(const std::string& key) { factories_.erase(key); }
 
 std::shared_ptr<ViewController> ScreenTable::makeScreen(const std::string& key,
-                                                        QuorvelSDK& run) const {
+                                                        ScreenContext context,
+                                                        RunController& run) const {
   // bind() admits only the table's keys, so any other key finds nothing here.
   auto it = factories_.find(key);
-  return it == factories_.end() ? nullptr : it->second(run);
+  return it == factories_.end() ? nullptr : it->second(std::move(context), run);
 }
 
 }  // namespace quorvel

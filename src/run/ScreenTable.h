@@ -7,15 +7,18 @@
 #include <vector>
 
 #include "quorvel/ui/ViewController.h"
+#include "widgets/ScreenContext.h"
 
 namespace quorvel {
 
-class QuorvelSDK;
+class RunController;
 
-// Test screens by key. The factory creates the screen with the run controller as its delegate.
+// Test screens by key. The factory creates the screen with what it reads of the run and the run
+// controller as its delegate.
 class ScreenTable {
  public:
-  using Factory = std::function<std::shared_ptr<ViewController>(QuorvelSDK& run)>;
+  using Factory =
+      std::function<std::shared_ptr<ViewController>(ScreenContext context, RunController& run)>;
 
   // Binds every test screen of this build.
   ScreenTable();
@@ -28,7 +31,8 @@ class ScreenTable {
   void unbind(const std::string& key);
 
   // The screen for key, or null when key names no screen of this build.
-  std::shared_ptr<ViewController> makeScreen(const std::string& key, QuorvelSDK& run) const;
+  std::shared_ptr<ViewController> makeScreen(const std::string& key, ScreenContext context,
+                                             RunController& run) const;
 
  private:
   std::map<std::string, Factory> factories_;

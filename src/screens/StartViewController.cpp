@@ -3,8 +3,6 @@
 #include <algorithm>
 
 #include "device/Model.h"
-#include "quorvel/Localization.h"
-#include "quorvel/QuorvelSDK.h"
 #include "quorvel/ScreenCustomizationKeys.h"
 #include "quorvel/ScreenType.h"
 #include "support/Logging.h"
@@ -30,7 +28,10 @@ void showValue(View& line, Label& value, const std::optional<std::string>& text)
 
 }  // namespace
 
-StartViewController::StartViewController() : ViewController("StartViewController") {
+StartViewController::StartViewController(ScreenContext context, RunOutline run)
+    : ViewController("StartViewController"),
+      look_(std::move(context), ScreenType::start_screen),
+      run_(std::move(run)) {
   for (const char* name :
        {"uiHeaderView", "uiStackViewIMEI", "uiStackViewSerialNumber", "uiViewSuggestions"}) {
     registerOutlet<View>(name);
@@ -55,13 +56,12 @@ StartViewController::StartViewController() : ViewController("StartViewController
 }
 
 void StartViewController::viewDidLoad() {
-  ScreenAppearance look(ScreenType::start_screen);
-  const auto& run = QuorvelSDK::shared();
+  const auto& look = look_;
 
   outlet<View>("view").backgroundColor = look.backgroundColor();
 
   auto& back = outlet<Button>("uiBtBack");
-  back.title = Localization::copy("back");
+  back.title = look.copy("back");
   back.image = Image::asset("chevron.backward", true);
   back.titleColor = look.themeColor();
   back.tintColor = look.themeColor();
@@ -82,11 +82,11 @@ void StartViewController::viewDidLoad() {
   look.styleTitle(model);
 
   // The title reads the table under "imei", which holds no such key: it shows "imei".
-  outlet<Label>("uiLbIMEITitle").text = Localization::copy("imei");
-  showValue(outlet<View>("uiStackViewIMEI"), outlet<Label>("uiLbIMEIValue"), run.imei);
-  outlet<Label>("uiLbSNTitle").text = Localization::copy("serial_number_abbreviation");
+  outlet<Label>("uiLbIMEITitle").text = look.copy("imei");
+  showValue(outlet<View>("uiStackViewIMEI"), outlet<Label>("uiLbIMEIValue"), run_.imei);
+  outlet<Label>("uiLbSNTitle").text = look.copy("serial_number_abbreviation");
   showValue(outlet<View>("uiStackViewSerialNumber"), outlet<Label>("uiLbSNValue"),
-            run.serialNumber);
+            run_.serialNumber);
   for (const char* name : {"uiLbIMEITitle", "uiLbSNTitle"}) look.styleBody(outlet<Label>(name));
   for (const char* name : {"uiLbIMEIValue", "uiLbSNValue"}) look.styleTitle(outlet<Label>(name));
 
@@ -104,20 +104,19 @@ void StartViewController::viewDidLoad() {
   for (Label* hint : {&charging, &mirror, &noise}) look.styleBody(*hint);
 
   auto& next = outlet<Button>("uiBtNext");
-  next.title = Localization::copy("start_screen_next_button");
+  next.title = look.copy("start_screen_next_button");
   look.styleMainButton(next);
 
   configureSuggestions();
 }
 
 void StartViewController::configureSuggestions() {
-  const auto& run = QuorvelSDK::shared();
-  const auto& selected = run.selectedTests;
+  const auto& selected = run_.selectedTests;
   auto& block = outlet<View>("uiViewSuggestions");
   block.hidden = true;
 
   bool combinedCharging = holdsAny(selected, {ScreenType::multiple_tests_v2}) &&
-                          holdsAny(run.multipleTestsList, {ScreenType::charging_v2});
+                          holdsAny(run_.multipleTestsList, {ScreenType::charging_v2});
   bool charging =
       holdsAny(selected, {ScreenType::charging_v1, ScreenType::charging_v2}) || combinedCharging;
   bool mirror =

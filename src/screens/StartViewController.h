@@ -1,9 +1,13 @@
 #pragma once
 
 #include <memory>
+#include <optional>
+#include <string>
+#include <vector>
 
 #include "quorvel/ui/ViewController.h"
 #include "screens/StartViewControllerDelegate.h"
+#include "widgets/ScreenAppearance.h"
 
 namespace quorvel {
 
@@ -11,7 +15,16 @@ namespace quorvel {
 // run's tests, start and back.
 class StartViewController : public ViewController {
  public:
-  StartViewController();
+  // What the screen shows of its run: the identifiers the host gave, and the run's screens (and the
+  // combined screen's tests) for the hints.
+  struct RunOutline {
+    std::optional<std::string> imei;
+    std::optional<std::string> serialNumber;
+    std::vector<std::string> selectedTests;
+    std::vector<std::string> multipleTestsList;
+  };
+
+  explicit StartViewController(ScreenContext context = {}, RunOutline run = {});
 
   std::weak_ptr<StartViewControllerDelegate> delegate;
 
@@ -19,6 +32,9 @@ class StartViewController : public ViewController {
 
  private:
   void configureSuggestions();
+
+  ScreenAppearance look_;
+  RunOutline run_;
 };
 
 }  // namespace quorvel

@@ -1,6 +1,5 @@
 #include "screens/TestsFinishedViewController.h"
 
-#include "quorvel/Localization.h"
 #include "quorvel/ScreenCustomizationKeys.h"
 #include "quorvel/ScreenType.h"
 #include "quorvel/Version.h"
@@ -10,8 +9,9 @@ namespace quorvel {
 
 namespace keys = ScreenCustomizationKeys::end_screen;
 
-TestsFinishedViewController::TestsFinishedViewController()
-    : ViewController("TestsFinishedViewController") {
+TestsFinishedViewController::TestsFinishedViewController(ScreenContext context)
+    : ViewController("TestsFinishedViewController"),
+      look_(std::move(context), ScreenType::end_screen) {
   registerOutlet<View>("uiBackgroundView");
   registerOutlet<ImageView>("uiViewImage");
   registerOutlet<ImageView>("uiCustomImage");
@@ -29,7 +29,7 @@ TestsFinishedViewController::TestsFinishedViewController()
 }
 
 void TestsFinishedViewController::viewDidLoad() {
-  ScreenAppearance look(ScreenType::end_screen);
+  const auto& look = look_;
 
   outlet<View>("view").backgroundColor = look.backgroundColor();
   outlet<View>("uiBackgroundView").backgroundColor = look.backgroundColor();
@@ -54,7 +54,7 @@ void TestsFinishedViewController::viewDidLoad() {
   look.styleMainButton(again);
 
   auto& version = outlet<Label>("uiVersionLabel");
-  version.text = Localization::copy("version") + " " + QuorvelVersionString;
+  version.text = look.copy("version") + " " + QuorvelVersionString;
   look.styleBody(version);
 }
 

@@ -4,17 +4,21 @@
 
 #include "quorvel/ui/ViewController.h"
 #include "screens/TestsFinishedViewControllerDelegate.h"
+#include "widgets/ScreenAppearance.h"
 
 namespace quorvel {
 
 // The last screen of a run: finish (submits the results) or test again.
 class TestsFinishedViewController : public ViewController {
  public:
-  TestsFinishedViewController();
+  explicit TestsFinishedViewController(ScreenContext context = {});
 
   std::weak_ptr<TestsFinishedViewControllerDelegate> delegate;
 
   void viewDidLoad() override;
+
+ private:
+  ScreenAppearance look_;
 };
 
 }  // namespace quorvel

@@ -1,5 +1,6 @@
 #include "quorvel/platform/Platform.h"
 
+#include <mutex>
 #include <optional>
 
 #include "quorvel/ui/Application.h"
@@ -8,45 +9,33 @@ namespace quorvel {
 
 namespace {
 
+std::mutex& installation() {
+  static std::mutex mutex;
+  return mutex;
+}
+
 std::optional<Platform>& installed() {
   static std::optional<Platform> instance;
   return instance;
 }
 
-template <class T>
-void fillFrom(std::shared_ptr<T>& port, const std::shared_ptr<T>& fallback) {
-  if (!port) port = fallback;
-}
-
 }  // namespace
 
 Platform& platform() {
+  std::lock_guard lock(installation());
   auto& current = installed();
-  if (!current) installPlatform(Platform{});
+  // The default is made once, whoever asks first.
+  if (!current) current = makeDefaultPlatform();
   return *current;
 }
 
 void installPlatform(Platform p) {
   Platform fallback = makeDefaultPlatform();
-  fillFrom(p.mainQueue, fallback.mainQueue);
-  fillFrom(p.clock, fallback.clock);
-  fillFrom(p.log, fallback.log);
-  fillFrom(p.hostBundle, fallback.hostBundle);
-  fillFrom(p.device, fallback.device);
-  fillFrom(p.imagePicker, fallback.imagePicker);
-  fillFrom(p.urlOpener, fallback.urlOpener);
-  fillFrom(p.httpClient, fallback.httpClient);
-  fillFrom(p.imageEncoder, fallback.imageEncoder);
-  fillFrom(p.typeRegistry, fallback.typeRegistry);
-  fillFrom(p.volumeEvents, fallback.volumeEvents);
-  fillFrom(p.screenshotEvents, fallback.screenshotEvents);
-  fillFrom(p.audioSession, fallback.audioSession);
-  fillFrom(p.application, fallback.application);
-  if (!p.application) p.application = std::make_shared<Application>();
-  // Event ports need no adapter: without one they simply report nothing.
-  if (!p.volumeEvents) p.volumeEvents = std::make_shared<VolumeEvents>();
-  if (!p.screenshotEvents) p.screenshotEvents = std::make_shared<ScreenshotEvents>();
-  if (!p.audioSession) p.audioSession = std::make_shared<AudioSession>();
+#define QUORVEL_FILL_SLOT(Type, name) \
+  if (!p.name) p.name = fallback.name;
+  QUORVEL_PORTS(QUORVEL_FILL_SLOT)
+#undef QUORVEL_FILL_SLOT
+  std::lock_guard lock(installation());
   installed() = std::move(p);
 }
 

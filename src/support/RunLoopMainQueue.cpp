@@ -50,6 +50,7 @@ bool RunLoopMainQueue::takeNext(std::function<void()>& work, bool wait) {
 }
 
 void RunLoopMainQueue::run() {
+  owner_ = std::this_thread::get_id();
   {
     std::lock_guard lock(mutex_);
     stopped_ = false;
@@ -62,6 +63,7 @@ void RunLoopMainQueue::run() {
 }
 
 std::size_t RunLoopMainQueue::runUntilIdle() {
+  owner_ = std::this_thread::get_id();
   std::size_t count = 0;
   std::function<void()> work;
   while (takeNext(work, false)) {

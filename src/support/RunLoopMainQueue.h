@@ -1,9 +1,11 @@
 #pragma once
 
+#include <atomic>
 #include <chrono>
 #include <condition_variable>
 #include <deque>
 #include <mutex>
+#include <thread>
 #include <vector>
 
 #include "quorvel/platform/MainQueue.h"
@@ -11,11 +13,13 @@
 namespace quorvel {
 
 // A main queue for programs without a toolkit event loop: whoever owns the main thread drives it
-// with run() or runUntilIdle(). async and stop may be called from any thread.
+// with run() or runUntilIdle(), and is its thread from then on (the creating thread until then).
+// async and stop may be called from any thread.
 class RunLoopMainQueue : public MainQueue {
  public:
   void async(std::function<void()> work) override;
   void schedule(double delaySeconds, std::shared_ptr<WorkItem> item) override;
+  bool isCurrent() const override { return owner_.load() == std::this_thread::get_id(); }
 
   // Runs work until stop() is called.
   void run();
@@ -40,6 +44,7 @@ class RunLoopMainQueue : public MainQueue {
   std::vector<Timer> timers_;
   std::uint64_t nextOrder_ = 0;
   bool stopped_ = false;
+  std::atomic<std::thread::id> owner_{std::this_thread::get_id()};
 };
 
 }  // namespace quorvel

@@ -1,6 +1,5 @@
 #include "tests/TestViewController.h"
 
-#include "quorvel/Localization.h"
 #include "quorvel/platform/Platform.h"
 #include "support/Timestamp.h"
 #include "widgets/HeaderViewHelper.h"
@@ -8,10 +7,11 @@
 namespace quorvel {
 
 TestViewController::TestViewController(std::string interfaceName, std::string testKey,
-                                       std::string headerView)
+                                       std::string headerView, ScreenContext context)
     : ViewController(std::move(interfaceName)),
       testKey_(std::move(testKey)),
-      headerView_(std::move(headerView)) {
+      headerView_(std::move(headerView)),
+      look_(std::move(context), testKey_) {
   registerOutlet<View>(headerView_);
   registerOutlet<Label>("uiLbTestCounter");
   registerOutlet<ProgressBar>("uiStackViewProgressBar");
@@ -24,24 +24,20 @@ TestViewController::TestViewController(std::string interfaceName, std::string te
   });
 }
 
-const ScreenAppearance& TestViewController::look() const {
-  if (!look_) QUORVEL_FATAL(interfaceName() + " is not loaded yet");
-  return *look_;
-}
-
 void TestViewController::viewDidLoad() {
-  look_.emplace(testKey_);
+  const auto& context = look_.context();
   auto& couldNotComplete = outlet<Button>("uiBtCouldntCompleteTest");
-  couldNotComplete.title = Localization::copy("could_not_complete_test");
-  couldNotComplete.titleColor = look_->customization().skipTestButtonColor;
+  couldNotComplete.title = look_.copy("could_not_complete_test");
+  couldNotComplete.titleColor = look_.customization().skipTestButtonColor;
   auto& cancel = outlet<Button>("uiBtCancel");
-  cancel.title = Localization::copy("cancel");
-  cancel.titleColor = look_->themeColor();
+  cancel.title = look_.copy("cancel");
+  cancel.titleColor = look_.themeColor();
 
   auto& counter = outlet<Label>("uiLbTestCounter");
-  counter.text = HeaderViewHelper::counterText(testKey_);
-  look_->styleTitle(counter);
-  HeaderViewHelper::progressBar(outlet<ProgressBar>("uiStackViewProgressBar"), testKey_);
+  counter.text = HeaderViewHelper::counterText(context.header, context.language);
+  look_.styleTitle(counter);
+  HeaderViewHelper::progressBar(outlet<ProgressBar>("uiStackViewProgressBar"), context.header,
+                                look_.customization());
   showHeader();
 }
 

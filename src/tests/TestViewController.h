@@ -21,9 +21,10 @@ namespace quorvel {
 // cancelled.
 class TestViewController : public ViewController {
  public:
-  // testKey names the screen in the run (counter, progress bar) and its host overrides;
-  // headerView is the outlet that holds the header.
-  TestViewController(std::string interfaceName, std::string testKey, std::string headerView);
+  // testKey names the screen's host overrides; headerView is the outlet that holds the header;
+  // context is what the screen reads of its run.
+  TestViewController(std::string interfaceName, std::string testKey, std::string headerView,
+                     ScreenContext context);
 
   const std::string& testKey() const { return testKey_; }
 
@@ -36,8 +37,7 @@ class TestViewController : public ViewController {
   // Cancel was pressed; the observations have already ended.
   virtual void cancelTest() = 0;
 
-  // Set from viewDidLoad on.
-  const ScreenAppearance& look() const;
+  const ScreenAppearance& look() const { return look_; }
 
   // Keeps subscription under group until stopObserving(group), stopObserving(), disappearance
   // or cancel.
@@ -67,7 +67,7 @@ class TestViewController : public ViewController {
 
   std::string testKey_;
   std::string headerView_;
-  std::optional<ScreenAppearance> look_;
+  ScreenAppearance look_;
   std::map<std::string, std::vector<Subscription>> observations_;
 };
 

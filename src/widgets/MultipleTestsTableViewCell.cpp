@@ -60,10 +60,11 @@ const Color kFailedColor = Color::rgb(255, 59, 48);
 
 }  // namespace
 
-MultipleTestsTableViewCell MultipleTestsTableViewCell::make(const std::string& rowKey,
+MultipleTestsTableViewCell MultipleTestsTableViewCell::make(const ScreenContext& context,
+                                                            const std::string& rowKey,
                                                             TestViewState state) {
   RowSource source = sourceOf(rowKey);
-  ScreenAppearance look(source.screenType);
+  ScreenAppearance look(context, source.screenType);
   MultipleTestsTableViewCell cell;
   cell.key = rowKey;
   cell.title = look.text(source.titleKey, source.titleCopy);

@@ -5,6 +5,7 @@
 #include "quorvel/Color.h"
 #include "quorvel/Dictionary.h"
 #include "quorvel/Image.h"
+#include "widgets/ScreenContext.h"
 
 namespace quorvel {
 
@@ -17,8 +18,9 @@ struct MultipleTestsTableViewCell {
   inline static const std::string reuseIdentifier = "MultipleTestsTableViewCell";
 
   // A row of "charging_v2", "buttons_v2_volume_up" or "buttons_v2_volume_down" (anything else is
-  // a programming error).
-  static MultipleTestsTableViewCell make(const std::string& rowKey, TestViewState state);
+  // a programming error), in the run's language and with the host's overrides.
+  static MultipleTestsTableViewCell make(const ScreenContext& context, const std::string& rowKey,
+                                         TestViewState state);
 
   std::string key;
   std::string title;

@@ -1,18 +1,17 @@
 #include "widgets/ScreenAppearance.h"
 
-#include "quorvel/Localization.h"
-#include "quorvel/QuorvelSDK.h"
+#include "quorvel/Fatal.h"
 
 namespace quorvel {
 
-ScreenAppearance::ScreenAppearance(const std::string& screenType)
-    : customization_(QuorvelSDK::shared().customization ? *QuorvelSDK::shared().customization
-                                                        : Customization()) {
-  overrides_ = customization_.screen(screenType);
+ScreenAppearance::ScreenAppearance(ScreenContext context, const std::string& screenType)
+    : context_(std::move(context)) {
+  if (!context_.customization) QUORVEL_FATAL("a screen needs its run's customization");
+  overrides_ = context_.customization->screen(screenType);
 }
 
 std::string ScreenAppearance::text(const std::string& overrideKey, std::string_view copyKey) const {
-  std::string fallback = Localization::copy(copyKey);
+  std::string fallback = copy(copyKey);
   return overrides_ ? overrides_->getCopyForKey(overrideKey, fallback) : fallback;
 }
 
@@ -34,7 +33,7 @@ Color ScreenAppearance::textAccentColor() const {
 }
 
 void ScreenAppearance::styleMainButton(Button& button) const {
-  const auto& style = customization_.buttonsStyle;
+  const auto& style = customization().buttonsStyle;
   button.backgroundColor = style.backgroundColor ? *style.backgroundColor : themeColor();
   button.titleColor = style.foregroundColor;
   button.borderType = style.borderType;

@@ -6,23 +6,27 @@
 
 #include "quorvel/Customization.h"
 #include "quorvel/ui/Elements.h"
+#include "widgets/ScreenContext.h"
 
 namespace quorvel {
 
-// How one screen looks in the current run: its texts with the host's overrides, its images and
-// colours, and the host's button style.
+// How one screen looks in its run: its texts in the run's language with the host's overrides, its
+// images and colours, and the host's button style.
 class ScreenAppearance {
  public:
   // screenType names the screen's overrides ("start_screen" ...).
-  explicit ScreenAppearance(const std::string& screenType);
+  ScreenAppearance(ScreenContext context, const std::string& screenType);
 
   // The host's non-empty override under overrideKey, else the copy of copyKey.
   std::string text(const std::string& overrideKey, std::string_view copyKey) const;
+  // The copy of key in the run's language.
+  std::string copy(std::string_view key) const { return context_.copy(key); }
   std::optional<Image> image(const std::string& key) const;
 
+  const ScreenContext& context() const { return context_; }
   const CustomizableScreen* overrides() const { return overrides_; }
-  const Customization& customization() const { return customization_; }
-  Color themeColor() const { return Customization::currentThemeColor(); }
+  const Customization& customization() const { return *context_.customization; }
+  Color themeColor() const { return context_.themeColor; }
 
   Color backgroundColor() const;
   Color textColor() const;
@@ -34,7 +38,7 @@ class ScreenAppearance {
   void styleTitle(Label& label) const { label.textColor = textAccentColor(); }
 
  private:
-  Customization customization_;
+  ScreenContext context_;
   const CustomizableScreen* overrides_ = nullptr;
 };
 

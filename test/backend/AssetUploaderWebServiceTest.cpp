@@ -31,8 +31,6 @@ class AssetUploadTest : public SdkFixture {
   void SetUp() override {
     SdkFixture::SetUp();
     pointAt(server.origin());
-    sdk.appID = "app-1";
-    sdk.apiKey = "key-1";
   }
 
   void pointAt(const std::string& origin) {
@@ -48,6 +46,8 @@ class AssetUploadTest : public SdkFixture {
         };
   }
 
+  AssetUploaderWebService uploader{Environment::production, "app-1", "key-1"};
+
   std::string writeDocument(const std::string& name, const std::string& content) {
     documents->write(name, content);
     return (documents->path() / name).string();
@@ -58,7 +58,7 @@ class AssetUploadTest : public SdkFixture {
     server.script({reply});
     answers->clear();
     int before = exchanges++;
-    AssetUploaderWebService::uploadFile(writeDocument("r.json", "{}"), record());
+    uploader.uploadFile(writeDocument("r.json", "{}"), record());
     EXPECT_TRUE(http->waitForExchanges(before + 1));
     return *answers;
   }
@@ -71,7 +71,7 @@ class AssetUploadTest : public SdkFixture {
 
 TEST_F(AssetUploadTest, ImageGoesOutAsJpegLabelledPngWithTheFixedBoundary) {
   Image photo = Image::encoded(makePng(64, 48));
-  AssetUploaderWebService::uploadImage(photo, record());
+  uploader.uploadImage(photo, record());
   ASSERT_TRUE(http->waitForExchanges(1));
 
   auto requests = server.requests();
@@ -105,7 +105,7 @@ TEST_F(AssetUploadTest, FileIsStreamedUnderItsNameAndMediaTypeWithAFreshBoundary
                                                        {"data.qzx", "application/octet-stream"},
                                                        {"noextension", "application/octet-stream"}};
   for (const auto& [name, mediaType] : cases) {
-    AssetUploaderWebService::uploadFile(writeDocument(name, content), record());
+    uploader.uploadFile(writeDocument(name, content), record());
   }
   ASSERT_TRUE(http->waitForExchanges(4));
 
@@ -135,9 +135,9 @@ TEST_F(AssetUploadTest, FileIsStreamedUnderItsNameAndMediaTypeWithAFreshBoundary
 }
 
 TEST_F(AssetUploadTest, NamesThatCouldInjectHeadersAreNotSent) {
-  AssetUploaderWebService::uploadFile(writeDocument("a\"b.txt", "x"), record());
-  AssetUploaderWebService::uploadFile(writeDocument("line\r\nX-Evil: 1.txt", "x"), record());
-  AssetUploaderWebService::uploadFile((documents->path() / "missing.bin").string(), record());
+  uploader.uploadFile(writeDocument("a\"b.txt", "x"), record());
+  uploader.uploadFile(writeDocument("line\r\nX-Evil: 1.txt", "x"), record());
+  uploader.uploadFile((documents->path() / "missing.bin").string(), record());
   ASSERT_EQ(answers->size(), 3u);
   for (const auto& answer : *answers) {
     EXPECT_FALSE(answer.response);
@@ -180,7 +180,7 @@ TEST_F(AssetUploadTest, EachKindOfAnswerGivesItsCompletion) {
 
 TEST_F(AssetUploadTest, RefusedConnectionIsAnError) {
   pointAt("http://127.0.0.1:" + std::to_string(ScriptedHttpServer::closedPort()));
-  AssetUploaderWebService::uploadFile(writeDocument("r.json", "{}"), record());
+  uploader.uploadFile(writeDocument("r.json", "{}"), record());
   ASSERT_TRUE(http->waitForExchanges(1));
   ASSERT_EQ(answers->size(), 1u);
   EXPECT_FALSE(answers->at(0).response);

@@ -13,7 +13,7 @@ TEST_F(EndpointsTest, EnvironmentPicksItsHostAndTheAppIDGoesInAsGiven) {
                    {"QuorvelAssetsHostQA", "https://qa.example/"},
                    {"QuorvelAssetsHostIntegrations", "http://127.0.0.1:8080"}});
   env.install();
-  sdk.appID = "team/app";  // a slash adds a path segment, unescaped
+  // A slash adds a path segment, unescaped.
   const std::pair<int, const char*> cases[] = {
       {0, "https://prod.example/v3/applications/team/app/asset-upload"},
       {1, "https://qa.example/v3/applications/team/app/asset-upload"},
@@ -21,27 +21,26 @@ TEST_F(EndpointsTest, EnvironmentPicksItsHostAndTheAppIDGoesInAsGiven) {
       {7, "https://prod.example/v3/applications/team/app/asset-upload"},
       {-1, "https://prod.example/v3/applications/team/app/asset-upload"}};
   for (const auto& [raw, url] : cases) {
-    sdk.environment = static_cast<Environment>(raw);
-    EXPECT_EQ(Endpoints::assetUploadURL(), url) << raw;
+    EXPECT_EQ(Endpoints::assetUploadURL(static_cast<Environment>(raw), "team/app"), url) << raw;
   }
 }
 
 TEST_F(EndpointsTest, WithoutOverridesTheBuildsHostsAreUsed) {
   env.setHostInfo(Dictionary::object());
   env.install();
-  sdk.appID = "a";
   for (int raw : {0, 1, 2}) {
-    sdk.environment = static_cast<Environment>(raw);
-    std::string url = Endpoints::assetUploadURL();
+    std::string url = Endpoints::assetUploadURL(static_cast<Environment>(raw), "a");
     EXPECT_EQ(url.rfind("https://", 0), 0u) << url;
     EXPECT_EQ(url.substr(url.find("/v3/")), "/v3/applications/a/asset-upload");
   }
 }
 
 TEST_F(EndpointsTest, MissingAppIDOrUnusableAddressIsAProgrammingError) {
-  EXPECT_DEATH(Endpoints::assetUploadURL(), "app ID");
-  sdk.appID = "has space";
-  EXPECT_DEATH(Endpoints::assetUploadURL(), "not a valid URL");
+  EXPECT_DEATH(Endpoints::assetUploadURL(Environment::production, ""), "app ID");
+  EXPECT_DEATH(Endpoints::assetUploadURL(Environment::production, "has space"), "not a valid URL");
+  // A NUL byte would end the address early in every C interface it passes through.
+  EXPECT_DEATH(Endpoints::assetUploadURL(Environment::production, std::string("app\0/x", 6)),
+               "not a valid URL");
 }
 
 TEST(URLSyntax, OnlyAbsoluteHttpAddressesOfURLCharacters) {

@@ -37,7 +37,7 @@ class DeviceInfoTest : public testing::SdkFixture {
 
   Dictionary collect(std::optional<std::string> imei = std::nullopt,
                      std::optional<std::string> serial = std::nullopt) {
-    return DeviceInfoHelper::getDeviceInfo(imei, serial);
+    return DeviceInfoHelper::getDeviceInfo({imei, std::nullopt, serial, std::nullopt});
   }
 
   void setHostInfo(Dictionary info) {
@@ -244,34 +244,25 @@ TEST_F(DeviceInfoTest, ModelIdentifierPrefersTheSimulatorVariableAndTrimsControl
 
 // --- received_ids ---
 
-TEST_F(DeviceInfoTest, ReceivedIdsTakeTheRunsValuesFirstAndStripWhitespace) {
+TEST_F(DeviceInfoTest, ReceivedIdsStripWhitespaceAndLeaveOutWhatIsAbsent) {
   struct Case {
     const char* name;
-    std::optional<std::string> runImei, runSerial, runImeiUrl, runSerialUrl;
-    std::optional<std::string> imei, serial;
+    DeviceIdentifiers ids;
     Dictionary expected;
   };
   // clang-format off
   const std::vector<Case> cases = {
-      {"nothing anywhere", {}, {}, {}, {}, {}, {}, Dictionary::object()},
-      {"empty strings count as absent", "", "", "", "", "", "", Dictionary::object()},
-      {"IMEI argument with blanks", {}, {}, {}, {}, "49015 42032 37518", {}, {{"imei_values", {"490154203237518"}}}},
-      {"IMEI with tabs, newlines and a no-break space", {}, {}, {}, {}, "\t490154\n20323\u00a07518 ", {}, {{"imei_values", {"490154203237518"}}}},
-      {"the run's IMEI wins", "356938035643809", {}, {}, {}, "490154203237518", {}, {{"imei_values", {"356938035643809"}}}},
-      {"an empty run IMEI lets the argument through", "", {}, {}, {}, "490154203237518", {}, {{"imei_values", {"490154203237518"}}}},
-      {"serial is a plain string without whitespace", {}, {}, {}, {}, {}, " C02 XK\t1\nJG5H ", {{"serial_number", "C02XK1JG5H"}}},
-      {"the run's serial wins", {}, "F2LXK0ABC", {}, {}, {}, "C02XK1JG5H", {{"serial_number", "F2LXK0ABC"}}},
-      {"an empty run serial lets the argument through", {}, "", {}, {}, {}, "C02XK1JG5H", {{"serial_number", "C02XK1JG5H"}}},
-      {"image addresses come from the run as one-element lists", {}, {}, "https://assets.example/imei.jpg", "https://assets.example/serial.jpg", {}, {}, {{"imei_image_url", {"https://assets.example/imei.jpg"}}, {"serial_number_image_url", {"https://assets.example/serial.jpg"}}}},
-      {"everything", "490154203237518", "F2LXK0ABC", "https://a/i", "https://a/s", "1", "2", {{"imei_values", {"490154203237518"}}, {"imei_image_url", {"https://a/i"}}, {"serial_number", "F2LXK0ABC"}, {"serial_number_image_url", {"https://a/s"}}}},
+      {"nothing", {}, Dictionary::object()},
+      {"empty strings count as absent", {"", "", "", ""}, Dictionary::object()},
+      {"IMEI with blanks", {"49015 42032 37518", {}, {}, {}}, {{"imei_values", {"490154203237518"}}}},
+      {"IMEI with tabs, newlines and a no-break space", {"\t490154\n20323\u00a07518 ", {}, {}, {}}, {{"imei_values", {"490154203237518"}}}},
+      {"serial is a plain string without whitespace", {{}, {}, " C02 XK\t1\nJG5H ", {}}, {{"serial_number", "C02XK1JG5H"}}},
+      {"photo addresses as one-element lists", {{}, "https://assets.example/imei.jpg", {}, "https://assets.example/serial.jpg"}, {{"imei_image_url", {"https://assets.example/imei.jpg"}}, {"serial_number_image_url", {"https://assets.example/serial.jpg"}}}},
+      {"everything", {"490154203237518", "https://a/i", "F2LXK0ABC", "https://a/s"}, {{"imei_values", {"490154203237518"}}, {"imei_image_url", {"https://a/i"}}, {"serial_number", "F2LXK0ABC"}, {"serial_number_image_url", {"https://a/s"}}}},
   };
   // clang-format on
   for (const auto& c : cases) {
-    sdk.imei = c.runImei;
-    sdk.serialNumber = c.runSerial;
-    sdk.imei_image_url = c.runImeiUrl;
-    sdk.serialNumber_image_url = c.runSerialUrl;
-    Dictionary record = collect(c.imei, c.serial);
+    Dictionary record = DeviceInfoHelper::getDeviceInfo(c.ids);
     ASSERT_TRUE(record.contains("received_ids")) << c.name;
     EXPECT_EQ(record["received_ids"], c.expected)
         << c.name << ": " << record["received_ids"].dump();
@@ -333,32 +324,18 @@ TEST(Timestamp, FormatsLocalTimeWithMillisecondsAndOffset) {
 
 // --- digest ---
 
-TEST_F(DeviceInfoTest, GetDeviceInfoKeepsTheDigestOfTheRecordsJsonText) {
+TEST_F(DeviceInfoTest, DigestIsOfTheRecordsJsonTextAndEmptyWhenItHoldsInvalidUtf8) {
   device().carriers.emplace();
-  sdk.lastDeviceInfoSHA256Value = "stale";
   auto record = sdk.getDeviceInfo("49015 42032 37518", "C02XK1JG5H");
   ASSERT_TRUE(record);
   EXPECT_EQ((*record)["received_ids"]["imei_values"], Dictionary({"490154203237518"}));
-  EXPECT_EQ(sdk.lastDeviceInfoSHA256Value, sha256Hex(record->dump()));
-  EXPECT_EQ(sdk.lastDeviceInfoSHA256Value.size(), 64u);
+  EXPECT_EQ(jsonDigest(*record), sha256Hex(record->dump()));
 
-  // A different record, a different digest.
-  std::string first = sdk.lastDeviceInfoSHA256Value;
-  device().nameValue = "Other Device";
-  record = sdk.getDeviceInfo(std::nullopt, std::nullopt);
-  ASSERT_TRUE(record);
-  EXPECT_EQ(sdk.lastDeviceInfoSHA256Value, sha256Hex(record->dump()));
-  EXPECT_NE(sdk.lastDeviceInfoSHA256Value, first);
-}
-
-TEST_F(DeviceInfoTest, DigestIsEmptyWhenTheRecordHoldsInvalidUtf8) {
-  sdk.lastDeviceInfoSHA256Value = "stale";
   device().nameValue = "\xff\xfe";
-  std::optional<Dictionary> record;
   ASSERT_NO_THROW(record = sdk.getDeviceInfo(std::nullopt, std::nullopt));
   ASSERT_TRUE(record);
   EXPECT_EQ((*record)["device_name"].get<std::string>(), "\xff\xfe");
-  EXPECT_EQ(sdk.lastDeviceInfoSHA256Value, "");
+  EXPECT_EQ(jsonDigest(*record), "");
 }
 
 }  // namespace

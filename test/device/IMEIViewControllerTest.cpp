@@ -192,19 +192,21 @@ TEST_F(IMEIViewControllerTest, TextsLinkAndCancel) {
 }
 
 TEST_F(IMEIViewControllerTest, HostOverridesApplyInPortugueseToo) {
-  sdk.language = SupportedLanguage::portuguese;
+  ScreenContext context;
+  context.language = SupportedLanguage::portuguese;
   auto custom = std::make_shared<Customization>();
   custom->customScreens.emplace_back(
       "imei_screen",
       std::map<std::string, std::string>{
           {"title", "Identifique o aparelho"}, {"text", "Veja em %1$@ > %2$@."}, {"or", ""}});
-  sdk.customization = custom;
-  auto portuguese = std::make_shared<IMEIViewController>();
+  context.customization = custom;
+  auto portuguese = std::make_shared<IMEIViewController>(context);
   portuguese->loadViewIfNeeded();
   EXPECT_EQ(portuguese->outlet<Label>("uiLbTitle").text, "Identifique o aparelho");
   EXPECT_EQ(portuguese->outlet<Label>("uiLbDescription").text,
             "Veja em Definições > Geral / Informações.");
-  EXPECT_EQ(portuguese->outlet<Label>("uiLbOr").text, Localization::copy("or"));
+  EXPECT_EQ(portuguese->outlet<Label>("uiLbOr").text,
+            Localization::copy("or", SupportedLanguage::portuguese));
 }
 
 TEST_F(IMEIViewControllerTest, WithoutAPhotoPickerThePhotoRouteIsHidden) {

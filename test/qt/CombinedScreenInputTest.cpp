@@ -63,7 +63,7 @@ TEST_F(CombinedScreenInputTest, ChargerAndVolumeKeysPassTheRowsInTurn) {
 
   tap("uiBtNext");
   settle("TestsFinishedViewController");
-  const Dictionary& results = sdk.testResults;
+  Dictionary results = finishRun()["tests_results"];
   EXPECT_EQ(results["charging"]["success"], true);
   EXPECT_EQ(results["buttons"]["volume_up"]["success"], true);
   EXPECT_EQ(results["buttons"]["volume_down"]["success"], true);

@@ -3,8 +3,8 @@
 #include <QDir>
 #include <QTest>
 
+#include "AssetsServer.h"
 #include "qt/OutletItem.h"
-#include "support/RunReset.h"
 
 namespace quorvel::testing {
 
@@ -15,7 +15,10 @@ void QuickFixture::SetUp() {
   Platform platform = frontEnd->platform();
   installPlatform(platform);
   useAssetsHost("http://127.0.0.1:1");
-  resetRun(sdk);
+  sdk.language = SupportedLanguage::english;
+  sdk.hideStartScreen = false;
+  sdk.themeColor.reset();
+  customization.reset();
   hostNavigation = NavigationController::make(std::make_shared<ViewController>("HostTestPage"));
   frontEnd->addInterfaceLocation(QUrl("qrc:/quorvel-tests/"));
   frontEnd->coreWindow()->setRootViewController(hostNavigation);
@@ -24,6 +27,29 @@ void QuickFixture::SetUp() {
 }
 
 void QuickFixture::present() { frontEnd->show(); }
+
+ScreenContext QuickFixture::contextFor(const std::string& key, std::vector<std::string> run) const {
+  if (run.empty()) run = {key};
+  ScreenContext context;
+  context.language = sdk.language;
+  context.themeColor = Customization::currentThemeColor();
+  context.customization = customization ? customization : std::make_shared<Customization>();
+  auto it = std::find(run.begin(), run.end(), key);
+  context.header = {it == run.end() ? -1 : it - run.begin(), run.size()};
+  return context;
+}
+
+Dictionary QuickFixture::finishRun() {
+  TemporaryTree storage("quorvel-quick-assets");
+  AssetsServer server(AssetsServer::Options{storage.path(), {"key"}});
+  server.start();
+  useAssetsHost(server.address());
+  int before = completions;
+  tap("uiBtDone");
+  bool answered = waitFor([&] { return completions > before; });
+  server.stop();
+  return answered && response ? *response : Dictionary::object();
+}
 
 void QuickFixture::useAssetsHost(const std::string& origin) {
   Platform changed = platform();
@@ -48,7 +74,6 @@ QQuickItem* QuickFixture::chrome(const QString& name) const {
 }
 
 void QuickFixture::TearDown() {
-  resetRun(sdk);
   frontEnd.reset();
   installPlatform(makeDefaultPlatform());
   qunsetenv("XDG_DOCUMENTS_DIR");
@@ -56,9 +81,9 @@ void QuickFixture::TearDown() {
 
 void QuickFixture::start(std::optional<std::vector<std::string>> tests,
                          std::optional<std::string> imei, std::optional<std::string> serial,
-                         std::shared_ptr<Customization> customization) {
+                         std::shared_ptr<Customization> hostCustomization) {
   sdk.performTests("quick-tests", "key", std::move(tests), std::move(imei), std::move(serial),
-                   std::move(customization), [this](std::optional<Dictionary> answer) {
+                   std::move(hostCustomization), [this](std::optional<Dictionary> answer) {
                      ++completions;
                      response = std::move(answer);
                    });

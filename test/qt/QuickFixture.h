@@ -13,6 +13,7 @@
 #include "quorvel/quick/QuickFrontEnd.h"
 #include "quorvel/ui/NavigationController.h"
 #include "support/TemporaryTree.h"
+#include "widgets/ScreenContext.h"
 
 QT_BEGIN_NAMESPACE
 // Readable QString values in test failures.
@@ -36,22 +37,20 @@ class QuickFixture : public ::testing::Test {
   void start(std::optional<std::vector<std::string>> tests = std::nullopt,
              std::optional<std::string> imei = std::nullopt,
              std::optional<std::string> serial = std::nullopt,
-             std::shared_ptr<Customization> customization = nullptr);
+             std::shared_ptr<Customization> hostCustomization = nullptr);
+
+  // What a screen made by a test reads of its run: the SDK's language and theme, the fixture's
+  // customization, and key's place in a run of the given screens (just key when empty).
+  ScreenContext contextFor(const std::string& key, std::vector<std::string> run = {}) const;
 
   // One screen pushed on the host's stack as the only screen of a run (key), without a run.
   template <class Screen>
   std::shared_ptr<Screen> show(const std::string& key) {
-    sdk.selectedTests = {key};
-    if (!sdk.customization) sdk.customization = std::make_shared<Customization>();
-    return show(std::make_shared<Screen>(), key);
+    return show(std::make_shared<Screen>(contextFor(key)));
   }
-  // A screen set up beforehand, as screen key of a run of the given screens (just key when
-  // empty): a header's counter and progress bar depend on the whole run.
+  // A screen set up beforehand (made with contextFor), pushed on the host's stack.
   template <class Screen>
-  std::shared_ptr<Screen> show(std::shared_ptr<Screen> screen, const std::string& key,
-                               std::vector<std::string> run = {}) {
-    sdk.selectedTests = run.empty() ? std::vector<std::string>{key} : std::move(run);
-    if (!sdk.customization) sdk.customization = std::make_shared<Customization>();
+  std::shared_ptr<Screen> show(std::shared_ptr<Screen> screen) {
     hostNavigation->setNavigationBarHidden(true, false);
     hostNavigation->pushViewController(screen, false);
     settle(screen->interfaceName());
@@ -60,6 +59,9 @@ class QuickFixture : public ::testing::Test {
 
   // Uploads go to origin ("http://127.0.0.1:PORT") in every environment.
   void useAssetsHost(const std::string& origin);
+  // Presses Finish on the end screen with uploads going to a local assets server, and waits for
+  // the host's answer (empty when none came).
+  Dictionary finishRun();
   // An element of the window's chrome (the loading overlay, the stack) by object name.
   QQuickItem* chrome(const QString& name) const;
 
@@ -83,6 +85,8 @@ class QuickFixture : public ::testing::Test {
   void expectCoreColours();
 
   QuorvelSDK& sdk = QuorvelSDK::shared();
+  // The host's customization for screens the test makes; defaults when null.
+  std::shared_ptr<Customization> customization;
   std::unique_ptr<QuickFrontEnd> frontEnd;
   std::shared_ptr<NavigationController> hostNavigation;
   std::unique_ptr<TemporaryTree> documents;

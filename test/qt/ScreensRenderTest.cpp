@@ -157,9 +157,10 @@ TEST_P(EveryScreenTest, ShowsTheCopyAndColoursTheCoreHolds) {
   EXPECT_EQ(slide.height, item("uiSliderView")->height());
   screenshot("MultiTouch_v2_ViewController");
 
-  auto combined = std::make_shared<MultipleTests_v2_ViewController>();
+  auto combined =
+      std::make_shared<MultipleTests_v2_ViewController>(contextFor(ScreenType::multiple_tests_v2));
   combined->selectedTests = {ScreenType::charging_v2, ScreenType::buttons_v2};
-  show(combined, ScreenType::multiple_tests_v2);
+  show(combined);
   const auto& rows = combined->outlet<Table>("uiTableView").rows;
   ASSERT_EQ(rows.size(), 3u);
   for (const auto& row : rows) {
@@ -186,10 +187,11 @@ TEST_F(ScreenStateTest, HeaderFillsTheSegmentsUpToItsScreenAndHidesUnderANavigat
   auto custom = std::make_shared<Customization>();
   custom->progressBarSelectedColor = Color::rgb(230, 20, 140);
   custom->progressBarBackgroundColor = Color::rgb(20, 190, 110);
-  sdk.customization = custom;
+  customization = custom;
   unpluggedDevice();
-  show(std::make_shared<MultiTouch_v1_ViewController>(), ScreenType::multi_touch_v1,
-       {ScreenType::charging_v1, ScreenType::multi_touch_v1, ScreenType::buttons_v1});
+  show(std::make_shared<MultiTouch_v1_ViewController>(
+      contextFor(ScreenType::multi_touch_v1,
+                 {ScreenType::charging_v1, ScreenType::multi_touch_v1, ScreenType::buttons_v1})));
   EXPECT_EQ(textOf("uiLbTestCounter"), "Test 2/3");
 
   const QImage image = grab("TestHeader-2of3");
@@ -204,7 +206,7 @@ TEST_F(ScreenStateTest, HeaderFillsTheSegmentsUpToItsScreenAndHidesUnderANavigat
 
   // With the host's navigation bar showing, the core hides the header and the screen drops it.
   hostNavigation->setNavigationBarHidden(false, false);
-  auto charging = std::make_shared<Charging_v1_ViewController>();
+  auto charging = std::make_shared<Charging_v1_ViewController>(contextFor(ScreenType::charging_v1));
   hostNavigation->pushViewController(charging, false);
   settle(charging->interfaceName());
   ASSERT_TRUE(charging->outlet<View>("uiViewProgressBarBackground").hidden);
@@ -276,9 +278,10 @@ TEST_F(ScreenStateTest, ContentKeepsAReadableWidthCentredInALaptopWindow) {
   expectCentredColumn("uiStackViewProgressBar");
   grab("Charging_v1_ViewController-laptop");
 
-  auto combined = std::make_shared<MultipleTests_v2_ViewController>();
+  auto combined =
+      std::make_shared<MultipleTests_v2_ViewController>(contextFor(ScreenType::multiple_tests_v2));
   combined->selectedTests = {ScreenType::charging_v2, ScreenType::buttons_v2};
-  show(combined, ScreenType::multiple_tests_v2);
+  show(combined);
   expectCentredColumn("uiTableView");
   grab("MultipleTests_v2_ViewController-laptop");
 
@@ -290,9 +293,10 @@ TEST_F(ScreenStateTest, ContentKeepsAReadableWidthCentredInALaptopWindow) {
 TEST_F(ScreenStateTest, CombinedScreenOutlinesTheFocusedRowAndMarksFinishedOnes) {
   sdk.themeColor = Color::rgb(120, 40, 200);
   unpluggedDevice();
-  auto screen = std::make_shared<MultipleTests_v2_ViewController>();
+  auto screen =
+      std::make_shared<MultipleTests_v2_ViewController>(contextFor(ScreenType::multiple_tests_v2));
   screen->selectedTests = {ScreenType::charging_v2, ScreenType::buttons_v2};
-  show(screen, ScreenType::multiple_tests_v2);
+  show(screen);
   const QColor theme = qColor(*sdk.themeColor);
   const QColor failed(255, 59, 48);
 

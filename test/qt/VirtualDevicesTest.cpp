@@ -16,6 +16,7 @@
 #include "quorvel/virtual/VirtualChargerDevice.h"
 #include "quorvel/virtual/VirtualKeyboard.h"
 #include "quorvel/virtual/VirtualTouchScreen.h"
+#include "support/ManualMainQueue.h"
 #include "support/RecordingTestDelegate.h"
 #include "support/ScriptedDevice.h"
 #include "tests/physical/MultiTouch_v2_ViewController.h"
@@ -302,26 +303,6 @@ TEST_F(VirtualKeyboardTest, TypedTextAndEditingKeysReachTheFocusedField) {
   EXPECT_EQ(text(), "490154203237518 Ab-é");
 }
 
-// A main queue that tests run by hand, to see what waits on it.
-class HeldMainQueue : public MainQueue {
- public:
-  void async(std::function<void()> work) override { work_.push_back(std::move(work)); }
-  void schedule(double, std::shared_ptr<WorkItem> item) override {
-    work_.push_back([item] { item->perform(); });
-  }
-  void run() {
-    while (!work_.empty()) {
-      auto work = std::move(work_.front());
-      work_.pop_front();
-      work();
-    }
-  }
-  std::size_t pending() const { return work_.size(); }
-
- private:
-  std::deque<std::function<void()>> work_;
-};
-
 class VirtualChargerDeviceTest : public ::testing::Test {
  protected:
   void SetUp() override {
@@ -333,7 +314,7 @@ class VirtualChargerDeviceTest : public ::testing::Test {
   }
 
   std::shared_ptr<ScriptedDevice> wrapped = std::make_shared<ScriptedDevice>();
-  std::shared_ptr<HeldMainQueue> queue = std::make_shared<HeldMainQueue>();
+  std::shared_ptr<ManualMainQueue> queue = std::make_shared<ManualMainQueue>();
   std::shared_ptr<VirtualChargerDevice> charger =
       std::make_shared<VirtualChargerDevice>(wrapped, queue, 0.8f);
   Subscription subscription;
@@ -372,13 +353,13 @@ TEST_F(VirtualChargerDeviceTest, ReadingsFollowTheCableOnlyWhileMonitoring) {
 TEST_F(VirtualChargerDeviceTest, NotificationsArriveOnTheMainQueueOnlyWhileMonitoring) {
   charger->plug();
   charger->unplug();
-  EXPECT_EQ(queue->pending(), 0u);
+  EXPECT_EQ(queue->runUntilIdle(), 0u);
 
   charger->setBatteryMonitoringEnabled(true);
   charger->plug();
   charger->plug();  // already plugged: nothing changes
   EXPECT_TRUE(heard.empty());
-  queue->run();
+  queue->runUntilIdle();
   EXPECT_EQ(heard, std::vector{BatteryChange::state});
   EXPECT_EQ(statesHeard, std::vector{BatteryState::charging});
 
@@ -386,7 +367,7 @@ TEST_F(VirtualChargerDeviceTest, NotificationsArriveOnTheMainQueueOnlyWhileMonit
   heard.clear();
   statesHeard.clear();
   charger->setLevel(1.0f);
-  queue->run();
+  queue->runUntilIdle();
   EXPECT_EQ(heard, (std::vector{BatteryChange::level, BatteryChange::state}));
   EXPECT_EQ(statesHeard.back(), BatteryState::full);
 
@@ -394,13 +375,13 @@ TEST_F(VirtualChargerDeviceTest, NotificationsArriveOnTheMainQueueOnlyWhileMonit
   heard.clear();
   charger->unplug();
   charger->setBatteryMonitoringEnabled(false);
-  queue->run();
+  queue->runUntilIdle();
   EXPECT_TRUE(heard.empty());
 
   // A change made while nobody monitored stays untold when monitoring resumes.
   charger->plug();
   charger->setBatteryMonitoringEnabled(true);
-  queue->run();
+  queue->runUntilIdle();
   EXPECT_TRUE(heard.empty());
 }
 
@@ -409,7 +390,7 @@ TEST_F(VirtualChargerDeviceTest, NotificationsQueuedForADeviceThatIsGoneAreDropp
   charger->plug();
   // Under the sanitizer, a notification that reaches the freed device fails here.
   charger.reset();
-  queue->run();
+  queue->runUntilIdle();
   EXPECT_TRUE(heard.empty());
 }
 
@@ -433,7 +414,7 @@ TEST_F(VirtualChargerDeviceTest, EveryOtherFactComesFromTheWrappedDevice) {
 TEST(VirtualChargerDeviceDeathTest, ALevelOutsideTheBatteryIsAProgrammingError) {
   GTEST_FLAG_SET(death_test_style, "threadsafe");
   auto wrapped = std::make_shared<ScriptedDevice>();
-  auto queue = std::make_shared<HeldMainQueue>();
+  auto queue = std::make_shared<ManualMainQueue>();
   EXPECT_DEATH(VirtualChargerDevice(wrapped, queue, 1.5f), "0...1");
   VirtualChargerDevice charger(wrapped, queue);
   EXPECT_DEATH(charger.setLevel(-0.1f), "0...1");

@@ -30,22 +30,12 @@ TEST_P(PerformTestsArgumentsTest, FirstFailingCheckAnswersSynchronouslyAndNothin
   if (c.microphone) info["NSMicrophoneUsageDescription"] = "microphone";
   env.setHostInfo(info);
   env.install();
-  // Left over from an earlier run: the checks reset these whatever their outcome.
-  sdk.finalResponseObject = {{"device_info", "old"}};
-  sdk.testResults = {{"charging", "old"}};
-  sdk.lastDeviceInfoSHA256Value = "abc";
-  sdk.nextTestIndex = 2;
-
   sdk.performTests(c.appID, c.apiKey, std::nullopt, c.imei, c.serial, nullptr, completion());
 
   // Answered before performTests returned, without the main queue.
   ASSERT_EQ(outcome->calls, 1);
   EXPECT_EQ(*outcome->response, (Dictionary{{"status_code", c.expected},
                                             {"message", StatusCodes::getDescription(c.expected)}}));
-  EXPECT_EQ(sdk.finalResponseObject, Dictionary::object());
-  EXPECT_EQ(sdk.testResults, Dictionary::object());
-  EXPECT_EQ(sdk.lastDeviceInfoSHA256Value, "");
-  EXPECT_EQ(sdk.nextTestIndex, -1);
   // The host's navigation is untouched.
   EXPECT_EQ(window->rootViewController(), hostNavigation);
   EXPECT_EQ(hostNavigation->viewControllers().size(), 2u);

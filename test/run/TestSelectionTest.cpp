@@ -1,6 +1,5 @@
 #include <gtest/gtest.h>
 
-#include "quorvel/QuorvelSDK.h"
 #include "run/TestSelection.h"
 
 namespace {
@@ -28,8 +27,10 @@ void PrintTo(const SelectionCase& c, std::ostream* out) {
 class TestSelectionTest : public ::testing::TestWithParam<SelectionCase> {};
 
 TEST_P(TestSelectionTest, FoldsPhysicalTestsIntoTheCombinedScreen) {
-  const auto& run = quorvel::QuorvelSDK::shared();
-  auto selection = TestSelection::make(GetParam().input, run.allSupportedTests, run.defaultTests);
+  // The tests a run accepts, and those it runs when the host names none.
+  const Keys supported = {"device_front_video_v2", "charging_v2", "buttons_v2", "multi_touch_v2"};
+  const Keys defaults = {"buttons_v2", "charging_v2", "multi_touch_v2", "device_front_video_v2"};
+  auto selection = TestSelection::make(GetParam().input, supported, defaults);
   EXPECT_EQ(selection.selectedTests, GetParam().selected);
   EXPECT_EQ(selection.multipleTestsList, GetParam().combined);
 }

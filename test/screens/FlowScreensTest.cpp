@@ -84,32 +84,31 @@ TEST_F(FlowScreensTest, StartScreenTextsIdentifiersAndOverrides) {
 }
 
 TEST_F(FlowScreensTest, EndScreenTextsImageVersionAndButtonStyle) {
-  sdk.language = SupportedLanguage::portuguese;
   sdk.themeColor = Color{1, 0, 0, 0.25};
+  ScreenContext context;
+  context.language = SupportedLanguage::portuguese;
   auto custom = std::make_shared<Customization>();
   custom->buttonsStyle.borderType = BorderType::square;
   custom->customScreens.emplace_back(
       "end_screen", std::map<std::string, std::string>{{"buttonFinish", ""}, {"text", "Obrigado!"}},
       std::map<std::string, Image>{{"image", Image::asset("host_logo")}}, std::nullopt,
       Color::rgb(10, 10, 10), Color::rgb(200, 0, 0));
-  sdk.customization = custom;
-  auto screen = std::make_shared<TestsFinishedViewController>();
+  context.customization = custom;
+  auto screen = std::make_shared<TestsFinishedViewController>(context);
   screen->loadViewIfNeeded();
   EXPECT_EQ(screen->outlet<Label>("uiLbText").text, "Obrigado!");
   EXPECT_EQ(screen->outlet<Label>("uiLbText").textColor, Color::rgb(200, 0, 0));
   EXPECT_EQ(screen->outlet<Button>("uiBtDone").title, "Terminar");
-  EXPECT_EQ(screen->outlet<Button>("uiBtDone").title, Localization::copy("done"));
-  EXPECT_EQ(screen->outlet<Button>("uiBtTestAgain").title, Localization::copy("test_again"));
+  EXPECT_EQ(screen->outlet<Button>("uiBtTestAgain").title, "Testar novamente");
   EXPECT_EQ(screen->outlet<Button>("uiBtDone").borderType, BorderType::square);
   EXPECT_EQ(screen->outlet<Button>("uiBtDone").backgroundColor, (Color{1, 0, 0, 1}));
   EXPECT_FALSE(screen->outlet<ImageView>("uiCustomImage").hidden);
   EXPECT_TRUE(screen->outlet<ImageView>("uiViewImage").hidden);
-  EXPECT_EQ(screen->outlet<Label>("uiVersionLabel").text,
-            Localization::copy("version") + " " + QuorvelVersionString);
+  EXPECT_EQ(
+      screen->outlet<Label>("uiVersionLabel").text,
+      Localization::copy("version", SupportedLanguage::portuguese) + " " + QuorvelVersionString);
 
   // Without an image override the built-in illustration shows.
-  sdk.customization = std::make_shared<Customization>();
-  sdk.language = SupportedLanguage::english;
   auto plain = std::make_shared<TestsFinishedViewController>();
   plain->loadViewIfNeeded();
   EXPECT_TRUE(plain->outlet<ImageView>("uiCustomImage").hidden);

@@ -37,12 +37,14 @@ bool ManualMainQueue::runOne(double until) {
 }
 
 std::size_t ManualMainQueue::runUntilIdle() {
+  owner_ = std::this_thread::get_id();
   std::size_t count = 0;
   while (runOne(now_)) ++count;
   return count;
 }
 
 void ManualMainQueue::advance(double seconds) {
+  owner_ = std::this_thread::get_id();
   double until = now_ + seconds;
   while (runOne(until)) {
   }

@@ -1,7 +1,9 @@
 #pragma once
 
+#include <atomic>
 #include <deque>
 #include <mutex>
+#include <thread>
 #include <vector>
 
 #include "quorvel/platform/MainQueue.h"
@@ -13,6 +15,8 @@ class ManualMainQueue : public MainQueue {
  public:
   void async(std::function<void()> work) override;
   void schedule(double delaySeconds, std::shared_ptr<WorkItem> item) override;
+  // The thread that last ran the queue (the creating one until then).
+  bool isCurrent() const override { return owner_.load() == std::this_thread::get_id(); }
 
   // Runs everything due now, including work queued by that work; returns how many ran.
   std::size_t runUntilIdle();
@@ -35,6 +39,7 @@ class ManualMainQueue : public MainQueue {
   std::vector<Timer> timers_;
   std::uint64_t nextOrder_ = 0;
   double now_ = 0;
+  std::atomic<std::thread::id> owner_{std::this_thread::get_id()};
 };
 
 }  // namespace quorvel::testing

@@ -6,10 +6,20 @@
 #include "backend/AssetUploaderWebService.h"
 #include "quorvel/ui/Application.h"
 #include "quorvel/ui/LoadingView.h"
-#include "support/RunReset.h"
-#include "support/ScriptedTestScreen.h"
 
 namespace quorvel::testing {
+
+namespace {
+
+// The host's settings as a fresh process has them.
+void resetSettings(QuorvelSDK& sdk) {
+  sdk.environment = Environment::production;
+  sdk.language = SupportedLanguage::english;
+  sdk.hideStartScreen = false;
+  sdk.themeColor.reset();
+}
+
+}  // namespace
 
 void SdkFixture::SetUp() {
   env = TestPlatform{};
@@ -21,15 +31,12 @@ void SdkFixture::SetUp() {
   documents = std::make_unique<TemporaryTree>("quorvel-documents");
   env.device->documents = documents->path().string();
   env.install();
-  resetRun(sdk);
-  sdk.screenTable = ScreenTable();
-  bindScriptedScreens(sdk.screenTable);
+  resetSettings(sdk);
 }
 
 void SdkFixture::TearDown() {
-  resetRun(sdk);
+  resetSettings(sdk);
   AssetUploaderWebService::timeoutInterval = std::chrono::seconds(60);
-  sdk.screenTable = ScreenTable();
   installPlatform(Platform{});
 }
 
@@ -64,7 +71,7 @@ void SdkFixture::hostWithoutKeyWindow() {
   env.application->addWindow(window);
 }
 
-QuorvelSDK::Completion SdkFixture::completion() {
+SdkFixture::Completion SdkFixture::completion() {
   auto shared = outcome;
   return [shared](std::optional<Dictionary> response) {
     ++shared->calls;
@@ -80,16 +87,29 @@ void SdkFixture::start(std::optional<std::vector<std::string>> tests,
   settle();
 }
 
+std::shared_ptr<NavigationController> SdkFixture::navigation() const {
+  return window ? std::dynamic_pointer_cast<NavigationController>(window->rootViewController())
+                : nullptr;
+}
+
 std::shared_ptr<ViewController> SdkFixture::top() const {
-  auto navigation = sdk.navigationController;
-  return navigation ? navigation->topViewController() : nullptr;
+  auto stackShown = navigation();
+  return stackShown ? stackShown->topViewController() : nullptr;
 }
 
 std::string SdkFixture::topInterface() const {
   auto screen = top();
-  if (!screen) return "none";
-  if (auto scripted = std::dynamic_pointer_cast<ScriptedTestScreen>(screen)) return scripted->key();
-  return screen->interfaceName();
+  return screen ? screen->interfaceName() : "none";
+}
+
+std::vector<std::string> SdkFixture::stack() const {
+  std::vector<std::string> names;
+  if (auto stackShown = navigation()) {
+    for (const auto& screen : stackShown->viewControllers()) {
+      names.push_back(screen->interfaceName());
+    }
+  }
+  return names;
 }
 
 void SdkFixture::press(const std::string& action) {

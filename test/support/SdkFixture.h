@@ -14,9 +14,12 @@
 
 namespace quorvel::testing {
 
-// A fresh run controller on a scripted platform, with a host window to take over.
+// The SDK on a scripted platform, with a host window to take over. Runs are observed as a host
+// sees them: the screens on its window, the completion's response, the log and the uploads.
 class SdkFixture : public ::testing::Test {
  protected:
+  using Completion = std::function<void(std::optional<Dictionary>)>;
+
   struct Outcome {
     int calls = 0;
     std::optional<Dictionary> response;
@@ -30,14 +33,18 @@ class SdkFixture : public ::testing::Test {
   void hostWithPlainScreen();   // key window whose root is a plain screen
   void hostWithoutKeyWindow();  // a window that is not key, with a plain root screen
 
-  QuorvelSDK::Completion completion();
+  Completion completion();
   void start(std::optional<std::vector<std::string>> tests = std::nullopt,
              std::optional<std::string> imei = std::nullopt,
              std::optional<std::string> serial = std::nullopt,
              std::shared_ptr<Customization> customization = nullptr);
 
+  // The navigation stack on the host's window (the run's, once it has taken over).
+  std::shared_ptr<NavigationController> navigation() const;
   std::shared_ptr<ViewController> top() const;
   std::string topInterface() const;
+  // Interface names of the screens on the stack, bottom first.
+  std::vector<std::string> stack() const;
   // Sends action to the top screen and lets the main queue settle.
   void press(const std::string& action);
   void settle() { env.queue->runUntilIdle(); }

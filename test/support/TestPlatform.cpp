@@ -31,6 +31,7 @@ void TestPlatform::install() {
   p.volumeEvents = volume.events;
   p.audioSession = volume.session;
   p.screenshotEvents = screenshots;
+  // HTTP, images and types stay real (loopback, FFmpeg, shared-mime-info); the rest is scripted.
   installPlatform(p);
 }
 

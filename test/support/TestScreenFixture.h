@@ -6,6 +6,7 @@
 
 #include "support/RecordingTestDelegate.h"
 #include "support/SdkFixture.h"
+#include "widgets/ScreenContext.h"
 
 namespace quorvel::testing {
 
@@ -16,16 +17,16 @@ class TestScreenFixture : public SdkFixture {
   void SetUp() override {
     SdkFixture::SetUp();
     hostWithNavigation();
-    sdk.customization = std::make_shared<Customization>();
+    context = ScreenContext{};
     delegate = std::make_shared<RecordingTestDelegate>();
   }
 
   // configure runs before the screen loads.
   template <class Screen>
-  std::shared_ptr<Screen> show(const std::string& key,
-                               const std::function<void(Screen&)>& configure = nullptr) {
-    sdk.selectedTests = {key};
-    auto screen = std::make_shared<Screen>();
+  std::shared_ptr<Screen> show(const std::function<void(Screen&)>& configure = nullptr) {
+    // The only screen of its run.
+    context.header = {0, 1};
+    auto screen = std::make_shared<Screen>(context);
     screen->delegate = delegate;
     if (configure) configure(*screen);
     hostNavigation->pushViewController(screen, false);
@@ -44,6 +45,8 @@ class TestScreenFixture : public SdkFixture {
     return delegate->reports.empty() ? none : delegate->reports.back();
   }
 
+  // What the screen reads of its run; set before show().
+  ScreenContext context;
   std::shared_ptr<RecordingTestDelegate> delegate = std::make_shared<RecordingTestDelegate>();
 };
 

@@ -23,17 +23,16 @@ class TestViewControllerTest : public quorvel::testing::TestScreenFixture {
   std::vector<ScreenCase> screens() {
     return {
         {ScreenType::buttons_v1, "uiViewProgressBarBackground",
-         [this] { return show<Buttons_v1_ViewController>(ScreenType::buttons_v1); }},
+         [this] { return show<Buttons_v1_ViewController>(); }},
         {ScreenType::charging_v1, "uiViewProgressBarBackground",
-         [this] { return show<Charging_v1_ViewController>(ScreenType::charging_v1); }},
+         [this] { return show<Charging_v1_ViewController>(); }},
         {ScreenType::multi_touch_v1, "uiHeaderView",
-         [this] { return show<MultiTouch_v1_ViewController>(ScreenType::multi_touch_v1); }},
+         [this] { return show<MultiTouch_v1_ViewController>(); }},
         {ScreenType::multi_touch_v2, "uiHeaderView",
-         [this] { return show<MultiTouch_v2_ViewController>(ScreenType::multi_touch_v2); }},
+         [this] { return show<MultiTouch_v2_ViewController>(); }},
         {ScreenType::multiple_tests_v2, "uiHeaderView",
          [this] {
            return show<MultipleTests_v2_ViewController>(
-               ScreenType::multiple_tests_v2,
                [](auto& screen) { screen.selectedTests = {ScreenType::charging_v2}; });
          }},
     };
@@ -52,8 +51,10 @@ class TestViewControllerTest : public quorvel::testing::TestScreenFixture {
 
 TEST_F(TestViewControllerTest, HeaderButtonsAndPortraitOnEveryAppearance) {
   forEachScreen([this](const ScreenCase& c) {
-    sdk.themeColor = Color::rgb(0, 128, 0);
-    sdk.customization->skipTestButtonColor = Color::rgb(200, 0, 0);
+    context.themeColor = Color::rgb(0, 128, 0);
+    auto custom = std::make_shared<Customization>();
+    custom->skipTestButtonColor = Color::rgb(200, 0, 0);
+    context.customization = custom;
     auto screen = c.show();
     const auto& cancel = screen->outlet<Button>("uiBtCancel");
     EXPECT_EQ(cancel.title, "Cancel");
@@ -63,7 +64,7 @@ TEST_F(TestViewControllerTest, HeaderButtonsAndPortraitOnEveryAppearance) {
     EXPECT_EQ(skip.titleColor, Color::rgb(200, 0, 0));
     EXPECT_EQ(screen->outlet<Label>("uiLbTestCounter").text, "Test 1/1");
     EXPECT_EQ(screen->outlet<ProgressBar>("uiStackViewProgressBar").segments,
-              (std::vector<std::optional<Color>>{sdk.customization->progressBarSelectedColor}));
+              (std::vector<std::optional<Color>>{custom->progressBarSelectedColor}));
     // The header shows only while the navigation bar is hidden, and portrait is asked for on
     // every appearance.
     EXPECT_TRUE(screen->outlet<View>(c.headerView).hidden);

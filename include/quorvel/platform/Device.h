@@ -52,7 +52,8 @@ class Device {
   // Kind of device ("iPhone", "Laptop", "Phone" ...) and the user-given name.
   virtual std::string model() const = 0;
   virtual std::string name() const = 0;
-  // The device's maker.
+  // The device's maker, or where the system does not tell it, the operating system's vendor; the
+  // record always carries it.
   virtual std::string brand() const = 0;
 
   virtual std::string systemName() const = 0;

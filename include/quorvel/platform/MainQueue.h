@@ -33,8 +33,10 @@ class MainQueue {
 
   // Runs work on a later turn of the queue, in submission order.
   virtual void async(std::function<void()> work) = 0;
-  // Performs item after delaySeconds (>= 0).
+  // Performs item after delaySeconds (>= 0); items due at the same moment run in submission order.
   virtual void schedule(double delaySeconds, std::shared_ptr<WorkItem> item) = 0;
+  // Whether the calling thread is the one the queue runs its work on. Any thread may ask.
+  virtual bool isCurrent() const = 0;
 
   std::shared_ptr<WorkItem> asyncAfter(double delaySeconds, std::function<void()> work) {
     auto item = std::make_shared<WorkItem>(std::move(work));

@@ -20,33 +20,42 @@ namespace quorvel {
 
 class Application;
 
-// One of each port. A front end installs its Platform before the host calls performTests.
+// The ports, one entry each: the interface and the Platform member that holds it. Adding a port is
+// one entry here plus its adapters: Platform, installPlatform and the checks of the default and
+// test platforms all take their slots from this list.
+#define QUORVEL_PORTS(PORT)                \
+  PORT(MainQueue, mainQueue)               \
+  PORT(Clock, clock)                       \
+  PORT(Log, log)                           \
+  PORT(HostBundle, hostBundle)             \
+  PORT(Device, device)                     \
+  PORT(ImagePicker, imagePicker)           \
+  PORT(UrlOpener, urlOpener)               \
+  PORT(HttpClient, httpClient)             \
+  PORT(ImageEncoder, imageEncoder)         \
+  PORT(TypeRegistry, typeRegistry)         \
+  PORT(VolumeEvents, volumeEvents)         \
+  PORT(ScreenshotEvents, screenshotEvents) \
+  PORT(AudioSession, audioSession)         \
+  PORT(Application, application)
+
+// One of each port. A front end installs its Platform before the host calls performTests. Only
+// imagePicker may stay empty: without one, the photo route of the IMEI screen is not offered.
 struct Platform {
-  std::shared_ptr<MainQueue> mainQueue;
-  std::shared_ptr<Clock> clock;
-  std::shared_ptr<Log> log;
-  std::shared_ptr<HostBundle> hostBundle;
-  std::shared_ptr<Device> device;
-  std::shared_ptr<ImagePicker> imagePicker;
-  std::shared_ptr<UrlOpener> urlOpener;
-  std::shared_ptr<HttpClient> httpClient;
-  std::shared_ptr<ImageEncoder> imageEncoder;
-  std::shared_ptr<TypeRegistry> typeRegistry;
-  std::shared_ptr<VolumeEvents> volumeEvents;
-  std::shared_ptr<ScreenshotEvents> screenshotEvents;
-  std::shared_ptr<AudioSession> audioSession;
-  // The application's windows; a platform without a front end has none.
-  std::shared_ptr<Application> application;
+#define QUORVEL_PORT_SLOT(Type, name) std::shared_ptr<Type> name;
+  QUORVEL_PORTS(QUORVEL_PORT_SLOT)
+#undef QUORVEL_PORT_SLOT
 };
 
 // The build's default platform, defined by the default adapters that quorvel::quorvel links (on
 // Linux: platform/linux). Whoever links quorvel::core alone defines it.
 Platform makeDefaultPlatform();
 
-// The installed platform, or the default one until something is installed.
+// The installed platform, or the default one until something is installed. Read it on the main
+// queue: an adapter working on another thread takes what it needs (the main queue) beforehand.
 Platform& platform();
 
-// Installs p; ports left null are taken from the default platform.
+// Installs p; ports left empty are taken from the default platform.
 void installPlatform(Platform p);
 
 }  // namespace quorvel

@@ -1,7 +1,6 @@
 #include "tests/physical/Buttons_v1_ViewController.h"
 
 #include "device/DeviceImages.h"
-#include "quorvel/Localization.h"
 #include "quorvel/ScreenType.h"
 #include "quorvel/platform/Platform.h"
 
@@ -32,9 +31,9 @@ PhaseLook lookOf(Buttons_v1_ViewController::TestPhase phase) {
 
 }  // namespace
 
-Buttons_v1_ViewController::Buttons_v1_ViewController()
+Buttons_v1_ViewController::Buttons_v1_ViewController(ScreenContext context)
     : TestViewController("Buttons_v1_ViewController", ScreenType::buttons_v1,
-                         "uiViewProgressBarBackground"),
+                         "uiViewProgressBarBackground", std::move(context)),
       currentVolume_(platform().audioSession->outputVolume()) {
   registerOutlet<ImageView>("uiImage");
   registerOutlet<Label>("uiLbTitle");
@@ -45,7 +44,7 @@ void Buttons_v1_ViewController::viewDidLoad() {
   TestViewController::viewDidLoad();
   outlet<View>("view").backgroundColor = look().backgroundColor();
   auto& title = outlet<Label>("uiLbTitle");
-  title.text = Localization::copy("buttons_test_title");
+  title.text = look().copy("buttons_test_title");
   look().styleTitle(title);
   look().styleBody(outlet<Label>("uiLbDescription"));
   showPhase();
@@ -63,7 +62,7 @@ void Buttons_v1_ViewController::viewDidLoad() {
 void Buttons_v1_ViewController::showPhase() {
   auto phase = lookOf(currentTestPhase_);
   outlet<ImageView>("uiImage").image = Image::asset(DeviceImages::imageName(phase.imageKind));
-  outlet<Label>("uiLbDescription").text = Localization::copy(phase.descriptionKey);
+  outlet<Label>("uiLbDescription").text = look().copy(phase.descriptionKey);
   // Screenshots count only in their own phase.
   if (currentTestPhase_ == TestPhase::Screenshot) {
     keepObserving(kScreenshotObservation, platform().screenshotEvents->addObserver(

@@ -1,6 +1,5 @@
 #include "tests/physical/Charging_v1_ViewController.h"
 
-#include "quorvel/Localization.h"
 #include "quorvel/ScreenType.h"
 #include "quorvel/platform/Platform.h"
 #include "support/JsonText.h"
@@ -13,9 +12,9 @@ constexpr const char* kBatteryObservation = "battery";
 
 }  // namespace
 
-Charging_v1_ViewController::Charging_v1_ViewController()
+Charging_v1_ViewController::Charging_v1_ViewController(ScreenContext context)
     : TestViewController("Charging_v1_ViewController", ScreenType::charging_v1,
-                         "uiViewProgressBarBackground") {
+                         "uiViewProgressBarBackground", std::move(context)) {
   registerOutlet<Label>("uiLbTitle");
   registerOutlet<Label>("uiLbDescription");
   registerOutlet<ImageView>("uiImage");
@@ -32,11 +31,11 @@ void Charging_v1_ViewController::viewDidLoad() {
   hasChargingBeenDetected_ = false;
   outlet<View>("view").backgroundColor = look().backgroundColor();
   auto& title = outlet<Label>("uiLbTitle");
-  title.text = Localization::copy("charging_test_title");
+  title.text = look().copy("charging_test_title");
   look().styleTitle(title);
   look().styleBody(outlet<Label>("uiLbDescription"));
   auto& nextButton = outlet<Button>("uiBtNext");
-  nextButton.title = Localization::copy("next");
+  nextButton.title = look().copy("next");
   look().styleMainButton(nextButton);
   nextButton.hidden = true;
   startMonitoring();
@@ -45,7 +44,7 @@ void Charging_v1_ViewController::viewDidLoad() {
 void Charging_v1_ViewController::showDetectionState(bool detected) {
   outlet<ImageView>("uiImage").image =
       Image::asset(detected ? "power_cable_plugged" : "power_cable_unplugged");
-  outlet<Label>("uiLbDescription").text = Localization::copy(
+  outlet<Label>("uiLbDescription").text = look().copy(
       detected ? "charging_test_description_plugged" : "charging_test_description_unplugged");
   outlet<Button>("uiBtNext").hidden = !hasChargingBeenDetected_;
 }

@@ -1,14 +1,13 @@
 #include "tests/physical/MultiTouch_v1_ViewController.h"
 
-#include "quorvel/Localization.h"
 #include "quorvel/ScreenType.h"
 #include "quorvel/ui/TapGestureRecognizer.h"
 
 namespace quorvel {
 
-MultiTouch_v1_ViewController::MultiTouch_v1_ViewController()
-    : TestViewController("MultiTouch_v1_ViewController", ScreenType::multi_touch_v1,
-                         "uiHeaderView") {
+MultiTouch_v1_ViewController::MultiTouch_v1_ViewController(ScreenContext context)
+    : TestViewController("MultiTouch_v1_ViewController", ScreenType::multi_touch_v1, "uiHeaderView",
+                         std::move(context)) {
   registerOutlet<Label>("uiLbTitle");
   registerOutlet<Label>("uiLbDescription");
 }
@@ -17,10 +16,10 @@ void MultiTouch_v1_ViewController::viewDidLoad() {
   TestViewController::viewDidLoad();
   outlet<View>("view").backgroundColor = look().backgroundColor();
   auto& title = outlet<Label>("uiLbTitle");
-  title.text = Localization::copy("multi_touch_title");
+  title.text = look().copy("multi_touch_title");
   look().styleTitle(title);
   auto& description = outlet<Label>("uiLbDescription");
-  description.text = Localization::copy("multi_touch_description");
+  description.text = look().copy("multi_touch_description");
   look().styleBody(description);
 
   removeGestureRecognizers("view");

@@ -2,7 +2,6 @@
 
 #include <algorithm>
 
-#include "quorvel/Localization.h"
 #include "quorvel/ScreenCustomizationKeys.h"
 #include "quorvel/ScreenType.h"
 #include "quorvel/platform/Platform.h"
@@ -19,9 +18,9 @@ constexpr const char* kSlideOn = "imgSlideFingerOn";
 
 }  // namespace
 
-MultiTouch_v2_ViewController::MultiTouch_v2_ViewController()
-    : TestViewController("MultiTouch_v2_ViewController", ScreenType::multi_touch_v2,
-                         "uiHeaderView") {
+MultiTouch_v2_ViewController::MultiTouch_v2_ViewController(ScreenContext context)
+    : TestViewController("MultiTouch_v2_ViewController", ScreenType::multi_touch_v2, "uiHeaderView",
+                         std::move(context)) {
   for (const char* name :
        {"uiBackgroundView", "uiHeaderContainerView", "uiTestView", "uiSliderView"}) {
     registerOutlet<View>(name);
@@ -48,7 +47,7 @@ void MultiTouch_v2_ViewController::viewDidLoad() {
   slide.tintColor.reset();
 
   auto& nextButton = outlet<Button>("uiBtNext");
-  nextButton.title = Localization::copy("next");
+  nextButton.title = look().copy("next");
   look().styleMainButton(nextButton);
   nextButton.hidden = true;
 

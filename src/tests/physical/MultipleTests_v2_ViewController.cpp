@@ -2,7 +2,6 @@
 
 #include <algorithm>
 
-#include "quorvel/Localization.h"
 #include "quorvel/ScreenType.h"
 #include "quorvel/platform/Platform.h"
 #include "support/JsonText.h"
@@ -29,9 +28,9 @@ Dictionary copied(const Dictionary& from, std::initializer_list<const char*> key
 
 }  // namespace
 
-MultipleTests_v2_ViewController::MultipleTests_v2_ViewController()
+MultipleTests_v2_ViewController::MultipleTests_v2_ViewController(ScreenContext context)
     : TestViewController("MultipleTests_v2_ViewController", ScreenType::multiple_tests_v2,
-                         "uiHeaderView"),
+                         "uiHeaderView", std::move(context)),
       supportedTests{ScreenType::buttons_v2, ScreenType::charging_v2} {
   registerOutlet<View>("uiMainBackgroundView");
   registerOutlet<View>("uiTestView");
@@ -50,7 +49,7 @@ void MultipleTests_v2_ViewController::viewDidLoad() {
   TestViewController::viewDidLoad();
   outlet<View>("uiMainBackgroundView").backgroundColor = look().backgroundColor();
   auto& nextButton = outlet<Button>("uiBtNext");
-  nextButton.title = Localization::copy("next");
+  nextButton.title = look().copy("next");
   look().styleMainButton(nextButton);
   nextButton.hidden = true;
 
@@ -159,7 +158,8 @@ void MultipleTests_v2_ViewController::reloadTable() {
   auto& table = outlet<Table>("uiTableView");
   table.rows.clear();
   for (const auto& row : testsToPerform_) {
-    table.rows.push_back(MultipleTestsTableViewCell::make(row, state(row)).toJson());
+    table.rows.push_back(
+        MultipleTestsTableViewCell::make(look().context(), row, state(row)).toJson());
   }
   table.reloadCount += 1;
 }

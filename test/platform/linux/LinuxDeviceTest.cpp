@@ -69,8 +69,13 @@ TEST_F(LinuxDeviceTest, ModelFallsBackToDeviceTreeChassis) {
   EXPECT_EQ(device().model(), "Laptop");
 }
 
-TEST_F(LinuxDeviceTest, BrandComesFromDmiElseDeviceTreeVendor) {
-  EXPECT_EQ(device().brand(), "");
+TEST_F(LinuxDeviceTest, BrandComesFromDmiElseDeviceTreeElseTheSystemsVendor) {
+  // Nothing tells the maker: the operating system's vendor, never nothing.
+  EXPECT_EQ(device().brand(), "Linux");
+  write("etc/os-release", "NAME=\"Debian GNU/Linux\"\n");
+  EXPECT_EQ(device().brand(), "Debian GNU/Linux");
+  write("etc/os-release", "NAME=\"Fedora Linux\"\nVENDOR_NAME=\"Fedora Project\"\n");
+  EXPECT_EQ(device().brand(), "Fedora Project");
   write("sys/firmware/devicetree/base/compatible",
         std::string("raspberrypi,4-model-b\0brcm,bcm2711\0", 35));
   EXPECT_EQ(device().brand(), "Raspberrypi");

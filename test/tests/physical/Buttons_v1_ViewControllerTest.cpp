@@ -15,7 +15,7 @@ class Buttons_v1_ViewControllerTest : public quorvel::testing::TestScreenFixture
  protected:
   std::shared_ptr<Buttons_v1_ViewController> showButtons(float startLevel = 0.5f) {
     env.volume.systemChange(startLevel);
-    return show<Buttons_v1_ViewController>(ScreenType::buttons_v1);
+    return show<Buttons_v1_ViewController>();
   }
   void screenshot() { env.screenshots->userDidTakeScreenshot(); }
 

@@ -12,7 +12,7 @@ class Charging_v1_ViewControllerTest : public quorvel::testing::TestScreenFixtur
  protected:
   std::shared_ptr<Charging_v1_ViewController> showCharging(BatteryState state) {
     env.device->battery = state;
-    return show<Charging_v1_ViewController>(ScreenType::charging_v1);
+    return show<Charging_v1_ViewController>();
   }
 
   static void expectDetected(const Charging_v1_ViewController& screen, bool detected) {

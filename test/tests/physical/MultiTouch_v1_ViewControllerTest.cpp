@@ -18,7 +18,7 @@ class MultiTouch_v1_ViewControllerTest : public quorvel::testing::TestScreenFixt
 };
 
 TEST_F(MultiTouch_v1_ViewControllerTest, OnlyAThreeFingerTapPassesAndOnlyOnce) {
-  auto screen = show<MultiTouch_v1_ViewController>(ScreenType::multi_touch_v1);
+  auto screen = show<MultiTouch_v1_ViewController>();
   ScriptedFingers fingers(screen, "view");
   for (int count : {1, 2, 4}) fingers.tap(count);
   EXPECT_TRUE(delegate->reports.empty());
@@ -33,7 +33,7 @@ TEST_F(MultiTouch_v1_ViewControllerTest, OnlyAThreeFingerTapPassesAndOnlyOnce) {
 }
 
 TEST_F(MultiTouch_v1_ViewControllerTest, GivingUpKeepsTheTapRecogniser) {
-  auto screen = show<MultiTouch_v1_ViewController>(ScreenType::multi_touch_v1);
+  auto screen = show<MultiTouch_v1_ViewController>();
   EXPECT_EQ(screen->outlet<Label>("uiLbDescription").text, "Tap anywhere with 3 fingers.");
   screen->sendAction("uiBtCouldntCompleteTest_TouchUpInside");
   EXPECT_EQ(onlyReport().result.at("success"), false);

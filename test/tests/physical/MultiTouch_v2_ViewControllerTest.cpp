@@ -15,7 +15,7 @@ constexpr double kHeight = 200;  // of the picture; the line is at 180
 class MultiTouch_v2_ViewControllerTest : public quorvel::testing::TestScreenFixture {
  protected:
   void showSlider() {
-    screen = show<MultiTouch_v2_ViewController>(ScreenType::multi_touch_v2);
+    screen = show<MultiTouch_v2_ViewController>();
     screen->outlet<View>("uiSliderView").bounds = {300, kHeight};
     screen->outlet<ImageView>("uiImageSlide").bounds = {300, kHeight};
     fingers = std::make_unique<ScriptedFingers>(screen, "uiSliderView");
@@ -91,7 +91,7 @@ TEST_F(MultiTouch_v2_ViewControllerTest, HostTextsAndPicturesWithTheOnPictureOnl
       "multi_touch_v2", std::map<std::string, std::string>{{"title", "Glisse"}, {"text", ""}},
       std::map<std::string, Image>{{"imageOff", Image::file("/host/off.png")},
                                    {"imageOn", Image::file("/host/on.png")}});
-  sdk.customization = custom;
+  context.customization = custom;
   showSlider();
   EXPECT_EQ(screen->outlet<Label>("uiLbTitle").text, "Glisse");
   EXPECT_EQ(screen->outlet<Label>("uiLbDescription").text, "Slide your two fingers over the lines");

@@ -20,7 +20,6 @@ class MultipleTests_v2_ViewControllerTest : public quorvel::testing::TestScreenF
     env.device->battery = battery;
     env.volume.systemChange(level);
     screen = show<MultipleTests_v2_ViewController>(
-        ScreenType::multiple_tests_v2,
         [&](MultipleTests_v2_ViewController& s) { s.selectedTests = std::move(selection); });
   }
 

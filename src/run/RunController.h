@@ -1,0 +1,143 @@
+#pragma once
+
+#include <functional>
+#include <memory>
+#include <optional>
+#include <string>
+#include <vector>
+
+#include "device/DeviceInfoHelper.h"
+#include "device/IMEIViewControllerDelegate.h"
+#include "quorvel/Customization.h"
+#include "quorvel/Dictionary.h"
+#include "run/ScreenTable.h"
+#include "screens/StartViewControllerDelegate.h"
+#include "screens/TestsFinishedViewControllerDelegate.h"
+#include "tests/physical/Buttons_v1_ViewControllerDelegate.h"
+#include "tests/physical/Charging_v1_ViewControllerDelegate.h"
+#include "tests/physical/MultiTouch_v1_ViewControllerDelegate.h"
+#include "tests/physical/MultiTouch_v2_ViewControllerDelegate.h"
+#include "tests/physical/MultipleTests_v2_ViewControllerDelegate.h"
+#include "widgets/ScreenContext.h"
+
+namespace quorvel {
+
+class AssetUploaderWebService;
+class LoadingView;
+class NavigationController;
+class QuorvelSDK;
+class ViewController;
+
+// One run of the SDK, behind QuorvelSDK: it checks the host's arguments, takes over the navigation,
+// makes every screen with what the screen reads of the run, files the results, submits them, gives
+// the navigation back and calls the host's completion exactly once. It is the delegate of every
+// screen. Private to the SDK: hosts see only QuorvelSDK.
+class RunController : public std::enable_shared_from_this<RunController>,
+                      public StartViewControllerDelegate,
+                      public IMEIViewControllerDelegate,
+                      public TestsFinishedViewControllerDelegate,
+                      public Buttons_v1_ViewControllerDelegate,
+                      public Charging_v1_ViewControllerDelegate,
+                      public MultiTouch_v1_ViewControllerDelegate,
+                      public MultiTouch_v2_ViewControllerDelegate,
+                      public MultipleTests_v2_ViewControllerDelegate {
+ public:
+  using Completion = std::function<void(std::optional<Dictionary>)>;
+
+  // settings are the host's four settings, read when a run starts and whenever a screen is made.
+  explicit RunController(const QuorvelSDK& settings);
+  ~RunController() override;
+
+  void performTests(const std::string& appID, const std::string& apiKey,
+                    std::optional<std::vector<std::string>> testsToPerform,
+                    std::optional<std::string> imei, std::optional<std::string> serialNumber,
+                    std::shared_ptr<Customization> customization, Completion completion);
+  std::optional<Dictionary> getDeviceInfo(std::optional<std::string> imei,
+                                          std::optional<std::string> serialNumber);
+
+  // What a screen made now reads of the run; key places it in the header.
+  ScreenContext screenContext(const std::string& key) const;
+  // The combined screen's tests.
+  const std::vector<std::string>& multipleTestsList() const { return multipleTestsList_; }
+
+  // Screen delegates.
+  void StartViewControlllerViewPressedStart(StartViewController& vc) override;
+  void StartViewControlllerViewPressedCancel(StartViewController& vc) override;
+  void IMEIViewControllerIMEIInputSuccessful(IMEIViewController& vc,
+                                             std::optional<std::string> imei,
+                                             std::optional<std::string> imeiUrl,
+                                             std::optional<std::string> serialNumber,
+                                             std::optional<std::string> serialNumberUrl) override;
+  void IMEIViewControllerErrorOccurred(IMEIViewController& vc) override;
+  void IMEIViewControllerPressedCancel(IMEIViewController& vc) override;
+  void TestsFinishedViewControllerTestAgainPressed(TestsFinishedViewController& vc) override;
+  void TestsFinishedViewControllerDidFinish(TestsFinishedViewController& vc) override;
+  void Buttons_v1_ViewControllerFinished(Buttons_v1_ViewController& vc,
+                                         const Dictionary& results) override;
+  void Buttons_v1_ViewControllerCancelled(Buttons_v1_ViewController& vc) override;
+  void Charging_v1_ViewControllerFinished(Charging_v1_ViewController& vc,
+                                          const Dictionary& result) override;
+  void Charging_v1_ViewControllerCancelled(Charging_v1_ViewController& vc) override;
+  void MultiTouch_v1_ViewControllerFinished(MultiTouch_v1_ViewController& vc,
+                                            const Dictionary& result) override;
+  void MultiTouch_v1_ViewControllerCancelled(MultiTouch_v1_ViewController& vc) override;
+  void MultiTouch_v2_ViewControllerFinished(MultiTouch_v2_ViewController& vc,
+                                            const Dictionary& result) override;
+  void MultiTouch_v2_ViewControllerCancelled(MultiTouch_v2_ViewController& vc) override;
+  void MultipleTests_v2_ViewControllerFinished(MultipleTests_v2_ViewController& vc,
+                                               const Dictionary& result) override;
+  void MultipleTests_v2_ViewControllerCancelled(MultipleTests_v2_ViewController& vc) override;
+
+ private:
+  void setUpNavigation();
+  void pushStartScreen();
+  void begin();
+  void recordDeviceInfo();
+  DeviceIdentifiers identifiers() const;
+  void nextScreen();
+  // What every test screen's delegate operations come down to: file the result under its key
+  // (replacing an earlier one) and show the next screen, or end the run without results.
+  void testFinished(const std::string& resultKey, const Dictionary& result);
+  // The combined screen's result: its "charging" and "buttons" entries, each removed when absent.
+  void multipleTestsFinished(const Dictionary& result);
+  void testCancelled();
+  void cancelTests(std::optional<Dictionary> response = std::nullopt);
+  void repeatTests();
+  void giveNavigationBack();
+  void submitResults();
+  // The uploaded document: {"sha256": seal of the JSON text of finalResponseObject + appID,
+  // "data": finalResponseObject}.
+  std::string resultsDocumentText() const;
+  std::shared_ptr<const AssetUploaderWebService> uploader() const;
+  void uploadFailed();
+  void deliver(Dictionary response);
+  void clearRunIdentifiers();
+  void push(std::shared_ptr<ViewController> screen);
+
+  const QuorvelSDK& settings_;
+  const std::vector<std::string> allSupportedTests_;
+  const std::vector<std::string> defaultTests_;
+  const bool requestIdentifier_ = true;
+  ScreenTable screenTable_;
+  std::shared_ptr<LoadingView> loadingView_;
+
+  std::shared_ptr<Customization> customization_;
+  Completion testsCompletionHandler_;
+  std::string lastDeviceInfoSHA256Value_;
+  int nextTestIndex_ = -1;
+  Dictionary testResults_ = Dictionary::object();
+  Dictionary finalResponseObject_ = Dictionary::object();
+  std::vector<std::shared_ptr<ViewController>> rootViewControllerVCS_;
+  std::optional<std::string> appID_;
+  std::optional<std::string> apiKey_;
+  std::optional<std::string> imei_;
+  std::optional<std::string> imeiImageUrl_;
+  std::optional<std::string> serialNumber_;
+  std::optional<std::string> serialNumberImageUrl_;
+  std::vector<std::string> selectedTests_;
+  std::vector<std::string> multipleTestsList_;
+  bool isAppNavigationBarHidden_ = false;
+  std::shared_ptr<NavigationController> navigationController_;
+};
+
+}  // namespace quorvel

@@ -1,0 +1,40 @@
+#pragma once
+
+#include <cstddef>
+#include <memory>
+#include <string>
+#include <string_view>
+
+#include "quorvel/Customization.h"
+#include "quorvel/Localization.h"
+
+namespace quorvel {
+
+class AssetUploaderWebService;
+
+// A test screen's place in the run's header: "Test <index + 1>/<count>".
+struct HeaderPosition {
+  // -1 when the screen is not among the run's screens.
+  long index = -1;
+  std::size_t count = 0;
+};
+
+// What a screen reads of the run that shows it, handed over when the screen is made. Screens keep
+// their own copy, so a screen can be built and tested alone and never looks the run up.
+struct ScreenContext {
+  SupportedLanguage language = SupportedLanguage::english;
+  // The run's appearance; a screen made without one gets the defaults.
+  std::shared_ptr<const Customization> customization = std::make_shared<Customization>();
+  Color themeColor = Customization::defaultThemeColor();
+  HeaderPosition header;
+  // Sends the screen's captured files and photos with the run's credentials; null when the screen
+  // is shown outside a run.
+  std::shared_ptr<const AssetUploaderWebService> uploader;
+  // Lower-case hexadecimal SHA-256 of the device-information record, "" when none was built.
+  std::string deviceInfoSHA256;
+
+  // The copy of key in the screen's language.
+  std::string copy(std::string_view key) const { return Localization::copy(key, language); }
+};
+
+}  // namespace quorvel

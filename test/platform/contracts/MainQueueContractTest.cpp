@@ -1,0 +1,82 @@
+#include <gtest/gtest-spi.h>
+
+#include <chrono>
+#include <thread>
+
+#include "support/MainQueueContract.h"
+#include "support/ManualMainQueue.h"
+#include "support/RunLoopMainQueue.h"
+
+namespace quorvel::testing {
+namespace {
+
+// The run loop of programs without a toolkit, on real time.
+class RunLoopDriver : public MainQueueDriver {
+ public:
+  MainQueue& queue() override { return queue_; }
+  void pass(double seconds) override {
+    auto until = std::chrono::steady_clock::now() + std::chrono::duration<double>(seconds);
+    do {
+      queue_.runUntilIdle();
+      std::this_thread::sleep_for(std::chrono::milliseconds(1));
+    } while (std::chrono::steady_clock::now() < until);
+    queue_.runUntilIdle();
+  }
+  double now() const override {
+    return std::chrono::duration<double>(std::chrono::steady_clock::now() - start_).count();
+  }
+
+ private:
+  RunLoopMainQueue queue_;
+  std::chrono::steady_clock::time_point start_ = std::chrono::steady_clock::now();
+};
+
+// The tests' queue, on virtual time.
+class ManualDriver : public MainQueueDriver {
+ public:
+  explicit ManualDriver(
+      std::shared_ptr<ManualMainQueue> queue = std::make_shared<ManualMainQueue>())
+      : queue_(std::move(queue)) {}
+  MainQueue& queue() override { return *queue_; }
+  void pass(double seconds) override { queue_->advance(seconds); }
+  double now() const override { return queue_->now(); }
+
+ private:
+  std::shared_ptr<ManualMainQueue> queue_;
+};
+
+QUORVEL_MAIN_QUEUE_CONTRACT_TESTS()
+
+INSTANTIATE_TEST_SUITE_P(
+    Implementations, MainQueueContract,
+    ::testing::Values(
+        MainQueueImplementation{"RunLoop", [] { return std::make_unique<RunLoopDriver>(); }},
+        MainQueueImplementation{"Manual", [] { return std::make_unique<ManualDriver>(); }}),
+    implementationName);
+
+// A queue that runs delayed work at once: the suite must catch it.
+class EarlyQueue : public ManualMainQueue {
+ public:
+  void schedule(double, std::shared_ptr<WorkItem> item) override {
+    ManualMainQueue::schedule(0, std::move(item));
+  }
+};
+
+TEST(MainQueueContractItself, CatchesAQueueThatRunsDelayedWorkEarly) {
+  ManualDriver broken(std::make_shared<EarlyQueue>());
+  ::testing::TestPartResultArray failures;
+  {
+    ::testing::ScopedFakeTestPartResultReporter capture(
+        ::testing::ScopedFakeTestPartResultReporter::INTERCEPT_ONLY_CURRENT_THREAD, &failures);
+    contract::checkDelays(broken);
+  }
+  bool caught = false;
+  for (int i = 0; i < failures.size(); ++i) {
+    caught |= std::string(failures.GetTestPartResult(i).message()).find("ran before its time") !=
+              std::string::npos;
+  }
+  EXPECT_TRUE(caught) << failures.size() << " failures, none about early work";
+}
+
+}  // namespace
+}  // namespace quorvel::testing
