@@ -22,9 +22,10 @@ QColor toQColor(const std::optional<Color>& color) {
 
 QString toQString(const std::string& text) { return QString::fromStdString(text); }
 
-// Sets key only when its value changed, so that QML re-evaluates only what depends on it.
+// The map notifies a key only when its value differs, so QML re-evaluates only what depends on
+// the values that changed.
 void set(QQmlPropertyMap& map, const QString& key, const QVariant& value) {
-  if (!map.contains(key) || map.value(key) != value) map.insert(key, value);
+  map.insert(key, value);
 }
 
 std::optional<Image> imageFromJson(const Dictionary& value) {

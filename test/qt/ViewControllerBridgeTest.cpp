@@ -1,0 +1,156 @@
+// The bridge hands QML each outlet's values straight from the core's typed elements (colours as
+// QML colours, images as sources with their tint) and, on each refresh, sets only the values that
+// changed, so that QML re-evaluates nothing else.
+#include <gtest/gtest.h>
+
+#include <QColor>
+#include <QSignalSpy>
+
+#include "qt/QuorvelImageProvider.h"
+#include "quorvel/quick/ViewControllerBridge.h"
+#include "quorvel/ui/AlertController.h"
+
+namespace quorvel::testing {
+namespace {
+
+class SampleScreen : public ViewController {
+ public:
+  SampleScreen() : ViewController("SampleScreen") {
+    registerOutlet<Label>("uiLbTitle");
+    registerOutlet<Button>("uiBtNext");
+    registerOutlet<ProgressBar>("uiBar");
+    registerOutlet<Table>("uiTable");
+  }
+};
+
+class ViewControllerBridgeTest : public ::testing::Test {
+ protected:
+  ViewControllerBridgeTest() {
+    auto& title = screen->outlet<Label>("uiLbTitle");
+    title.text = "First";
+    title.textColor = Color::rgb(22, 27, 38);
+    auto& next = screen->outlet<Button>("uiBtNext");
+    next.title = "Next";
+    next.image = Image::asset("photo", true);
+    next.tintColor = Color::rgb(0, 128, 255);
+    next.borderType = BorderType::rounded;
+    screen->outlet<ProgressBar>("uiBar").segments = {Color::rgb(255, 0, 0), std::nullopt};
+    bridge = std::make_unique<ViewControllerBridge>(screen, QUrl(), &images);
+  }
+
+  QVariant value(const char* outlet, const char* key) {
+    QQmlPropertyMap* values = bridge->outlet(outlet);
+    return values ? values->value(key) : QVariant();
+  }
+  // The values of outlet whose change QML hears about from now on: each value is a property
+  // whose notify signal QML's bindings follow.
+  class Listener {
+   public:
+    explicit Listener(QQmlPropertyMap* values) {
+      const QMetaObject* meta = values->metaObject();
+      for (int i = meta->propertyOffset(); i < meta->propertyCount(); ++i) {
+        const QMetaProperty property = meta->property(i);
+        spies_.emplace(property.name(),
+                       std::make_unique<QSignalSpy>(values, property.notifySignal()));
+      }
+    }
+    // The values that changed, in name order.
+    std::string changed() const {
+      std::string names;
+      for (const auto& [name, spy] : spies_) {
+        if (!spy->isEmpty()) names += (names.empty() ? "" : " ") + name;
+      }
+      return names;
+    }
+
+   private:
+    std::map<std::string, std::unique_ptr<QSignalSpy>> spies_;
+  };
+  Listener listen(const char* outlet) { return Listener(bridge->outlet(outlet)); }
+
+  QuorvelImageProvider images;
+  std::shared_ptr<SampleScreen> screen = std::make_shared<SampleScreen>();
+  std::unique_ptr<ViewControllerBridge> bridge;
+};
+
+TEST_F(ViewControllerBridgeTest, OutletsCarryTheElementsValuesWithColoursAsColours) {
+  EXPECT_EQ(value("uiLbTitle", "text").toString(), "First");
+  const QVariant textColor = value("uiLbTitle", "textColor");
+  EXPECT_EQ(textColor.typeId(), QMetaType::QColor);
+  EXPECT_EQ(textColor.value<QColor>(), QColor(22, 27, 38));
+  // What the core leaves unset draws nothing.
+  EXPECT_EQ(value("uiLbTitle", "backgroundColor").value<QColor>().alpha(), 0);
+  EXPECT_EQ(value("uiBtNext", "borderType").toInt(), static_cast<int>(BorderType::rounded));
+  EXPECT_EQ(value("uiBtNext", "image").toString(), "image://quorvel/asset/photo?tint=ff0080ff");
+  const QVariantList segments = value("uiBar", "segments").toList();
+  ASSERT_EQ(segments.size(), 2);
+  EXPECT_EQ(segments[0].value<QColor>(), QColor(255, 0, 0));
+  EXPECT_EQ(segments[1].value<QColor>().alpha(), 0);
+}
+
+TEST_F(ViewControllerBridgeTest, ARefreshSetsOnlyTheValuesThatChanged) {
+  auto title = listen("uiLbTitle");
+  auto next = listen("uiBtNext");
+  auto bar = listen("uiBar");
+
+  screen->outlet<Label>("uiLbTitle").text = "Second";
+  screen->outlet<Button>("uiBtNext").enabled = false;
+  // Written, but to the value it had.
+  screen->outlet<ProgressBar>("uiBar").segmentHeight = 3;
+  bridge->refresh();
+  EXPECT_EQ(title.changed(), "text");
+  EXPECT_EQ(next.changed(), "enabled");
+  EXPECT_EQ(bar.changed(), "");
+  EXPECT_EQ(value("uiLbTitle", "text").toString(), "Second");
+
+  // A new tint gives the same image a new source.
+  screen->outlet<Button>("uiBtNext").tintColor = Color::rgb(255, 0, 0);
+  bridge->refresh();
+  EXPECT_EQ(next.changed(), "enabled image tintColor");
+  EXPECT_EQ(value("uiBtNext", "image").toString(), "image://quorvel/asset/photo?tint=ffff0000");
+}
+
+TEST_F(ViewControllerBridgeTest, TableRowsAreReadAgainWhenTheTableReloads) {
+  auto& table = screen->outlet<Table>("uiTable");
+  table.rows = {{{"key", "charging"},
+                 {"titleColor", Color::rgb(255, 0, 0).hex()},
+                 {"icon", {{"asset", "iconPowerCable"}, {"template", true}}},
+                 {"iconTintColor", Color::rgb(0, 255, 0).hex()},
+                 {"status",
+                  {{"image", {{"asset", "photo"}, {"template", true}}},
+                   {"tintColor", Color::rgb(0, 0, 255).hex()}}}}};
+  table.reloadCount += 1;
+  bridge->refresh();
+  QVariantList rows = value("uiTable", "rows").toList();
+  ASSERT_EQ(rows.size(), 1);
+  QVariantMap row = rows[0].toMap();
+  EXPECT_EQ(row["key"].toString(), "charging");
+  EXPECT_EQ(row["titleColor"].value<QColor>(), QColor(255, 0, 0));
+  EXPECT_EQ(row["icon"].toString(), "image://quorvel/asset/iconPowerCable?tint=ff00ff00");
+  EXPECT_EQ(row["status"].toMap()["image"].toString(), "image://quorvel/asset/photo?tint=ff0000ff");
+
+  table.rows[0]["key"] = "buttons";
+  table.reloadCount += 1;
+  bridge->refresh();
+  rows = value("uiTable", "rows").toList();
+  ASSERT_EQ(rows.size(), 1);
+  EXPECT_EQ(rows[0].toMap()["key"].toString(), "buttons");
+}
+
+TEST_F(ViewControllerBridgeTest, AnAlertShowsItsTitleMessageAndActions) {
+  auto alert = AlertController::make("Upload failed", "Try again?");
+  alert->addAction({"OK", AlertActionStyle::standard, nullptr});
+  alert->addAction({"Try later", AlertActionStyle::destructive, nullptr});
+  ViewControllerBridge alertBridge(alert, QUrl(), &images);
+  const QVariantMap content = alertBridge.alert();
+  EXPECT_EQ(content["title"].toString(), "Upload failed");
+  EXPECT_EQ(content["message"].toString(), "Try again?");
+  const QVariantList actions = content["actions"].toList();
+  ASSERT_EQ(actions.size(), 2);
+  EXPECT_EQ(actions[1].toMap()["title"].toString(), "Try later");
+  EXPECT_EQ(actions[1].toMap()["style"].toInt(), static_cast<int>(AlertActionStyle::destructive));
+  EXPECT_TRUE(bridge->alert().isEmpty());
+}
+
+}  // namespace
+}  // namespace quorvel::testing
