@@ -13,8 +13,6 @@
 namespace quorvel::testing {
 namespace {
 
-using Reply = ScriptedHttpServer::Reply;
-
 // Straight to the client: the declared size is what the file held when the upload was set up.
 class CurlHttpClientTest : public ::testing::Test {
  protected:
@@ -57,20 +55,6 @@ TEST_F(CurlHttpClientTest, FileThatShrinksFailsAtOnceInsteadOfWaitingForTheTimeO
   ASSERT_TRUE(waitFor(*result));
   ASSERT_TRUE(result->error->has_value());
   EXPECT_THAT(**result->error, ::testing::HasSubstr("shorter"));
-}
-
-TEST_F(CurlHttpClientTest, CancelEndsAStalledRequestAtOnce) {
-  server.script({Reply::stall()});
-  HttpRequest request;
-  request.url = server.origin() + "/upload";
-  request.bodyBytes = {'a', 'b'};
-  request.timeout = std::chrono::minutes(5);
-  std::shared_ptr<HttpTask> task;
-  auto result = sendAndWait(std::move(request), &task);
-  while (server.requests().empty()) std::this_thread::sleep_for(std::chrono::milliseconds(5));
-  task->cancel();
-  ASSERT_TRUE(waitFor(*result));
-  EXPECT_EQ(*result->error, std::optional<std::string>("cancelled"));
 }
 
 }  // namespace
