@@ -124,7 +124,7 @@ void Autopilot::answerAlert() {
   if (recorder_) recorder_->capture("Alert");
   // The last action is the one that ends the matter (try later, cancel): the autopilot never
   // loops on a failing upload.
-  const int actions = alert->screen().value("alertActions").toList().size();
+  const int actions = alert->alert().value("actions").toList().size();
   if (actions == 0) {
     emit stuck("an alert without buttons");
     return;

@@ -7,11 +7,11 @@
 #include <memory>
 #include <string>
 
-#include "qt/QuickFrontEnd.h"
-#include "virtual/VirtualChargerDevice.h"
-#include "virtual/VirtualKeyboard.h"
-#include "virtual/VirtualTouchScreen.h"
-#include "virtual/VirtualVolumeKeys.h"
+#include "quorvel/quick/QuickFrontEnd.h"
+#include "quorvel/virtual/VirtualChargerDevice.h"
+#include "quorvel/virtual/VirtualKeyboard.h"
+#include "quorvel/virtual/VirtualTouchScreen.h"
+#include "quorvel/virtual/VirtualVolumeKeys.h"
 
 namespace quorvel::demo {
 

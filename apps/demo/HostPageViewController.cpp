@@ -56,7 +56,22 @@ HostPageViewController::HostPageViewController(const DemoOptions& options, Compl
 }
 
 void HostPageViewController::viewDidLoad() {
+  // The page's own look: the SDK's outlet items draw exactly the colours a page sets.
+  const Color ink = Color::rgb(28, 28, 30);
+  const Color accent = Color::rgb(11, 123, 251);
   outlet<View>("view").backgroundColor = Color::rgb(242, 242, 247);
+  for (const char* name : {"uiLbTitle", "uiLbSubtitle", "uiLbEnvironment", "uiLbLanguage"}) {
+    outlet<Label>(name).textColor = ink;
+  }
+  outlet<Label>("uiLbError").textColor = Color::rgb(255, 59, 48);
+  for (const char* name : kEnvironmentButtons) {
+    outlet<RadioButton>(name).textColor = ink;
+    outlet<RadioButton>(name).tintColor = accent;
+  }
+  for (const char* name : kLanguageButtons) {
+    outlet<RadioButton>(name).textColor = ink;
+    outlet<RadioButton>(name).tintColor = accent;
+  }
   outlet<Label>("uiLbTitle").text = "Quorvel demo host";
   outlet<Label>("uiLbSubtitle").text =
       "A host application: these are the settings it hands the SDK before a run.";
@@ -88,10 +103,12 @@ void HostPageViewController::viewDidLoad() {
   auto& hide = outlet<CheckBox>("uiCBHideStartScreen");
   hide.title = "Hide the start screen";
   hide.isChecked = hideStartScreen_;
+  hide.textColor = ink;
+  hide.tintColor = accent;
 
   auto& startButton = outlet<Button>("uiBtStart");
   startButton.title = "Run the tests";
-  startButton.backgroundColor = Color::rgb(11, 123, 251);
+  startButton.backgroundColor = accent;
   startButton.titleColor = Color::white();
   startButton.borderType = BorderType::rounded;
 }

@@ -16,6 +16,9 @@ ResultPageViewController::ResultPageViewController(std::optional<Dictionary> res
 
 void ResultPageViewController::viewDidLoad() {
   outlet<View>("view").backgroundColor = Color::rgb(242, 242, 247);
+  for (const char* name : {"uiLbTitle", "uiLbResponse"}) {
+    outlet<Label>(name).textColor = Color::rgb(28, 28, 30);
+  }
   outlet<Label>("uiLbTitle").text = "Completion response";
   const int code = response_ ? response_->value("status_code", 0) : 0;
   auto& status = outlet<Label>("uiLbStatus");

@@ -3,7 +3,7 @@
 #include <QObject>
 #include <QString>
 
-#include "qt/QuickFrontEnd.h"
+#include "quorvel/quick/QuickFrontEnd.h"
 
 namespace quorvel::demo {
 

@@ -10,8 +10,8 @@
 #include "HostPageViewController.h"
 #include "ResultPageViewController.h"
 #include "ScreenRecorder.h"
-#include "qt/QuickFrontEnd.h"
 #include "quorvel/platform/HostBundle.h"
+#include "quorvel/quick/QuickFrontEnd.h"
 #include "quorvel/ui/NavigationController.h"
 
 using namespace quorvel;

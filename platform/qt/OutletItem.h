@@ -1,9 +1,11 @@
 #pragma once
 
+#include <QtQml/qqmlregistration.h>
+
 #include <QPointer>
 #include <QQuickItem>
 
-#include "qt/ViewControllerBridge.h"
+#include "quorvel/quick/ViewControllerBridge.h"
 
 namespace quorvel {
 
@@ -12,6 +14,7 @@ namespace quorvel {
 // While the outlet has none, touches pass through to whatever lies beneath.
 class OutletItem : public QQuickItem {
   Q_OBJECT
+  QML_NAMED_ELEMENT(Outlet)
   Q_PROPERTY(quorvel::ViewControllerBridge* controller READ controller WRITE setController NOTIFY
                  controllerChanged)
   Q_PROPERTY(QString name READ name WRITE setName NOTIFY nameChanged)

@@ -1,10 +1,9 @@
-#include "qt/QuickFrontEnd.h"
+#include "quorvel/quick/QuickFrontEnd.h"
 
 #include <QFile>
-#include <QQmlContext>
+#include <QQmlApplicationEngine>
 #include <QTimer>
 
-#include "qt/OutletItem.h"
 #include "qt/QtHardwareKeys.h"
 #include "qt/QtImagePicker.h"
 #include "qt/QtMainQueue.h"
@@ -18,11 +17,14 @@ namespace quorvel {
 
 namespace {
 
-const QUrl kSdkInterfaces("qrc:/quorvel/interfaces/");
+// Where the module Quorvel keeps its files: the chrome, the interfaces and images/.
+const QUrl kModule("qrc:/Quorvel/");
 
 // Bridges of screens that left the stack are kept this long, so that pop animations and a
 // closing dialog can still draw them.
 constexpr int kBridgeGraceMilliseconds = 2000;
+
+QuickFrontEnd* currentFrontEnd = nullptr;
 
 QQuickItem* findNamed(QQuickItem* root, const QString& name) {
   if (!root || !root->isVisible()) return nullptr;
@@ -33,18 +35,17 @@ QQuickItem* findNamed(QQuickItem* root, const QString& name) {
   return nullptr;
 }
 
+QQuickItem* itemProperty(const QObject* object, const char* name) {
+  return object ? qvariant_cast<QQuickItem*>(object->property(name)) : nullptr;
+}
+
 }  // namespace
 
-QuickFrontEnd::QuickFrontEnd(QObject* parent) : QObject(parent), images_(new QuorvelImageProvider) {
-  static const int registered = [] {
-    qmlRegisterType<OutletItem>("Quorvel", 1, 0, "Outlet");
-    qmlRegisterUncreatableType<ViewControllerBridge>("Quorvel", 1, 0, "Screen",
-                                                     "screens come from the front end");
-    return 0;
-  }();
-  (void)registered;
-  engine_.addImageProvider(QuorvelImageProvider::kProviderName, images_);
-  engine_.rootContext()->setContextProperty("frontEnd", this);
+QuickFrontEnd::QuickFrontEnd(QObject* parent)
+    : QObject(parent), images_(std::make_unique<QuorvelImageProvider>()) {
+  // The platform is the process's, and QML's FrontEnd names one object.
+  if (currentFrontEnd) QUORVEL_FATAL("a second QuickFrontEnd while one exists");
+  currentFrontEnd = this;
 
   platform_ = makeDefaultPlatform();
   platform_.mainQueue = std::make_shared<QtMainQueue>(this);
@@ -66,10 +67,15 @@ QuickFrontEnd::QuickFrontEnd(QObject* parent) : QObject(parent), images_(new Quo
 }
 
 QuickFrontEnd::~QuickFrontEnd() {
+  // The ready-made window's view detaches while this object is still whole.
+  ownEngine_.reset();
   for (auto& [weak, token] : observed_) {
     if (auto observable = weak.lock()) observable->removeObserver(token);
   }
+  currentFrontEnd = nullptr;
 }
+
+QuickFrontEnd* QuickFrontEnd::current() { return currentFrontEnd; }
 
 void QuickFrontEnd::addInterfaceLocation(const QUrl& base) { interfaceLocations_.push_back(base); }
 
@@ -85,21 +91,53 @@ QUrl QuickFrontEnd::interfaceUrl(const QString& interfaceName) const {
         candidate.scheme() == "qrc" ? ":" + candidate.path() : candidate.toLocalFile();
     if (QFile::exists(path)) return candidate;
   }
-  const QUrl own = kSdkInterfaces.resolved(QUrl(file));
+  const QUrl own = kModule.resolved(QUrl(file));
   if (!QFile::exists(":" + own.path())) {
     QUORVEL_FATAL("no interface " + file.toStdString());
   }
   return own;
 }
 
+void QuickFrontEnd::addToEngine(QQmlEngine& engine) {
+  // The module is compiled in; its qmldir sits at qrc:/Quorvel/.
+  engine.addImportPath("qrc:/");
+  if (!engine.imageProvider(QuorvelImageProvider::kProviderName)) {
+    engine.addImageProvider(QuorvelImageProvider::kProviderName, images_->share());
+  }
+}
+
 void QuickFrontEnd::show(QSize size) {
-  engine_.load(kSdkInterfaces.resolved(QUrl("QuorvelWindow.qml")));
-  window_ = qobject_cast<QQuickWindow*>(engine_.rootObjects().value(0));
-  if (!window_) QUORVEL_FATAL("the front end's window did not load");
-  window_->resize(size);
-  keys_->attach(window_);
-  window_->show();
+  if (!ownEngine_) {
+    ownEngine_ = std::make_unique<QQmlApplicationEngine>();
+    addToEngine(*ownEngine_);
+    ownEngine_->load(kModule.resolved(QUrl("SdkWindow.qml")));
+  }
+  auto* window = qobject_cast<QQuickWindow*>(ownEngine_->rootObjects().value(0));
+  if (!window) QUORVEL_FATAL("the front end's window did not load");
+  window->resize(size);
+  window->show();
+}
+
+void QuickFrontEnd::attach(QQuickItem* view) {
+  if (!view || view == view_) return;
+  disconnect(viewWindowChanged_);
+  view_ = view;
+  // The view shows none of the core's screens yet: the next sync hands it the whole stack.
+  displayed_.clear();
+  keys_->attach(view->window());
+  viewWindowChanged_ = connect(view, &QQuickItem::windowChanged, this,
+                               [this](QQuickWindow* window) { keys_->attach(window); });
+  emit viewChanged();
   sync();
+}
+
+void QuickFrontEnd::detach(QQuickItem* view) {
+  if (!view || view != view_) return;
+  disconnect(viewWindowChanged_);
+  view_ = nullptr;
+  displayed_.clear();
+  keys_->attach(nullptr);
+  emit viewChanged();
 }
 
 ViewControllerBridge* QuickFrontEnd::bridgeFor(const std::shared_ptr<ViewController>& controller) {
@@ -112,7 +150,7 @@ ViewControllerBridge* QuickFrontEnd::bridgeFor(const std::shared_ptr<ViewControl
     bridge = new ViewControllerBridge(
         controller,
         isAlert ? QUrl() : interfaceUrl(QString::fromStdString(controller->interfaceName())),
-        images_, this);
+        images_.get(), this);
     QQmlEngine::setObjectOwnership(bridge, QQmlEngine::CppOwnership);
   }
   return bridge;
@@ -123,17 +161,12 @@ std::shared_ptr<ViewController> QuickFrontEnd::topViewController() const {
   return displayed_.back().lock();
 }
 
-QQuickItem* QuickFrontEnd::topScreenItem() const {
-  if (!window_) return nullptr;
-  QVariant item = window_->property("currentScreen");
-  return qvariant_cast<QQuickItem*>(item);
-}
+QQuickItem* QuickFrontEnd::topScreenItem() const { return itemProperty(view_, "currentScreen"); }
 
 QQuickItem* QuickFrontEnd::findItem(const QString& name) const {
-  if (!window_) return nullptr;
-  // An alert's buttons live in the window's popup layer, above the screens.
+  // An alert covers the screens.
   if (alert_) {
-    if (QQuickItem* found = findNamed(window_->contentItem(), name)) return found;
+    if (QQuickItem* found = findNamed(itemProperty(view_, "alertItem"), name)) return found;
   }
   return findNamed(topScreenItem(), name);
 }
@@ -189,7 +222,7 @@ void QuickFrontEnd::sync() {
   }
 
   bool stackChanged = false;
-  if (window_) {
+  if (view_) {
     std::size_t common = 0;
     while (common < displayed_.size() && common < stack.size() &&
            displayed_[common].lock() == stack[common]) {

@@ -30,11 +30,18 @@ QImage tinted(QImage image, const QColor& tint) {
 
 }  // namespace
 
-QuorvelImageProvider::QuorvelImageProvider() : QQuickImageProvider(QQuickImageProvider::Image) {}
+QuorvelImageProvider::QuorvelImageProvider() : QuorvelImageProvider(std::make_shared<Library>()) {}
+
+QuorvelImageProvider::QuorvelImageProvider(std::shared_ptr<Library> library)
+    : QQuickImageProvider(QQuickImageProvider::Image), library_(std::move(library)) {}
+
+QuorvelImageProvider* QuorvelImageProvider::share() const {
+  return new QuorvelImageProvider(library_);
+}
 
 void QuorvelImageProvider::addSearchPath(const QString& directory) {
-  QMutexLocker lock(&mutex_);
-  searchPaths_.append(directory);
+  QMutexLocker lock(&library_->mutex);
+  library_->searchPaths.append(directory);
 }
 
 QString QuorvelImageProvider::sourceFor(const quorvel::Image& image,
@@ -54,8 +61,8 @@ QString QuorvelImageProvider::sourceFor(const quorvel::Image& image,
       // Named by content, so the same photo keeps its source and QML does not reload it.
       QString key = QString::fromLatin1(
           QCryptographicHash::hash(bytes, QCryptographicHash::Sha256).toHex().left(32));
-      QMutexLocker lock(&mutex_);
-      encoded_.insert(key, bytes);
+      QMutexLocker lock(&library_->mutex);
+      library_->encoded.insert(key, bytes);
       path = "encoded/" + key;
       break;
     }
@@ -66,10 +73,10 @@ QString QuorvelImageProvider::sourceFor(const quorvel::Image& image,
 
 QImage QuorvelImageProvider::loadAsset(const QString& name, const QSize& requestedSize) const {
   QString base = name.isEmpty() ? QString(kGenericDevice) : name;
-  QStringList candidates = {":/quorvel/images/" + base + ".svg"};
+  QStringList candidates = {":/Quorvel/images/" + base + ".svg"};
   {
-    QMutexLocker lock(&mutex_);
-    for (const auto& dir : searchPaths_) {
+    QMutexLocker lock(&library_->mutex);
+    for (const auto& dir : library_->searchPaths) {
       candidates << dir + "/" + base + ".svg" << dir + "/" + base + ".png";
     }
   }
@@ -112,8 +119,8 @@ QImage QuorvelImageProvider::requestImage(const QString& id, QSize* size,
   } else if (kind == "file") {
     image = QImage(QUrl::fromPercentEncoding(rest.toLatin1()));
   } else if (kind == "encoded") {
-    QMutexLocker lock(&mutex_);
-    image = QImage::fromData(encoded_.value(rest));
+    QMutexLocker lock(&library_->mutex);
+    image = QImage::fromData(library_->encoded.value(rest));
   }
   if (!image.isNull() && requestedSize.width() > 0 && requestedSize.height() > 0 &&
       kind != "asset") {

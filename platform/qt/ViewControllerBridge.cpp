@@ -1,83 +1,89 @@
-#include "qt/ViewControllerBridge.h"
+#include "quorvel/quick/ViewControllerBridge.h"
 
 #include <QColor>
 
 #include "qt/QuorvelImageProvider.h"
 #include "quorvel/Customization.h"
+#include "quorvel/ui/AlertController.h"
 
 namespace quorvel {
 
 namespace {
-
-bool endsWith(const std::string& text, std::string_view suffix) {
-  return text.size() >= suffix.size() &&
-         text.compare(text.size() - suffix.size(), suffix.size(), suffix) == 0;
-}
 
 QColor toQColor(const Color& color) {
   return QColor::fromRgbF(static_cast<float>(color.red), static_cast<float>(color.green),
                           static_cast<float>(color.blue), static_cast<float>(color.alpha));
 }
 
-// Colours as the core writes them ("#rrggbbaa").
-std::optional<QColor> parseColor(const Dictionary& value) {
-  if (!value.is_string()) return std::nullopt;
-  auto color = Color::fromHex(value.get_ref<const std::string&>());
-  if (!color) return std::nullopt;
-  return toQColor(*color);
+// A colour the core leaves unset draws nothing, as a clear colour does.
+QColor toQColor(const std::optional<Color>& color) {
+  return color ? toQColor(*color) : QColor(Qt::transparent);
+}
+
+QString toQString(const std::string& text) { return QString::fromStdString(text); }
+
+// Sets key only when its value changed, so that QML re-evaluates only what depends on it.
+void set(QQmlPropertyMap& map, const QString& key, const QVariant& value) {
+  if (!map.contains(key) || map.value(key) != value) map.insert(key, value);
 }
 
 std::optional<Image> imageFromJson(const Dictionary& value) {
   if (!value.is_object()) return std::nullopt;
-  if (value.contains("asset")) {
+  if (value.contains("asset") && value["asset"].is_string()) {
     return Image::asset(value["asset"].get<std::string>(), value.value("template", false));
   }
-  if (value.contains("file")) return Image::file(value["file"].get<std::string>());
+  if (value.contains("file") && value["file"].is_string()) {
+    return Image::file(value["file"].get<std::string>());
+  }
   return std::nullopt;
 }
 
-QColor defaultTint() { return toQColor(Customization::currentThemeColor()); }
+std::optional<Color> colorFromJson(const Dictionary& value) {
+  return value.is_string() ? Color::fromHex(value.get_ref<const std::string&>()) : std::nullopt;
+}
 
-// Colours become QML colours (keys ending in "Color", and progress segments), images become
-// image sources tinted by their sibling "<key>TintColor" or "tintColor".
-QVariant toQml(const Dictionary& value, const std::string& key, QuorvelImageProvider& images) {
+// A table row as the core holds it (the table's rows are dictionaries): colours ("...Color")
+// become QML colours and images become sources tinted by "<name>TintColor" or "tintColor".
+QVariant rowValue(const Dictionary& value, const std::string& key, QuorvelImageProvider& images) {
   if (value.is_object()) {
     QVariantMap map;
     for (const auto& [name, member] : value.items()) {
       if (auto image = imageFromJson(member)) {
-        auto tint = parseColor(value.value(name + "TintColor", Dictionary()));
-        if (!tint) tint = parseColor(value.value("tintColor", Dictionary()));
-        map.insert(QString::fromStdString(name),
-                   images.sourceFor(*image, tint ? tint : std::optional<QColor>(defaultTint())));
+        auto tint = colorFromJson(value.value(name + "TintColor", Dictionary()));
+        if (!tint) tint = colorFromJson(value.value("tintColor", Dictionary()));
+        std::optional<QColor> qtTint;
+        if (tint) qtTint = toQColor(*tint);
+        map.insert(toQString(name), images.sourceFor(*image, qtTint));
       } else {
-        map.insert(QString::fromStdString(name), toQml(member, name, images));
+        map.insert(toQString(name), rowValue(member, name, images));
       }
     }
     return map;
   }
   if (value.is_array()) {
     QVariantList list;
-    for (const auto& member : value) list.append(toQml(member, key, images));
+    for (const auto& member : value) list.append(rowValue(member, key, images));
     return list;
   }
-  if (endsWith(key, "Color") || key == "segments") {
-    if (value.is_null()) return QColor(Qt::transparent);
-    if (auto color = parseColor(value)) return *color;
-  }
-  if (value.is_string()) return QString::fromStdString(value.get<std::string>());
+  const bool isColor =
+      key.size() >= 5 && key.compare(key.size() - 5, std::string::npos, "Color") == 0;
+  if (isColor) return toQColor(colorFromJson(value));
+  if (value.is_string()) return toQString(value.get<std::string>());
   if (value.is_boolean()) return value.get<bool>();
   if (value.is_number_integer()) return value.get<qlonglong>();
   if (value.is_number()) return value.get<double>();
   return {};
 }
 
-// An element's own image, when the generic conversion cannot see it (encoded bytes).
-const Image* encodedImageOf(const Element& element) {
-  const std::optional<Image>* image = nullptr;
-  if (const auto* view = dynamic_cast<const ImageView*>(&element)) image = &view->image;
-  if (const auto* button = dynamic_cast<const quorvel::Button*>(&element)) image = &button->image;
-  if (image && *image && (*image)->kind == Image::Kind::encoded) return &**image;
-  return nullptr;
+QVariantMap alertValues(const AlertController& alert) {
+  QVariantList actions;
+  for (const auto& action : alert.actions()) {
+    actions.append(
+        QVariantMap{{"title", toQString(action.title)}, {"style", static_cast<int>(action.style)}});
+  }
+  return {{"title", toQString(alert.title())},
+          {"message", toQString(alert.message())},
+          {"actions", actions}};
 }
 
 }  // namespace
@@ -99,23 +105,99 @@ ViewControllerBridge::~ViewControllerBridge() {
   if (auto controller = controller_.lock()) controller->removeObserver(observerToken_);
 }
 
+QQmlPropertyMap* ViewControllerBridge::outlet(const QString& name) const {
+  auto it = outletValues_.find(name.toStdString());
+  return it == outletValues_.end() ? nullptr : it->second;
+}
+
 void ViewControllerBridge::refresh() {
   auto controller = controller_.lock();
   if (!controller) return;
-  Dictionary snapshot = controller->snapshot();
-  for (auto& [name, json] : snapshot["outlets"].items()) {
-    if (const Image* image = encodedImageOf(std::as_const(*controller).outlet<Element>(name))) {
-      json["image"] = images_->sourceFor(*image, std::nullopt).toStdString();
+  const ViewController& screen = *controller;
+  for (const auto& name : screen.outletNames()) update(name, screen.outlet<Element>(name));
+  if (const auto* alert = dynamic_cast<const AlertController*>(&screen)) {
+    QVariantMap values = alertValues(*alert);
+    if (values != alert_) {
+      alert_ = std::move(values);
+      emit alertChanged();
     }
-    const QString key = QString::fromStdString(name);
-    QVariant value = toQml(json, name, *images_);
-    if (outlets_.value(key) != value) outlets_.insert(key, value);
   }
-  snapshot.erase("outlets");
-  QVariantMap screen = toQml(snapshot, "", *images_).toMap();
-  if (screen != screen_) {
-    screen_ = std::move(screen);
-    emit screenChanged();
+}
+
+QString ViewControllerBridge::imageSource(const std::string& name,
+                                          const std::optional<Image>& image,
+                                          const std::optional<Color>& tint) {
+  ImageSource& last = imageSources_[name];
+  if (last.image == image && last.tint == tint && (!image || !last.source.isEmpty())) {
+    return last.source;
+  }
+  std::optional<QColor> qtTint;
+  if (tint) qtTint = toQColor(*tint);
+  last = {image, tint, image ? images_->sourceFor(*image, qtTint) : QString()};
+  return last.source;
+}
+
+void ViewControllerBridge::update(const std::string& name, const Element& element) {
+  QQmlPropertyMap*& values = outletValues_[name];
+  if (!values) {
+    values = new QQmlPropertyMap(this);
+    outlets_.insert(toQString(name), QVariant::fromValue(static_cast<QObject*>(values)));
+  }
+  QQmlPropertyMap& map = *values;
+  set(map, "kind", QString::fromLatin1(element.kind()));
+  set(map, "hidden", element.hidden);
+  set(map, "alpha", element.alpha);
+  set(map, "backgroundColor", toQColor(element.backgroundColor));
+  set(map, "tintColor", toQColor(element.tintColor));
+  set(map, "cornerRadius", element.cornerRadius);
+  set(map, "userInteractionEnabled", element.userInteractionEnabled);
+
+  if (const auto* label = dynamic_cast<const Label*>(&element)) {
+    set(map, "text", toQString(label->text));
+    set(map, "textColor", toQColor(label->textColor));
+    set(map, "link", toQString(label->link));
+    set(map, "linkAction", toQString(label->linkAction));
+  } else if (const auto* button = dynamic_cast<const quorvel::Button*>(&element)) {
+    set(map, "title", toQString(button->title));
+    set(map, "titleColor", toQColor(button->titleColor));
+    set(map, "image", imageSource(name, button->image, button->tintColor));
+    set(map, "enabled", button->enabled);
+    set(map, "borderType", button->borderType ? static_cast<int>(*button->borderType) : -1);
+  } else if (const auto* view = dynamic_cast<const ImageView*>(&element)) {
+    set(map, "image", imageSource(name, view->image, view->tintColor));
+  } else if (const auto* field = dynamic_cast<const TextField*>(&element)) {
+    set(map, "text", toQString(field->text));
+    set(map, "placeholder", toQString(field->placeholder));
+    set(map, "keyboardType", static_cast<int>(field->keyboardType));
+    set(map, "textColor", toQColor(field->textColor));
+    set(map, "enabled", field->enabled);
+    set(map, "isFirstResponder", field->isFirstResponder);
+  } else if (const auto* radio = dynamic_cast<const RadioButton*>(&element)) {
+    set(map, "title", toQString(radio->title));
+    set(map, "textColor", toQColor(radio->textColor));
+    set(map, "isChecked", radio->isChecked);
+  } else if (const auto* box = dynamic_cast<const CheckBox*>(&element)) {
+    set(map, "title", toQString(box->title));
+    set(map, "textColor", toQColor(box->textColor));
+    set(map, "isChecked", box->isChecked);
+  } else if (const auto* bar = dynamic_cast<const ProgressBar*>(&element)) {
+    QVariantList segments;
+    for (const auto& segment : bar->segments) segments.append(toQColor(segment));
+    set(map, "segments", segments);
+    set(map, "segmentHeight", bar->segmentHeight);
+  } else if (const auto* table = dynamic_cast<const Table*>(&element)) {
+    QVariantList cells;
+    for (const auto& cell : table->registeredCells) cells.append(toQString(cell));
+    set(map, "registeredCells", cells);
+    // Rows are converted again only when the table reloads them.
+    if (!map.contains("reloadCount") || map.value("reloadCount").toInt() != table->reloadCount) {
+      QVariantList rows;
+      for (const auto& row : table->rows) rows.append(rowValue(row, "", *images_));
+      set(map, "rows", rows);
+      set(map, "reloadCount", table->reloadCount);
+    }
+  } else if (const auto* indicator = dynamic_cast<const ActivityIndicator*>(&element)) {
+    set(map, "animating", indicator->animating);
   }
 }
 
@@ -130,12 +212,9 @@ void ViewControllerBridge::editText(const QString& outlet, const QString& text) 
   }
 }
 
-qreal ViewControllerBridge::cornerRadius(const QString& outlet, qreal height) const {
-  auto controller = controller_.lock();
-  if (!controller) return 0;
-  const auto& button = controller->outlet<quorvel::Button>(outlet.toStdString());
-  if (button.borderType) return quorvel::cornerRadius(*button.borderType, height);
-  return button.cornerRadius;
+qreal ViewControllerBridge::cornerRadius(int borderType, qreal ownRadius, qreal height) const {
+  if (borderType < 0) return ownRadius;
+  return quorvel::cornerRadius(static_cast<BorderType>(borderType), height);
 }
 
 void ViewControllerBridge::setBounds(const QString& outlet, QSizeF size) {

@@ -1,4 +1,4 @@
-#include "virtual/VirtualChargerDevice.h"
+#include "quorvel/virtual/VirtualChargerDevice.h"
 
 #include <algorithm>
 

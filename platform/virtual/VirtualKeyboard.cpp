@@ -1,4 +1,4 @@
-#include "virtual/VirtualKeyboard.h"
+#include "quorvel/virtual/VirtualKeyboard.h"
 
 #include <qpa/qwindowsysteminterface.h>
 

@@ -1,4 +1,4 @@
-#include "virtual/VirtualTouchScreen.h"
+#include "quorvel/virtual/VirtualTouchScreen.h"
 
 #include <private/qhighdpiscaling_p.h>
 #include <qpa/qwindowsysteminterface.h>

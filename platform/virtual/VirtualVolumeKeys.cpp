@@ -1,4 +1,4 @@
-#include "virtual/VirtualVolumeKeys.h"
+#include "quorvel/virtual/VirtualVolumeKeys.h"
 
 #include <qpa/qwindowsysteminterface.h>
 

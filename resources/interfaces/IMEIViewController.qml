@@ -9,7 +9,7 @@ Outlet {
     id: screen
     readonly property var o: controller.outlets
     readonly property var field: o.uiTfIMEI
-    readonly property color accent: field.tintColor.a > 0 ? field.tintColor : "#0B7BFB"
+    readonly property color accent: field.tintColor
     readonly property bool firstResponder: field.isFirstResponder
 
     // "AARRGGBB", as the image provider takes a tint.
@@ -98,7 +98,7 @@ Outlet {
                             inputMethodHints: screen.field.keyboardType === 4
                                               ? Qt.ImhDigitsOnly | Qt.ImhNoPredictiveText
                                               : Qt.ImhNoPredictiveText
-                            color: screen.field.textColor.a > 0 ? screen.field.textColor : "#161B26"
+                            color: screen.field.textColor
                             selectionColor: screen.accent
                             font.pixelSize: 17
                             leftPadding: 16
@@ -180,7 +180,7 @@ Outlet {
                     Outlet {
                         id: attach
                         readonly property var b: screen.o.uiBtAttachImage
-                        readonly property color tint: b.tintColor.a > 0 ? b.tintColor : screen.accent
+                        readonly property color tint: b.tintColor
                         controller: screen.controller
                         name: "uiBtAttachImage"
                         objectName: name
@@ -206,7 +206,7 @@ Outlet {
                                     text: attachButton.text
                                     font.pixelSize: 16
                                     font.weight: Font.DemiBold
-                                    color: attach.b.titleColor.a > 0 ? attach.b.titleColor : attach.tint
+                                    color: attach.b.titleColor
                                 }
                             }
                             topPadding: 22

@@ -23,14 +23,15 @@ Outlet {
         contentItem: Text {
             text: button.text
             font: button.font
-            color: outlet.o ? outlet.o.titleColor : "white"
+            color: outlet.o ? outlet.o.titleColor : "transparent"
             horizontalAlignment: Text.AlignHCenter
             verticalAlignment: Text.AlignVCenter
             elide: Text.ElideRight
         }
         background: Rectangle {
-            radius: outlet.controller && outlet.o ? outlet.controller.cornerRadius(outlet.name, height) : 0
-            color: outlet.o ? outlet.o.backgroundColor : "#0B7BFB"
+            radius: outlet.o ? outlet.controller.cornerRadius(outlet.o.borderType, outlet.o.cornerRadius,
+                                                             height) : 0
+            color: outlet.o ? outlet.o.backgroundColor : "transparent"
             opacity: button.down ? 0.8 : (button.enabled ? 1 : 0.5)
         }
         onClicked: outlet.controller.send(outlet.name + "_TouchUpInside")

@@ -9,8 +9,7 @@ Outlet {
     id: screen
     readonly property var o: controller.outlets
     // The run's theme colour, as the core gives it to the cancel button.
-    readonly property color accent: o.uiBtCancel.titleColor.a > 0 ? o.uiBtCancel.titleColor
-                                                                   : "#0B7BFB"
+    readonly property color accent: o.uiBtCancel.titleColor
 
     name: "view"
     Rectangle { anchors.fill: parent; color: screen.o.view.backgroundColor }

@@ -7,7 +7,7 @@ import QtQuick.Layouts
 Rectangle {
     id: cell
     // The row as the table holds it: key, title, description, icon, status, borderColor, alpha ...
-    property var row: ({})
+    required property var row
     readonly property bool hasStatus: !!row.status && typeof row.status.image === "string"
                                       && row.status.image.length > 0
 
@@ -16,8 +16,8 @@ Rectangle {
     radius: 14
     color: "#F5F6F8"
     opacity: row.alpha !== undefined ? row.alpha : 1
-    border.width: row.borderColor && row.borderColor.a > 0 ? 2 : 0
-    border.color: row.borderColor || "transparent"
+    border.width: row.borderColor.a > 0 ? 2 : 0
+    border.color: row.borderColor
 
     RowLayout {
         anchors { fill: parent; leftMargin: 16; rightMargin: 16 }
@@ -45,7 +45,7 @@ Rectangle {
                 objectName: (cell.row.key || "") + "Title"
                 Layout.fillWidth: true
                 text: cell.row.title || ""
-                color: cell.row.titleColor || "#161B26"
+                color: cell.row.titleColor
                 font.pixelSize: 17
                 font.weight: Font.DemiBold
                 wrapMode: Text.Wrap
@@ -54,7 +54,7 @@ Rectangle {
                 objectName: (cell.row.key || "") + "Description"
                 Layout.fillWidth: true
                 text: cell.row.description || ""
-                color: cell.row.descriptionColor || "#585E6C"
+                color: cell.row.descriptionColor
                 font.pixelSize: 14
                 wrapMode: Text.Wrap
             }

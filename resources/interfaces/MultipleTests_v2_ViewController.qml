@@ -70,8 +70,9 @@ Outlet {
                             Loader {
                                 required property var modelData
                                 width: rows.width
-                                source: modelData.cell + ".qml"
-                                onLoaded: item.row = Qt.binding(() => modelData)
+                                // A reload replaces the rows, and with them these cells.
+                                Component.onCompleted: setSource(modelData.cell + ".qml",
+                                                                 { row: modelData })
                             }
                         }
                     }

@@ -24,8 +24,8 @@ Outlet {
         text: !outlet.o ? "" : outlet.o.link && outlet.o.text.indexOf(outlet.o.link) >= 0
               ? outlet.o.text.replace(outlet.o.link, "<a href=\"link\">" + outlet.o.link + "</a>")
               : outlet.o.text
-        color: outlet.o && outlet.o.textColor.a > 0 ? outlet.o.textColor : "#161B26"
-        linkColor: outlet.o && outlet.o.tintColor.a > 0 ? outlet.o.tintColor : "#0B7BFB"
+        color: outlet.o ? outlet.o.textColor : "transparent"
+        linkColor: outlet.o ? outlet.o.tintColor : "transparent"
         font.pixelSize: 16
         onLinkActivated: outlet.controller.send(outlet.o.linkAction)
     }

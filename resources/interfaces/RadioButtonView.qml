@@ -8,7 +8,7 @@ Outlet {
     id: outlet
     readonly property var o: controller ? controller.outlets[name] : undefined
     readonly property bool checked: o ? o.isChecked : false
-    readonly property color tint: o && o.tintColor.a > 0 ? o.tintColor : "#0B7BFB"
+    readonly property color tint: o ? o.tintColor : "transparent"
 
     objectName: name
     visible: o ? !o.hidden : false
@@ -45,7 +45,7 @@ Outlet {
             text: button.text
             font.pixelSize: 16
             font.weight: outlet.checked ? Font.DemiBold : Font.Normal
-            color: outlet.o && outlet.o.textColor.a > 0 ? outlet.o.textColor : "#161B26"
+            color: outlet.o ? outlet.o.textColor : "transparent"
         }
         onClicked: outlet.controller.send(outlet.name + "_TouchUpInside")
     }

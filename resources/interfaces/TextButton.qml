@@ -35,7 +35,7 @@ Outlet {
                 text: button.text
                 font.pixelSize: outlet.pixelSize
                 font.weight: Font.Medium
-                color: outlet.o && outlet.o.titleColor.a > 0 ? outlet.o.titleColor : "#0B7BFB"
+                color: outlet.o ? outlet.o.titleColor : "transparent"
                 anchors.verticalCenter: parent.verticalCenter
             }
         }

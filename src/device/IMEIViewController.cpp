@@ -101,6 +101,7 @@ void IMEIViewController::viewDidLoad() {
   description.link = path;
   description.linkAction = "uiLbDescription_LinkTapped";
   look.styleBody(description);
+  description.tintColor = look.themeColor();
 
   outlet<RadioButton>("uiRBIMEI").title = look_.copy("imei_number");
   outlet<RadioButton>("uiRBSerialNumber").title = look_.copy("serial_number_abbreviation");

@@ -33,8 +33,9 @@ void TestViewController::viewDidLoad() {
   cancel.title = look_.copy("cancel");
   cancel.titleColor = look_.themeColor();
 
-  outlet<Label>("uiLbTestCounter").text =
-      HeaderViewHelper::counterText(context.header, context.language);
+  auto& counter = outlet<Label>("uiLbTestCounter");
+  counter.text = HeaderViewHelper::counterText(context.header, context.language);
+  look_.styleTitle(counter);
   HeaderViewHelper::progressBar(outlet<ProgressBar>("uiStackViewProgressBar"), context.header,
                                 look_.customization());
   showHeader();

@@ -1,8 +1,8 @@
 #include <QTest>
 
 #include "QuickFixture.h"
-#include "virtual/VirtualChargerDevice.h"
-#include "virtual/VirtualVolumeKeys.h"
+#include "quorvel/virtual/VirtualChargerDevice.h"
+#include "quorvel/virtual/VirtualVolumeKeys.h"
 
 namespace quorvel::testing {
 namespace {

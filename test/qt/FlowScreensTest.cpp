@@ -25,6 +25,7 @@ TEST_F(FlowScreensTest, StartScreenShowsTheRunInBothLanguages) {
     // No serial number was given, and no test of this run needs a hint.
     EXPECT_EQ(frontEnd->findItem("uiStackViewSerialNumber"), nullptr);
     EXPECT_EQ(frontEnd->findItem("uiViewSuggestions"), nullptr);
+    expectCoreColours();
     grab(each.language == SupportedLanguage::english ? "StartViewController-en"
                                                      : "StartViewController-pt");
     tap("uiBtBack");
@@ -44,6 +45,7 @@ TEST_F(FlowScreensTest, StartScreenHintsFollowTheTestsAndStartMovesOn) {
                            "uiLbSuggestionMirror", "uiLbSuggestionNoise"}) {
     EXPECT_NE(frontEnd->findItem(hint), nullptr) << hint;
   }
+  expectCoreColours();
   tap("uiBtNext");
   settle("MultipleTests_v2_ViewController");
 }

@@ -8,8 +8,8 @@
 
 #include "QuickFixture.h"
 #include "qt/QtHardwareKeys.h"
-#include "virtual/VirtualKeyboard.h"
-#include "virtual/VirtualVolumeKeys.h"
+#include "quorvel/virtual/VirtualKeyboard.h"
+#include "quorvel/virtual/VirtualVolumeKeys.h"
 
 namespace quorvel::testing {
 namespace {

@@ -4,6 +4,7 @@
 #include <QTest>
 
 #include "AssetsServer.h"
+#include "qt/OutletItem.h"
 
 namespace quorvel::testing {
 
@@ -21,7 +22,7 @@ void QuickFixture::SetUp() {
   hostNavigation = NavigationController::make(std::make_shared<ViewController>("HostTestPage"));
   frontEnd->addInterfaceLocation(QUrl("qrc:/quorvel-tests/"));
   frontEnd->coreWindow()->setRootViewController(hostNavigation);
-  frontEnd->show();
+  present();
   settle("HostTestPage");
 }
 
@@ -47,6 +48,7 @@ Dictionary QuickFixture::finishRun() {
   server.stop();
   return answered && response ? *response : Dictionary::object();
 }
+void QuickFixture::present() { frontEnd->show(); }
 
 void QuickFixture::useAssetsHost(const std::string& origin) {
   Platform changed = platform();
@@ -104,7 +106,7 @@ void QuickFixture::settle(const std::string& interfaceName) {
   });
   ASSERT_TRUE(shown) << "the top screen is " << topInterface() << ", not " << interfaceName;
   // Let bindings, layouts and the stack's transition finish.
-  waitFor([&] { return !frontEnd->window()->property("transitioning").toBool(); }, 2000);
+  waitFor([&] { return !frontEnd->view()->property("transitioning").toBool(); }, 2000);
   QTest::qWait(50);
 }
 
@@ -154,6 +156,57 @@ QColor QuickFixture::colorAt(const QString& name, QPointF offset) {
   const qreal scale = image.width() / qreal(frontEnd->window()->width());
   QPointF at = target->mapToScene(QPointF(target->width() / 2, target->height() / 2) + offset);
   return image.pixelColor((at * scale).toPoint());
+}
+
+void QuickFixture::expectCoreColours() {
+  QQuickItem* top = frontEnd->topScreenItem();
+  ASSERT_NE(top, nullptr);
+  auto controller = frontEnd->topViewController();
+  ASSERT_NE(controller, nullptr);
+  const std::string screen = controller->interfaceName();
+  ASSERT_TRUE(
+      frontEnd->bridgeFor(controller)->interfaceUrl().toString().startsWith("qrc:/Quorvel/"))
+      << screen << " is not one of the SDK's screens";
+  auto expectSet = [&](const std::string& name, const char* what, const std::optional<Color>& c) {
+    EXPECT_TRUE(c.has_value()) << screen << "." << name << " draws its " << what
+                               << " but the core sets none";
+  };
+  bool background = false;
+  std::function<void(QQuickItem*)> visit = [&](QQuickItem* each) {
+    if (!each->isVisible()) return;
+    for (QQuickItem* child : each->childItems()) visit(child);
+    auto* outlet = qobject_cast<OutletItem*>(each);
+    if (!outlet || !outlet->controller() || outlet->controller()->controller() != controller) {
+      return;
+    }
+    const std::string name = outlet->name().toStdString();
+    const Element& element = std::as_const(*controller).outlet<Element>(name);
+    if (const auto* label = dynamic_cast<const Label*>(&element)) {
+      if (!label->text.empty()) expectSet(name, "text", label->textColor);
+      if (!label->link.empty()) expectSet(name, "link", label->tintColor);
+    } else if (const auto* button = dynamic_cast<const Button*>(&element)) {
+      if (!button->title.empty()) expectSet(name, "title", button->titleColor);
+      if (button->borderType) expectSet(name, "fill", button->backgroundColor);
+      if (button->image && button->image->isTemplate) expectSet(name, "image", button->tintColor);
+    } else if (const auto* image = dynamic_cast<const ImageView*>(&element)) {
+      if (image->image && image->image->isTemplate) expectSet(name, "image", image->tintColor);
+    } else if (const auto* radio = dynamic_cast<const RadioButton*>(&element)) {
+      expectSet(name, "text", radio->textColor);
+      expectSet(name, "mark", radio->tintColor);
+    } else if (const auto* box = dynamic_cast<const CheckBox*>(&element)) {
+      expectSet(name, "text", box->textColor);
+      expectSet(name, "mark", box->tintColor);
+    } else if (const auto* field = dynamic_cast<const TextField*>(&element)) {
+      expectSet(name, "text", field->textColor);
+      expectSet(name, "accent", field->tintColor);
+    } else if (const auto* bar = dynamic_cast<const ProgressBar*>(&element)) {
+      expectSet(name, "track", bar->backgroundColor);
+    } else if (name == "view" || name == "uiBackgroundView" || name == "uiMainBackgroundView") {
+      background = background || (element.backgroundColor && element.backgroundColor->alpha == 1);
+    }
+  };
+  visit(top);
+  EXPECT_TRUE(background) << screen << " has no opaque background colour from the core";
 }
 
 }  // namespace quorvel::testing

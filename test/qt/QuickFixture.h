@@ -9,8 +9,8 @@
 #include <optional>
 #include <string>
 
-#include "qt/QuickFrontEnd.h"
 #include "quorvel/QuorvelSDK.h"
+#include "quorvel/quick/QuickFrontEnd.h"
 #include "quorvel/ui/NavigationController.h"
 #include "support/TemporaryTree.h"
 #include "widgets/ScreenContext.h"
@@ -24,12 +24,14 @@ QT_END_NAMESPACE
 
 namespace quorvel::testing {
 
-// The Qt front end in an offscreen phone-sized window, installed as the platform, with a host
-// navigation stack to take over and a fresh documents folder.
+// The Qt front end in an offscreen phone-sized window (or a host's scene), installed as the
+// platform, with a host navigation stack to take over and a fresh documents folder.
 class QuickFixture : public ::testing::Test {
  protected:
   void SetUp() override;
   void TearDown() override;
+  // Puts an SdkView on screen: the front end's ready-made window unless a test has its own scene.
+  virtual void present();
 
   // Starts a run with the given tests and identifiers; the completion lands in response.
   void start(std::optional<std::vector<std::string>> tests = std::nullopt,
@@ -78,6 +80,9 @@ class QuickFixture : public ::testing::Test {
   QImage grab(const std::string& screenshotName = "");
   // The colour drawn at the centre of item name.
   QColor colorAt(const QString& name, QPointF offset = {});
+  // Every colour the SDK's interface draws on the top screen was set by the core: the interfaces
+  // have no colours of their own to fall back on, so an unset one draws nothing.
+  void expectCoreColours();
 
   QuorvelSDK& sdk = QuorvelSDK::shared();
   // The host's customization for screens the test makes; defaults when null.

@@ -137,6 +137,7 @@ TEST_F(ScreensInputTest, IMEIScreenShowsAPickedPhotoUntilItIsRemoved) {
   QTest::qWait(50);
   const QColor shown = colorAt("uiIvImage");
   EXPECT_EQ(shown, QColor(40, 160, 90)) << shown.name().toStdString();
+  expectCoreColours();
   grab("IMEIViewController-photo");
 
   tap("uiBtRemoveImage");

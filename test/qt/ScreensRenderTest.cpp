@@ -99,10 +99,13 @@ class EveryScreenTest : public ScreenFixture,
       EXPECT_EQ(textOf(name), core) << name;
     }
   }
-  void screenshot(const std::string& name) { grab(name + (english() ? "-en" : "-pt")); }
+  void screenshot(const std::string& name) {
+    expectCoreColours();
+    grab(name + (english() ? "-en" : "-pt"));
+  }
 };
 
-TEST_P(EveryScreenTest, ShowsTheCopyTheCoreHolds) {
+TEST_P(EveryScreenTest, ShowsTheCopyAndColoursTheCoreHolds) {
   sdk.language = GetParam();
   unpluggedDevice();
 

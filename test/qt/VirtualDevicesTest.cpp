@@ -13,13 +13,13 @@
 #include <vector>
 
 #include "QuickFixture.h"
+#include "quorvel/virtual/VirtualChargerDevice.h"
+#include "quorvel/virtual/VirtualKeyboard.h"
+#include "quorvel/virtual/VirtualTouchScreen.h"
 #include "support/ManualMainQueue.h"
 #include "support/RecordingTestDelegate.h"
 #include "support/ScriptedDevice.h"
 #include "tests/physical/MultiTouch_v2_ViewController.h"
-#include "virtual/VirtualChargerDevice.h"
-#include "virtual/VirtualKeyboard.h"
-#include "virtual/VirtualTouchScreen.h"
 
 namespace quorvel::testing {
 namespace {
@@ -196,7 +196,7 @@ TEST_F(VirtualTouchScreenTest, FingersStillDownAreCancelledWhenTheScreenGoes) {
 class VirtualTouchScreenSlideTest : public QuickFixture {
  protected:
   void SetUp() override {
-    if (!QFile::exists(":/quorvel/interfaces/MultiTouch_v2_ViewController.qml")) {
+    if (!QFile::exists(":/Quorvel/MultiTouch_v2_ViewController.qml")) {
       GTEST_FAIL() << "the slide screen's interface is not in the build";
     }
     fixtureUp = true;

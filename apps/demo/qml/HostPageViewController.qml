@@ -3,7 +3,6 @@ import QtQuick
 import QtQuick.Layouts
 import QtQuick.Controls.Basic
 import Quorvel
-import "qrc:/quorvel/interfaces"
 
 Outlet {
     id: screen

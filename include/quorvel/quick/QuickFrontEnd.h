@@ -1,20 +1,27 @@
 #pragma once
 
 #include <QHash>
+#include <QMetaObject>
 #include <QObject>
 #include <QPointer>
-#include <QQmlApplicationEngine>
+#include <QQuickItem>
 #include <QQuickWindow>
+#include <QSize>
 #include <QTimer>
 #include <QUrl>
 #include <QVariantList>
 #include <memory>
 #include <vector>
 
-#include "qt/ViewControllerBridge.h"
 #include "quorvel/platform/Platform.h"
+#include "quorvel/quick/ViewControllerBridge.h"
 #include "quorvel/ui/Application.h"
 #include "quorvel/ui/Window.h"
+
+QT_BEGIN_NAMESPACE
+class QQmlEngine;
+class QQmlApplicationEngine;
+QT_END_NAMESPACE
 
 namespace quorvel {
 
@@ -22,12 +29,18 @@ class QtHardwareKeys;
 class QtImagePicker;
 class QuorvelImageProvider;
 
-// The Qt Quick front end: one QQuickWindow that draws the core's key window. Its root screen (a
-// navigation controller's stack, or a single screen) is a StackView, a presented alert is a modal
-// dialog, and the window's loading overlays cover everything. The QML chrome only executes what
-// this class decides; screens are drawn by resources/interfaces/<InterfaceName>.qml.
+// The Qt Quick front end. It draws the core's key window in an SdkView item of the QML module
+// Quorvel: the host places one in its own scene (import Quorvel; SdkView { anchors.fill: parent }),
+// or calls show() for a ready-made window holding one. A navigation controller's stack becomes the
+// view's StackView (or one the host hands over), a presented alert a modal dialog inside the view,
+// and the window's loading overlays cover the view. The QML chrome reaches this object as the
+// singleton FrontEnd and only executes what it decides; screens are drawn by their interfaces
+// (<InterfaceName>.qml, the host's first, then the SDK's own).
+//
+// One front end at a time, made before any scene that uses it and outliving those scenes.
 class QuickFrontEnd : public QObject {
   Q_OBJECT
+  Q_PROPERTY(QQuickItem* view READ view NOTIFY viewChanged)
   Q_PROPERTY(bool navigationBarHidden READ navigationBarHidden NOTIFY navigationChanged)
   Q_PROPERTY(bool canGoBack READ canGoBack NOTIFY navigationChanged)
   Q_PROPERTY(quorvel::ViewControllerBridge* alert READ alert NOTIFY alertChanged)
@@ -36,9 +49,12 @@ class QuickFrontEnd : public QObject {
   Q_PROPERTY(int overlayFadeMilliseconds READ overlayFadeMilliseconds NOTIFY overlayChanged)
 
  public:
-  // Needs a QGuiApplication. Nothing shows until show().
+  // Needs a QGuiApplication.
   explicit QuickFrontEnd(QObject* parent = nullptr);
   ~QuickFrontEnd() override;
+
+  // The front end of this process (nullptr when there is none), which QML sees as FrontEnd.
+  static QuickFrontEnd* current();
 
   // The Qt ports (main queue, windows, keys, photo picker) over the build's default platform.
   // Install it (installPlatform) before the host starts a run.
@@ -49,20 +65,25 @@ class QuickFrontEnd : public QObject {
   // Folders with the host's own images, by asset name.
   void addImageLocation(const QString& directory);
 
-  // Loads the window at size (390 x 844 is phone size) and shows it.
+  // Readies a host's engine for the SDK: the module Quorvel and the SDK's images. Call it before
+  // loading a scene that holds an SdkView.
+  void addToEngine(QQmlEngine& engine);
+  // The ready-made window for hosts without a scene of their own: an SdkView filling a window of
+  // the front end's own engine, shown at size (390 x 844 is phone size).
   void show(QSize size = QSize(390, 844));
 
-  QQmlApplicationEngine& engine() { return engine_; }
-  QQuickWindow* window() const { return window_; }
   std::shared_ptr<Window> coreWindow() const { return coreWindow_; }
+  // The SdkView that draws the core window (nullptr before one is shown), and its window.
+  QQuickItem* view() const { return view_; }
+  QQuickWindow* window() const { return view_ ? view_->window() : nullptr; }
 
   // The bridge that draws controller, made on first use.
   ViewControllerBridge* bridgeFor(const std::shared_ptr<ViewController>& controller);
   // The screen on top of the stack, and the item that draws it.
   std::shared_ptr<ViewController> topViewController() const;
   QQuickItem* topScreenItem() const;
-  // The item named name (a screen's outlet items carry their outlet's name) in the top screen or
-  // the alert; nullptr when there is none.
+  // The item named name (a screen's outlet items carry their outlet's name) in the alert or the
+  // top screen; nullptr when none is shown.
   QQuickItem* findItem(const QString& name) const;
 
   bool navigationBarHidden() const { return navigationBarHidden_; }
@@ -72,6 +93,10 @@ class QuickFrontEnd : public QObject {
   qreal overlayOpacity() const { return overlayOpacity_; }
   int overlayFadeMilliseconds() const { return overlayFadeMilliseconds_; }
 
+  // From the SdkView: it draws the core window from now on (the last one attached does), or no
+  // longer.
+  Q_INVOKABLE void attach(QQuickItem* view);
+  Q_INVOKABLE void detach(QQuickItem* view);
   // From the chrome.
   Q_INVOKABLE void goBack();
   Q_INVOKABLE void stackSettled(QQuickItem* top);
@@ -79,13 +104,14 @@ class QuickFrontEnd : public QObject {
   Q_INVOKABLE void imagePickCancelled();
 
  signals:
-  // Instructions for the chrome's StackView.
+  // Instructions for the view's StackView; depths count the SDK's screens only.
   void pushScreen(quorvel::ViewControllerBridge* screen, bool animated);
   void popScreens(int depth, bool animated);
   void resetScreens(const QVariantList& screens, bool animated);
   // The top screen is on display and no transition runs.
   void screenSettled(quorvel::ViewControllerBridge* screen);
   void imagePickRequested();
+  void viewChanged();
   void navigationChanged();
   void alertChanged();
   void overlayChanged();
@@ -98,14 +124,16 @@ class QuickFrontEnd : public QObject {
   // Deletes the bridges of screens no longer shown, once their animations are over.
   void dropUnusedBridges();
 
-  QQmlApplicationEngine engine_;
-  QuorvelImageProvider* images_;  // owned by the engine
-  QPointer<QQuickWindow> window_;
+  std::unique_ptr<QuorvelImageProvider> images_;  // engines get providers that share its images
   Platform platform_;
   std::shared_ptr<Window> coreWindow_;
   std::shared_ptr<QtImagePicker> picker_;
   QtHardwareKeys* keys_;
   std::vector<QUrl> interfaceLocations_;
+  // The ready-made window's engine, made by show().
+  std::unique_ptr<QQmlApplicationEngine> ownEngine_;
+  QPointer<QQuickItem> view_;
+  QMetaObject::Connection viewWindowChanged_;
 
   QHash<const ViewController*, QPointer<ViewControllerBridge>> bridges_;
   std::vector<std::weak_ptr<ViewController>> displayed_;

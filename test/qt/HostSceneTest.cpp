@@ -1,0 +1,171 @@
+// A QML host with its own engine and window shows SDK runs inside its own scene: in the SdkView it
+// placed under a header of its own, or on the StackView it handed over. Alerts and the loading
+// overlay cover only the SDK's part of the scene.
+#include <QGuiApplication>
+#include <QQmlApplicationEngine>
+#include <QTest>
+
+#include "QuickFixture.h"
+#include "quorvel/ui/AlertController.h"
+#include "quorvel/ui/LoadingView.h"
+
+namespace quorvel::testing {
+namespace {
+
+bool near(const QColor& a, const QColor& b, int tolerance = 8) {
+  return std::abs(a.red() - b.red()) <= tolerance && std::abs(a.green() - b.green()) <= tolerance &&
+         std::abs(a.blue() - b.blue()) <= tolerance;
+}
+
+const QColor kHeader("#E4572E");
+const QColor kHostBackground("#1B2A3A");
+const QColor kHostPage("#2E86AB");
+const QColor kTheme = QColor::fromRgbF(float(Customization::defaultThemeColor().red),
+                                       float(Customization::defaultThemeColor().green),
+                                       float(Customization::defaultThemeColor().blue));
+
+class HostSceneFixture : public QuickFixture {
+ protected:
+  virtual QUrl scene() const = 0;
+
+  // The host's own engine and window, readied for the SDK as a host does it.
+  void present() override {
+    engine = std::make_unique<QQmlApplicationEngine>();
+    frontEnd->addToEngine(*engine);
+    engine->load(scene());
+    ASSERT_EQ(engine->rootObjects().size(), 1);
+    hostWindow = qobject_cast<QQuickWindow*>(engine->rootObjects().front());
+    ASSERT_NE(hostWindow, nullptr);
+  }
+  void TearDown() override {
+    // The host's scene goes before the front end, as a host's would.
+    engine.reset();
+    QuickFixture::TearDown();
+  }
+
+  QRect sceneRect(const QString& name) {
+    QQuickItem* target = chrome(name);
+    EXPECT_NE(target, nullptr) << name.toStdString();
+    return target ? target->mapRectToScene(QRectF(0, 0, target->width(), target->height())).toRect()
+                  : QRect();
+  }
+  QColor pixel(const QImage& image, QPoint at) {
+    return image.pixelColor(at * (image.width() / qreal(hostWindow->width())));
+  }
+  // A pixel of the header clear of its text.
+  QPoint inHeader() { return QPoint(6, sceneRect("hostHeader").center().y()); }
+
+  std::unique_ptr<QQmlApplicationEngine> engine;
+  QQuickWindow* hostWindow = nullptr;
+};
+
+class HostSceneTest : public HostSceneFixture {
+ protected:
+  QUrl scene() const override { return QUrl("qrc:/quorvel-tests/HostScene.qml"); }
+};
+
+TEST_F(HostSceneTest, StartScreenRunsInsideTheHostsItemUnderItsOwnHeader) {
+  // The SDK draws into the host's window and makes none of its own.
+  EXPECT_EQ(frontEnd->window(), hostWindow);
+  int shown = 0;
+  for (QWindow* each : QGuiApplication::topLevelWindows()) shown += each->isVisible();
+  EXPECT_EQ(shown, 1);
+
+  hostNavigation->setNavigationBarHidden(true, false);
+  start(std::vector<std::string>{"multi_touch_v2"}, "490154203237518");
+  settle("StartViewController");
+  EXPECT_EQ(textOf("uiLbTitle"), "Device testing");
+  const QRect view = sceneRect("hostSdkView");
+  const QRect screen = frontEnd->topScreenItem()
+                           ->mapRectToScene(QRectF(0, 0, frontEnd->topScreenItem()->width(),
+                                                   frontEnd->topScreenItem()->height()))
+                           .toRect();
+  EXPECT_EQ(screen, view);
+  EXPECT_GE(view.top(), sceneRect("hostHeader").bottom());
+
+  // The host's header and margin and the SDK's screen all reach the pixels.
+  QImage image = grab("host-scene-start-screen");
+  EXPECT_TRUE(near(pixel(image, inHeader()), kHeader));
+  EXPECT_TRUE(near(pixel(image, QPoint(view.left() - 6, view.center().y())), kHostBackground));
+  EXPECT_TRUE(near(pixel(image, QPoint(view.right() - 4, view.top() + 4)), Qt::white));
+  EXPECT_TRUE(near(colorAt("uiBtNext", QPointF(-120, 0)), kTheme));
+
+  // The loading overlay covers the SDK's item and leaves the header alone.
+  auto loading = std::make_shared<LoadingView>();
+  loading->show(frontEnd->coreWindow());
+  ASSERT_TRUE(waitFor([&] { return chrome("loadingOverlay")->isVisible(); }));
+  EXPECT_EQ(sceneRect("loadingOverlay"), view);
+  image = grab("host-scene-overlay");
+  EXPECT_TRUE(near(pixel(image, inHeader()), kHeader));
+  EXPECT_LT(pixel(image, QPoint(view.right() - 4, view.top() + 4)).lightness(), 200);
+  loading->removeFromWindow();
+  ASSERT_TRUE(waitFor([&] { return !chrome("loadingOverlay")->isVisible(); }));
+
+  // So does an alert, answered through its button in the host's window.
+  bool answered = false;
+  auto alert = AlertController::make("Host scene", "Drawn inside the host's item");
+  alert->addAction({"OK", AlertActionStyle::standard, [&] { answered = true; }});
+  frontEnd->topViewController()->present(alert, false);
+  ASSERT_TRUE(waitFor([&] { return frontEnd->findItem("action0") != nullptr; }));
+  EXPECT_EQ(sceneRect("alert"), view);
+  image = grab("host-scene-alert");
+  EXPECT_TRUE(near(pixel(image, inHeader()), kHeader));
+  tap("action0");
+  ASSERT_TRUE(waitFor([&] { return answered && !frontEnd->alert(); }));
+
+  // Back ends the run and leaves the host's page in the item.
+  tap("uiBtBack");
+  ASSERT_TRUE(waitFor([&] { return completions == 1; }));
+  EXPECT_EQ(response->value("status_code", 0), 301);
+  settle("HostTestPage");
+}
+
+class HandedOverStackTest : public HostSceneFixture {
+ protected:
+  QUrl scene() const override { return QUrl("qrc:/quorvel-tests/HostStackScene.qml"); }
+
+  int depth() { return chrome("hostStack")->property("depth").toInt(); }
+  QQuickItem* bottomPage() {
+    QQuickItem* page = nullptr;
+    QMetaObject::invokeMethod(chrome("hostStack"), "get", Q_RETURN_ARG(QQuickItem*, page),
+                              Q_ARG(int, 0));
+    return page;
+  }
+};
+
+TEST_F(HandedOverStackTest, ScreensGoAboveTheHostsOwnPagesAndLeaveThemThere) {
+  // The host's own page, then the core's root page.
+  EXPECT_EQ(depth(), 2);
+  hostNavigation->setNavigationBarHidden(true, false);
+  start(std::vector<std::string>{"multi_touch_v2"}, "490154203237518");
+  settle("StartViewController");
+  EXPECT_EQ(depth(), 3);
+  const QRect stack = sceneRect("hostStack");
+  const QImage image = grab("host-stack-start-screen");
+  EXPECT_TRUE(near(pixel(image, QPoint(stack.right() - 4, stack.top() + 4)), Qt::white));
+  EXPECT_TRUE(near(colorAt("uiBtNext", QPointF(-120, 0)), kTheme));
+
+  // The overlay covers the handed-over stack.
+  auto loading = std::make_shared<LoadingView>();
+  loading->show(frontEnd->coreWindow());
+  ASSERT_TRUE(waitFor([&] { return chrome("loadingOverlay")->isVisible(); }));
+  EXPECT_EQ(sceneRect("loadingOverlay"), stack);
+  loading->removeFromWindow();
+  ASSERT_TRUE(waitFor([&] { return !chrome("loadingOverlay")->isVisible(); }));
+
+  tap("uiBtBack");
+  ASSERT_TRUE(waitFor([&] { return completions == 1; }));
+  EXPECT_EQ(response->value("status_code", 0), 301);
+  settle("HostTestPage");
+  EXPECT_EQ(depth(), 2);
+  ASSERT_NE(bottomPage(), nullptr);
+  EXPECT_EQ(bottomPage()->objectName(), "hostOwnPage");
+  // Popping the core's page too shows the host's own page again.
+  hostNavigation->setViewControllers({}, false);
+  ASSERT_TRUE(waitFor([&] { return depth() == 1; }));
+  QTest::qWait(50);
+  EXPECT_TRUE(near(pixel(grab("host-stack-own-page"), stack.center()), kHostPage));
+}
+
+}  // namespace
+}  // namespace quorvel::testing
