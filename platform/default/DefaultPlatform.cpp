@@ -8,6 +8,7 @@
 #include "linux/XdgUrlOpener.h"
 #include "media/FfmpegImageEncoder.h"
 #include "quorvel/platform/Platform.h"
+#include "quorvel/platform/TrackedAudioSession.h"
 #include "quorvel/ui/Application.h"
 #include "support/RunLoopMainQueue.h"
 
@@ -33,7 +34,7 @@ Platform makeDefaultPlatform() {
   // them to these; until one does, none arrive.
   p.volumeEvents = std::make_shared<VolumeEvents>();
   p.screenshotEvents = std::make_shared<ScreenshotEvents>();
-  p.audioSession = std::make_shared<AudioSession>();
+  p.audioSession = std::make_shared<TrackedAudioSession>();
   p.application = std::make_shared<Application>();
   return p;
 }

@@ -21,6 +21,7 @@
 #include <utility>
 
 #include "quorvel/platform/Platform.h"
+#include "support/MainQueueCheck.h"
 
 namespace quorvel {
 
@@ -364,6 +365,7 @@ void LinuxDevice::scheduleBatteryPoll() {
 }
 
 void LinuxDevice::pollBattery() {
+  checkOnMainQueue("the battery poll");
   BatteryState state = battery_.state();
   float level = battery_.level();
   bool stateChanged = state != polledState_;

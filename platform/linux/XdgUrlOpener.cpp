@@ -10,6 +10,7 @@
 #include <utility>
 
 #include "quorvel/platform/Platform.h"
+#include "support/MainQueueCheck.h"
 
 namespace quorvel {
 
@@ -18,7 +19,10 @@ void XdgUrlOpener::open(const std::string& url, std::function<void(bool opened)>
   std::shared_ptr<MainQueue> queue = platform().mainQueue;
   auto finish = [queue, completion = std::move(completion)](bool opened) {
     if (!completion) return;
-    queue->async([completion, opened] { completion(opened); });
+    queue->async([completion, opened] {
+      checkOnMainQueue("the URL opener's answer");
+      completion(opened);
+    });
   };
   // xdg-open would take a leading dash as one of its own options.
   if (url.empty() || url.front() == '-') {

@@ -43,7 +43,10 @@ bool QtHardwareKeys::eventFilter(QObject* watched, QEvent* event) {
 void QtHardwareKeys::pressVolume(float step) {
   const float level = std::clamp(session_->outputVolume() + step, 0.0f, 1.0f);
   volume_->report({level, true});
-  session_->outputVolumeDidChange(level);
+  // A session that reads a mixer hears the change from it; one without is told here.
+  if (auto tracked = std::dynamic_pointer_cast<TrackedAudioSession>(session_)) {
+    tracked->outputVolumeDidChange(level);
+  }
 }
 
 }  // namespace quorvel

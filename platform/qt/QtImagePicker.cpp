@@ -1,6 +1,7 @@
 #include "qt/QtImagePicker.h"
 
 #include "quorvel/platform/Platform.h"
+#include "support/MainQueueCheck.h"
 
 namespace quorvel {
 
@@ -14,8 +15,10 @@ void QtImagePicker::pickImage(bool /*allowsEditing*/,
 void QtImagePicker::finish(std::optional<Image> image) {
   auto completion = std::exchange(pending_, nullptr);
   if (!completion) return;
-  platform().mainQueue->async(
-      [completion = std::move(completion), image = std::move(image)] { completion(image); });
+  platform().mainQueue->async([completion = std::move(completion), image = std::move(image)] {
+    checkOnMainQueue("the photo picker's answer");
+    completion(image);
+  });
 }
 
 }  // namespace quorvel

@@ -51,7 +51,7 @@ QuickFrontEnd::QuickFrontEnd(QObject* parent)
   platform_.mainQueue = std::make_shared<QtMainQueue>(this);
   platform_.application = std::make_shared<Application>();
   platform_.volumeEvents = std::make_shared<VolumeEvents>();
-  platform_.audioSession = std::make_shared<AudioSession>();
+  platform_.audioSession = std::make_shared<TrackedAudioSession>();
   platform_.screenshotEvents = std::make_shared<ScreenshotEvents>();
   picker_ = std::make_shared<QtImagePicker>([this] { emit imagePickRequested(); });
   platform_.imagePicker = picker_;

@@ -21,7 +21,10 @@ void VirtualVolumeKeys::setLevel(float level) {
     QWindowSystemInterface::flushWindowSystemEvents();
   }
   volume_->report({level, false});
-  session_->outputVolumeDidChange(level);
+  // A session that reads a mixer hears the change from it; one without is told here.
+  if (auto tracked = std::dynamic_pointer_cast<TrackedAudioSession>(session_)) {
+    tracked->outputVolumeDidChange(level);
+  }
 }
 
 void VirtualVolumeKeys::pressUp() { press(Qt::Key_VolumeUp); }

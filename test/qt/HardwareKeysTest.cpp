@@ -48,7 +48,7 @@ class HardwareKeysTest : public ::testing::Test {
   static constexpr float kStep = 1.0f / 16;
 
   std::shared_ptr<VolumeEvents> volume = std::make_shared<VolumeEvents>();
-  std::shared_ptr<AudioSession> session = std::make_shared<AudioSession>(0.5f);
+  std::shared_ptr<TrackedAudioSession> session = std::make_shared<TrackedAudioSession>(0.5f);
   std::shared_ptr<ScreenshotEvents> screenshots = std::make_shared<ScreenshotEvents>();
   KeyWindow window;
   QtHardwareKeys keys{volume, session, screenshots};

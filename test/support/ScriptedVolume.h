@@ -2,7 +2,7 @@
 
 #include <memory>
 
-#include "quorvel/platform/AudioSession.h"
+#include "quorvel/platform/TrackedAudioSession.h"
 #include "quorvel/platform/VolumeEvents.h"
 
 namespace quorvel::testing {
@@ -14,7 +14,7 @@ struct ScriptedVolume {
   static constexpr float kStep = 1.0f / 16;
 
   std::shared_ptr<VolumeEvents> events = std::make_shared<VolumeEvents>();
-  std::shared_ptr<AudioSession> session = std::make_shared<AudioSession>(0.5f);
+  std::shared_ptr<TrackedAudioSession> session = std::make_shared<TrackedAudioSession>(0.5f);
 
   void pressUp() { press(kStep); }
   void pressDown() { press(-kStep); }

@@ -2,7 +2,7 @@
 
 #include <functional>
 
-#include "quorvel/platform/ObserverList.h"
+#include "quorvel/platform/Subscription.h"
 
 namespace quorvel {
 
@@ -10,29 +10,16 @@ namespace quorvel {
 // volume with change observation.
 class AudioSession {
  public:
-  // outputVolume: the level until the platform reports one.
-  explicit AudioSession(float outputVolume = 1.0f) : outputVolume_(outputVolume) {}
+  virtual ~AudioSession() = default;
 
-  void setActive(bool active) { active_ = active; }
-  bool isActive() const { return active_; }
+  virtual void setActive(bool active) = 0;
+  virtual bool isActive() const = 0;
 
   // 0.0 to 1.0.
-  float outputVolume() const { return outputVolume_; }
-  Subscription observeOutputVolume(std::function<void(float volume)> observer) {
-    return observers_.add(std::move(observer));
-  }
-
+  virtual float outputVolume() const = 0;
   // The platform reports every change of the level on the main queue, including a key press that
   // leaves it at 0.0 or 1.0.
-  void outputVolumeDidChange(float volume) {
-    outputVolume_ = volume;
-    observers_.notify(volume);
-  }
-
- private:
-  bool active_ = false;
-  float outputVolume_;
-  ObserverList<float> observers_;
+  virtual Subscription observeOutputVolume(std::function<void(float volume)> observer) = 0;
 };
 
 }  // namespace quorvel

@@ -1,0 +1,35 @@
+#pragma once
+
+#include <functional>
+
+#include "quorvel/platform/AudioSession.h"
+#include "quorvel/platform/ObserverList.h"
+
+namespace quorvel {
+
+// An audio session for systems without a mixer the SDK can read: the level is what whoever sees
+// the volume keys (a front end, virtual keys) says it is, starting from a level of its own.
+class TrackedAudioSession : public AudioSession {
+ public:
+  explicit TrackedAudioSession(float outputVolume = 1.0f) : outputVolume_(outputVolume) {}
+
+  void setActive(bool active) override { active_ = active; }
+  bool isActive() const override { return active_; }
+  float outputVolume() const override { return outputVolume_; }
+  Subscription observeOutputVolume(std::function<void(float volume)> observer) override {
+    return observers_.add(std::move(observer));
+  }
+
+  // The level changed; call on the main queue.
+  void outputVolumeDidChange(float volume) {
+    outputVolume_ = volume;
+    observers_.notify(volume);
+  }
+
+ private:
+  bool active_ = false;
+  float outputVolume_;
+  ObserverList<float> observers_;
+};
+
+}  // namespace quorvel
