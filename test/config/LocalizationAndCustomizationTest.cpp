@@ -3,6 +3,7 @@
 #include <map>
 #include <optional>
 #include <string>
+#include <utility>
 #include <vector>
 
 #include "quorvel/Customization.h"
@@ -15,40 +16,20 @@ namespace quorvel {
 namespace {
 
 using Copies = std::map<std::string, std::string>;
-
-// --- Localization ---
-
 using LocalizationTest = testing::SdkFixture;
 
-TEST_F(LocalizationTest, CopyFollowsTheRunsLanguage) {
-  struct Case {
-    const char* key;
-    const char* english;
-    const char* portuguese;
-  };
-  const Case cases[] = {
-      {"ok", "OK", "OK"},
-      {"done", "Done", "Terminar"},
-      {"end_screen_done", "Finish", "Terminar"},
-      {"test_number_of_total", "Test %1$@/%2$@", "Teste %1$@/%2$@"},
-      {"speaker_record_description", "Tap \"%1$@\" to hear the sound",
-       "Pressione \"%1$@\" para ouvir o som"},
-      {"imei_confirm_screen_title_multiple", "IMEI verification", "Confirmação dos IMEI"},
-      {"imei_location_path_ios", "General / About", "Geral / Informações"},
-      {"imei_location_path_android", "General / About", "Definições / Acerca do telefone"},
-      // A key neither table holds is answered with itself.
-      {"no_such_key", "no_such_key", "no_such_key"},
-      {"", "", ""},
-      {"OK", "OK", "OK"},
-      {"DONE", "DONE", "DONE"},
-  };
-  for (const auto& c : cases) {
+TEST_F(LocalizationTest, CopyFollowsTheRunsLanguageUnlessOneIsGiven) {
+  // A key neither table holds is answered with itself; keys are exact.
+  for (const char* key : {"done", "no_such_key", "DONE"}) {
+    const std::string english = Localization::copy(key, SupportedLanguage::english);
+    const std::string portuguese = Localization::copy(key, SupportedLanguage::portuguese);
+    EXPECT_EQ(english, std::string(key) == "done" ? "Done" : key);
+    EXPECT_EQ(portuguese, std::string(key) == "done" ? "Terminar" : key);
     sdk.language = SupportedLanguage::english;
-    EXPECT_EQ(Localization::copy(c.key), c.english) << c.key;
-    EXPECT_EQ(Localization::copy(c.key, SupportedLanguage::portuguese), c.portuguese) << c.key;
+    EXPECT_EQ(Localization::copy(key), english) << key;
     sdk.language = SupportedLanguage::portuguese;
-    EXPECT_EQ(Localization::copy(c.key), c.portuguese) << c.key;
-    EXPECT_EQ(Localization::copy(c.key, SupportedLanguage::english), c.english) << c.key;
+    EXPECT_EQ(Localization::copy(key), portuguese) << key;
+    EXPECT_EQ(Localization::copy(key, SupportedLanguage::english), english) << key;
   }
 }
 
@@ -56,98 +37,47 @@ using LocalizationDeathTest = LocalizationTest;
 
 TEST_F(LocalizationDeathTest, UnsupportedLanguageRawValueIsFatal) {
   EXPECT_DEATH(Localization::copy("ok", static_cast<SupportedLanguage>(7)), "language");
-  sdk.language = static_cast<SupportedLanguage>(7);
-  EXPECT_DEATH(Localization::copy("ok"), "language");
   sdk.language = static_cast<SupportedLanguage>(-1);
   EXPECT_DEATH(Localization::copy("no_such_key"), "language");
 }
 
-TEST(LocalizationFormat, FillsPlaceholders) {
-  struct Case {
-    const char* format;
-    std::vector<std::string> arguments;
-    const char* expected;
-  };
-  const std::vector<Case> cases = {
-      {"Test %1$@/%2$@", {"2", "3"}, "Test 2/3"},
-      {"%2$@ before %1$@", {"a", "b"}, "b before a"},
-      {"%1$@ and %1$@", {"z"}, "z and z"},
-      {"%@ and %@", {"x", "y"}, "x and y"},
-      {"Tap \"%1$@\" to hear", {"Começar"}, "Tap \"Começar\" to hear"},
-      {"100%%", {}, "100%"},
-      {"%%1$@", {"a"}, "%1$@"},
-      {"%%@ %@", {"a"}, "%@ a"},
-      {"no placeholders", {"unused"}, "no placeholders"},
-      {"", {"a"}, ""},
-      {"%10$@", {"1", "2", "3", "4", "5", "6", "7", "8", "9", "ten"}, "ten"},
+TEST(LocalizationFormat, FillsPlaceholdersAndCopiesWhatItCannotFill) {
+  const std::vector<std::pair<std::string, const char*>> cases = {
+      {Localization::format("%2$@ before %1$@", {"a", "b"}), "b before a"},
+      {Localization::format("%1$@ and %1$@", {"z"}), "z and z"},
+      {Localization::format("%@ and %@", {"x", "y"}), "x and y"},
+      {Localization::format("100%% %%1$@ %%@ %@", {"a"}), "100% %1$@ %@ a"},
+      {Localization::format("%10$@", {"1", "2", "3", "4", "5", "6", "7", "8", "9", "ten"}), "ten"},
       // A placeholder without its argument stays as it is.
-      {"Test %1$@/%2$@", {"2"}, "Test 2/%2$@"},
-      {"%@ %@", {"a"}, "a %@"},
-      {"%3$@", {"a", "b"}, "%3$@"},
-      {"%0$@", {"a"}, "%0$@"},
-      {"%1$@", {}, "%1$@"},
+      {Localization::format("Test %1$@/%2$@", {"2"}), "Test 2/%2$@"},
+      {Localization::format("%@ %@", {"a"}), "a %@"},
+      {Localization::format("%0$@", {"a"}), "%0$@"},
       // Broken or foreign directives are copied.
-      {"50%", {"a"}, "50%"},
-      {"%1$", {"a"}, "%1$"},
-      {"%1@", {"a"}, "%1@"},
-      {"%d", {"a"}, "%d"},
+      {Localization::format("50% %1$ %1@ %d", {"a"}), "50% %1$ %1@ %d"},
   };
-  for (const auto& c : cases) {
-    std::string out;
-    switch (c.arguments.size()) {
-      case 0:
-        out = Localization::format(c.format, {});
-        break;
-      case 1:
-        out = Localization::format(c.format, {c.arguments[0]});
-        break;
-      case 2:
-        out = Localization::format(c.format, {c.arguments[0], c.arguments[1]});
-        break;
-      default:
-        ASSERT_EQ(c.arguments.size(), 10u);
-        out = Localization::format(
-            c.format,
-            {c.arguments[0], c.arguments[1], c.arguments[2], c.arguments[3], c.arguments[4],
-             c.arguments[5], c.arguments[6], c.arguments[7], c.arguments[8], c.arguments[9]});
-    }
-    EXPECT_EQ(out, c.expected) << '"' << c.format << '"';
-  }
+  for (const auto& [out, expected] : cases) EXPECT_EQ(out, expected);
 }
 
 // --- Customization ---
 
 using CustomizationTest = testing::SdkFixture;
 
-void expectDefaultsAroundTheme(const Customization& c, const Color& theme) {
-  EXPECT_EQ(c.skipTestButtonColor, theme);
-  EXPECT_EQ(c.customNavigationBarButtonsTextColor, theme);
-  EXPECT_EQ(c.progressBarSelectedColor, theme);
-  EXPECT_EQ(c.buttonsStyle.backgroundColor, theme);
-  // These never follow the theme.
-  EXPECT_EQ(c.customNavigationBarBackgroundColor, Color::white());
-  EXPECT_EQ(c.customNavigationBarTextColor, (Color{50 / 255.0, 50 / 255.0, 50 / 255.0, 1}));
-  EXPECT_EQ(c.progressBarBackgroundColor, (Color{223 / 255.0, 224 / 255.0, 234 / 255.0, 1}));
-  EXPECT_EQ(c.buttonsStyle.foregroundColor, Color::white());
-  EXPECT_EQ(c.buttonsStyle.borderType, BorderType::capsule);
-  EXPECT_TRUE(c.customScreens.empty());
-}
-
-TEST_F(CustomizationTest, HalfTransparentThemeGivesOpaqueColoursOfItsHue) {
+TEST_F(CustomizationTest, ThemeIsReadOnceWhenCreatedAndMadeOpaque) {
+  Customization before;
   sdk.themeColor = Color{0.8, 0.1, 0.3, 0.5};
-  Customization customization;
-  expectDefaultsAroundTheme(customization, Color{0.8, 0.1, 0.3, 1});
+  Customization after;
+  for (const auto& [c, theme] : {std::pair{&before, Customization::defaultThemeColor()},
+                                 std::pair{&after, Color{0.8, 0.1, 0.3, 1}}}) {
+    EXPECT_EQ(c->skipTestButtonColor, theme);
+    EXPECT_EQ(c->customNavigationBarButtonsTextColor, theme);
+    EXPECT_EQ(c->progressBarSelectedColor, theme);
+    EXPECT_EQ(c->buttonsStyle.backgroundColor, theme);
+    // Never follows the theme.
+    EXPECT_EQ(c->buttonsStyle.foregroundColor, Color::white());
+  }
   EXPECT_EQ(Customization::currentThemeColor(), (Color{0.8, 0.1, 0.3, 1}));
   // The host's colour itself is left alone.
   EXPECT_EQ(sdk.themeColor->alpha, 0.5);
-}
-
-TEST_F(CustomizationTest, ThemeIsReadOnceWhenCreated) {
-  Customization before;
-  sdk.themeColor = Color{0.2, 0.6, 0.4, 1};
-  Customization after;
-  expectDefaultsAroundTheme(before, Customization::defaultThemeColor());
-  expectDefaultsAroundTheme(after, Color{0.2, 0.6, 0.4, 1});
 }
 
 TEST(ColorHex, ReadsBackWhatItWritesAndRefusesAnythingElse) {
@@ -163,96 +93,65 @@ TEST(BorderType, RawValuesAndCornerRadius) {
   EXPECT_EQ(makeBorderType(0), BorderType::capsule);
   EXPECT_EQ(makeBorderType(1), BorderType::rounded);
   EXPECT_EQ(makeBorderType(2), BorderType::square);
-  for (int raw : {3, -1, 100, -2147483647 - 1}) {
-    EXPECT_EQ(makeBorderType(raw), std::nullopt) << raw;
-  }
-  for (double height : {44.0, 60.0, 0.0}) {
-    EXPECT_DOUBLE_EQ(cornerRadius(BorderType::capsule, height), height / 2) << height;
-    EXPECT_DOUBLE_EQ(cornerRadius(BorderType::rounded, height), 5) << height;
-    EXPECT_DOUBLE_EQ(cornerRadius(BorderType::square, height), 0) << height;
-  }
+  EXPECT_EQ(makeBorderType(3), std::nullopt);
+  EXPECT_EQ(makeBorderType(-1), std::nullopt);
+  EXPECT_DOUBLE_EQ(cornerRadius(BorderType::capsule, 44), 22);
+  EXPECT_DOUBLE_EQ(cornerRadius(BorderType::capsule, 60), 30);
+  EXPECT_DOUBLE_EQ(cornerRadius(BorderType::rounded, 44), 5);
+  EXPECT_DOUBLE_EQ(cornerRadius(BorderType::square, 44), 0);
 }
 
-TEST(CustomizableScreen, CopyOverrideOnlyWhenPresentAndNotEmpty) {
-  struct Case {
-    const char* name;
-    std::optional<Copies> copies;
-    const char* expected;
+TEST_F(CustomizationTest, ScreenOverridesOnlyWhenItsCopyIsPresentAndNotEmpty) {
+  const std::vector<std::pair<std::optional<Copies>, const char*>> cases = {
+      {std::nullopt, "Device testing"},
+      {Copies{{"Title", "keys are exact"}}, "Device testing"},
+      {Copies{{"title", ""}}, "Device testing"},
+      {Copies{{"title", " "}}, " "},
   };
-  const std::vector<Case> cases = {
-      {"no copies at all", std::nullopt, "Device testing"},
-      {"empty copies", Copies{}, "Device testing"},
-      {"other key only", Copies{{"description", "Hello"}}, "Device testing"},
-      {"empty override", Copies{{"title", ""}}, "Device testing"},
-      {"override", Copies{{"title", "Check your phone"}}, "Check your phone"},
-      {"blank override is not empty", Copies{{"title", " "}}, " "},
-      {"keys are exact", Copies{{"Title", "Nope"}}, "Device testing"},
-  };
-  for (const auto& c : cases) {
-    CustomizableScreen screen("start_screen", c.copies);
-    EXPECT_EQ(screen.getCopyForKey("title", "Device testing"), c.expected) << c.name;
+  for (const auto& [copies, expected] : cases) {
+    CustomizableScreen screen("start_screen", copies);
+    EXPECT_EQ(screen.getCopyForKey("title", "Device testing"), expected);
   }
-}
-
-TEST_F(CustomizationTest, OverrideBeatsTheTableInEveryLanguageButEmptyFallsBack) {
-  CustomizableScreen blank("start_screen", Copies{{"title", ""}});
-  CustomizableScreen host("start_screen", Copies{{"title", "Olá"}});
-  sdk.language = SupportedLanguage::english;
-  EXPECT_EQ(blank.getCopyForKey("title", Localization::copy("start_screen_title")),
-            "Device testing");
-  EXPECT_EQ(host.getCopyForKey("title", Localization::copy("start_screen_title")), "Olá");
-  sdk.language = SupportedLanguage::portuguese;
-  EXPECT_EQ(blank.getCopyForKey("title", Localization::copy("start_screen_title")),
-            Localization::copy("start_screen_title", SupportedLanguage::portuguese));
-  EXPECT_EQ(host.getCopyForKey("title", Localization::copy("start_screen_title")), "Olá");
 }
 
 TEST_F(CustomizationTest, ScreenFindsTheFirstOverrideOfExactlyThatType) {
   Customization customization;
   EXPECT_EQ(customization.screen("start_screen"), nullptr);
-
   customization.customScreens = {
       CustomizableScreen("multi_touch_v2", Copies{{"title", "Touch"}}),
       CustomizableScreen("start_screen", Copies{{"title", "First"}}),
       CustomizableScreen("start_screen", Copies{{"title", "Second"}}),
   };
-  const CustomizableScreen* found = customization.screen("start_screen");
-  ASSERT_NE(found, nullptr);
-  EXPECT_EQ(found, &customization.customScreens[1]);
-  EXPECT_EQ(found->getCopyForKey("title", ""), "First");
+  EXPECT_EQ(customization.screen("start_screen"), &customization.customScreens[1]);
   EXPECT_EQ(customization.screen("multi_touch_v2"), &customization.customScreens[0]);
-
-  for (const char* type : {"Start_Screen", "start_screen ", "start", "", "end_screen"}) {
+  for (const char* type : {"Start_Screen", "start_screen ", "end_screen"}) {
     EXPECT_EQ(customization.screen(type), nullptr) << '"' << type << '"';
   }
 }
 
-// --- Status codes ---
-
 TEST(StatusCodes, EveryCodeHasItsText) {
   struct Case {
-    int code;
-    int named;
+    int named, code;
     const char* text;
   };
   const Case cases[] = {
-      {200, StatusCodes::testFinished, "Test finished"},
-      {301, StatusCodes::cancelledByUser, "Test was canceled by user"},
-      {401, StatusCodes::invalidAppID, "Invalid App ID"},
-      {402, StatusCodes::invalidAPIKey, "Invalid API Key"},
-      {403, StatusCodes::invalidIMEI, "Invalid IMEI"},
-      {404, StatusCodes::missingCameraUsageDescription,
+      {StatusCodes::testFinished, 200, "Test finished"},
+      {StatusCodes::cancelledByUser, 301, "Test was canceled by user"},
+      {StatusCodes::invalidAppID, 401, "Invalid App ID"},
+      {StatusCodes::invalidAPIKey, 402, "Invalid API Key"},
+      {StatusCodes::invalidIMEI, 403, "Invalid IMEI"},
+      {StatusCodes::missingCameraUsageDescription, 404,
        "NSCameraUsageDescription is not defined in the app .plist file."},
-      {405, StatusCodes::missingMicrophoneUsageDescription,
+      {StatusCodes::missingMicrophoneUsageDescription, 405,
        "NSMicrophoneUsageDescription is not defined in the app .plist file."},
-      {406, StatusCodes::serverError, "A server error occurred."},
-      {407, StatusCodes::invalidSerialNumber, "Invalid Serial Number"},
+      {StatusCodes::serverError, 406, "A server error occurred."},
+      {StatusCodes::invalidSerialNumber, 407, "Invalid Serial Number"},
   };
   for (const auto& c : cases) {
     EXPECT_EQ(c.named, c.code) << c.text;
     EXPECT_EQ(StatusCodes::getDescription(c.code), c.text) << c.code;
   }
-  for (int code : {999, 0, -1, 300, 400, 408, 500}) {
+  for (int code : {0, 300, 408}) {
     EXPECT_EQ(StatusCodes::getDescription(code), "Invalid error code") << code;
   }
 }

@@ -2,7 +2,9 @@
 
 #include <memory>
 
+#include "quorvel/platform/AudioPlayer.h"
 #include "quorvel/platform/AudioSession.h"
+#include "quorvel/platform/Camera.h"
 #include "quorvel/platform/Clock.h"
 #include "quorvel/platform/Device.h"
 #include "quorvel/platform/HostBundle.h"
@@ -11,9 +13,11 @@
 #include "quorvel/platform/ImagePicker.h"
 #include "quorvel/platform/Log.h"
 #include "quorvel/platform/MainQueue.h"
+#include "quorvel/platform/MediaExport.h"
 #include "quorvel/platform/ScreenshotEvents.h"
 #include "quorvel/platform/TypeRegistry.h"
 #include "quorvel/platform/UrlOpener.h"
+#include "quorvel/platform/VideoPlayback.h"
 #include "quorvel/platform/VolumeEvents.h"
 
 namespace quorvel {
@@ -37,10 +41,15 @@ class Application;
   PORT(VolumeEvents, volumeEvents)         \
   PORT(ScreenshotEvents, screenshotEvents) \
   PORT(AudioSession, audioSession)         \
+  PORT(AudioPlayer, audioPlayer)           \
+  PORT(Camera, camera)                     \
+  PORT(MediaExport, mediaExport)           \
+  PORT(VideoPlayback, videoPlayback)       \
   PORT(Application, application)
 
 // One of each port. A front end installs its Platform before the host calls performTests. Only
-// imagePicker may stay empty: without one, the photo route of the IMEI screen is not offered.
+// imagePicker may stay empty (without one, the photo route of the IMEI screen is not offered),
+// and the media ports, which no adapter of this build fills yet.
 struct Platform {
 #define QUORVEL_PORT_SLOT(Type, name) std::shared_ptr<Type> name;
   QUORVEL_PORTS(QUORVEL_PORT_SLOT)

@@ -20,15 +20,18 @@ std::vector<std::string> emptySlots(const Platform& p) {
   return empty;
 }
 
-TEST(PlatformSlots, EveryPortIsFilledExceptThePhotoPickerOfAPlatformWithoutAFrontEnd) {
+TEST(PlatformSlots, EveryPortIsFilledExceptThePhotoPickerAndTheMediaPortsWithoutAdapters) {
   // A port added to the list without an adapter in the default platform shows up here.
-  EXPECT_EQ(emptySlots(makeDefaultPlatform()), std::vector<std::string>{"imagePicker"});
+  const std::vector<std::string> media = {"audioPlayer", "camera", "mediaExport", "videoPlayback"};
+  std::vector<std::string> withoutFrontEnd = {"imagePicker"};
+  withoutFrontEnd.insert(withoutFrontEnd.end(), media.begin(), media.end());
+  EXPECT_EQ(emptySlots(makeDefaultPlatform()), withoutFrontEnd);
   installPlatform(Platform{});
-  EXPECT_EQ(emptySlots(platform()), std::vector<std::string>{"imagePicker"});
+  EXPECT_EQ(emptySlots(platform()), withoutFrontEnd);
   // The test platform scripts what it must and leaves the rest to the default adapters.
   TestPlatform scripted;
   scripted.install();
-  EXPECT_EQ(emptySlots(platform()), std::vector<std::string>{});
+  EXPECT_EQ(emptySlots(platform()), media);
   EXPECT_EQ(platform().mainQueue, scripted.queue);
   installPlatform(Platform{});
 }

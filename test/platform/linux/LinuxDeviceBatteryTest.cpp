@@ -34,12 +34,16 @@ class LinuxDeviceBatteryTest : public ::testing::Test {
       device.observeBattery([this](BatteryChange change) { heard.push_back(change); });
 };
 
-TEST_F(LinuxDeviceBatteryTest, ChangesAreReportedOnlyWhileMonitoring) {
-  setBattery("Charging", 50);
+TEST_F(LinuxDeviceBatteryTest, ValuesAndChangesAreReportedOnlyWhileMonitoring) {
+  setBattery("Charging", 80);
   queue->advance(5);
   EXPECT_TRUE(queue->pendingDelays().empty());
+  EXPECT_EQ(device.batteryState(), BatteryState::unknown);
+  EXPECT_EQ(device.batteryLevel(), -1.0f);
 
   device.setBatteryMonitoringEnabled(true);
+  EXPECT_EQ(device.batteryState(), BatteryState::charging);
+  EXPECT_EQ(device.batteryLevel(), 0.8f);
   queue->advance(LinuxDevice::kBatteryPollSeconds);
   EXPECT_TRUE(heard.empty());  // monitoring starts from what the supply reports now
   setBattery("Full", 100);
@@ -48,6 +52,7 @@ TEST_F(LinuxDeviceBatteryTest, ChangesAreReportedOnlyWhileMonitoring) {
   EXPECT_EQ(device.batteryState(), BatteryState::full);
 
   device.setBatteryMonitoringEnabled(false);
+  EXPECT_EQ(device.batteryLevel(), -1.0f);
   setBattery("Discharging", 90);
   queue->advance(5);
   EXPECT_EQ(heard.size(), 2u);
