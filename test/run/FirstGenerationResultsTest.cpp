@@ -1,0 +1,75 @@
+#include <gtest/gtest.h>
+
+#include <functional>
+
+#include "AssetsServer.h"
+#include "run/RunController.h"
+#include "support/SdkFixture.h"
+#include "tests/physical/Buttons_v1_ViewController.h"
+#include "tests/physical/Charging_v1_ViewController.h"
+#include "tests/physical/MultiTouch_v1_ViewController.h"
+
+namespace quorvel::testing {
+namespace {
+
+// No run the host can start reaches the first-generation screens, so their reports are handed to
+// a run controller as the screens make them; what the backend then receives shows where each went.
+class FirstGenerationResultsTest : public SdkFixture {
+ protected:
+  void SetUp() override {
+    SdkFixture::SetUp();
+    server.start();
+    env.setAssetsHost(server.address());
+    hostWithNavigation();
+    sdk.hideStartScreen = true;
+  }
+  void TearDown() override {
+    server.stop();
+    SdkFixture::TearDown();
+  }
+
+  TemporaryTree storage{"quorvel-assets"};
+  AssetsServer server{AssetsServer::Options{storage.path(), {"key"}}};
+};
+
+TEST_F(FirstGenerationResultsTest, EachScreenIsFiledUnderItsResultKey) {
+  struct Case {
+    const char* resultKey;
+    std::function<void(RunController&)> report;
+  };
+  const Dictionary result = {{"success", true}, {"version", "1"}};
+  const std::vector<Case> cases = {
+      {"charging",
+       [&](RunController& run) {
+         Charging_v1_ViewController screen;
+         run.Charging_v1_ViewControllerFinished(screen, result);
+       }},
+      {"buttons",
+       [&](RunController& run) {
+         Buttons_v1_ViewController screen;
+         run.Buttons_v1_ViewControllerFinished(screen, result);
+       }},
+      {"multi_touch",
+       [&](RunController& run) {
+         MultiTouch_v1_ViewController screen;
+         run.MultiTouch_v1_ViewControllerFinished(screen, result);
+       }},
+  };
+  for (const auto& c : cases) {
+    SCOPED_TRACE(c.resultKey);
+    outcome = std::make_shared<Outcome>();
+    auto run = std::make_shared<RunController>(sdk);
+    // One test, so the report ends the tests and the end screen follows.
+    run->performTests("app", "key", std::vector<std::string>{"multi_touch_v2"}, "490154203237518",
+                      std::nullopt, nullptr, completion());
+    c.report(*run);
+    settle();
+    ASSERT_EQ(topInterface(), "TestsFinishedViewController");
+    press("uiBtDone_TouchUpInside");
+    ASSERT_TRUE(waitUntil([&] { return outcome->calls > 0; }));
+    EXPECT_EQ(outcome->response->at("tests_results"), (Dictionary{{c.resultKey, result}}));
+  }
+}
+
+}  // namespace
+}  // namespace quorvel::testing
