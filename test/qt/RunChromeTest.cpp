@@ -60,12 +60,10 @@ TEST_F(RunChromeTest, OverlayCoversAStalledUploadAndTheAlertAnswersThroughItsBut
   EXPECT_EQ(server.requests().size(), 1u);
   grab("alert-upload-failed");
 
-  // OK keeps the run open on the end screen.
+  // OK keeps the run open (what the run does then is RunFlowTest's); the overlay goes.
   tap("action0");
   ASSERT_TRUE(waitFor([&] { return !frontEnd->alert(); }));
   EXPECT_TRUE(waitFor([&] { return !chrome("loadingOverlay")->isVisible(); }));
-  EXPECT_EQ(topInterface(), "TestsFinishedViewController");
-  EXPECT_EQ(completions, 0);
 
   // Try later ends it with 406.
   tap("uiBtDone");

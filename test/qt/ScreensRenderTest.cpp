@@ -117,40 +117,30 @@ TEST_P(EveryScreenTest, ShowsTheCopyAndColoursTheCoreHolds) {
   EXPECT_TRUE(description.contains("<a href")) << description.toStdString();
   EXPECT_EQ(QString(description).remove(QRegularExpression("<[^>]*>")),
             QString::fromStdString(coreText(*imei, "uiLbDescription")));
-  EXPECT_EQ(textOf("uiLbTitle"), pick("Device verification", "Verificação do dispositivo"));
-  EXPECT_EQ(textOf("uiRBSerialNumber"), pick("S/N", "N/S"));
+  // The placeholder is a property of the field, out of reach of the copy check.
   EXPECT_EQ(item("uiTfIMEIInput")->property("placeholderText").toString(),
             pick("Enter IMEI number", "Introduza o número IMEI"));
   screenshot("IMEIViewController");
 
   auto finished = show<TestsFinishedViewController>(ScreenType::end_screen);
   expectCoreCopy(*finished, {"uiLbText", "uiBtDone", "uiBtTestAgain", "uiVersionLabel"});
-  EXPECT_EQ(textOf("uiBtDone"), pick("Finish", "Terminar"));
   screenshot("TestsFinishedViewController");
 
   auto charging = show<Charging_v1_ViewController>(ScreenType::charging_v1);
   expectCoreCopy(*charging, {"uiLbTitle", "uiLbDescription", "uiLbTestCounter",
                              "uiBtCouldntCompleteTest", "uiBtCancel"});
-  EXPECT_EQ(textOf("uiLbTitle"), pick("Power cable", "Cabo de alimentação"));
-  EXPECT_EQ(textOf("uiBtCouldntCompleteTest"),
-            pick("I couldn't complete this test", "Não consegui concluir este teste"));
-  EXPECT_EQ(textOf("uiLbTestCounter"), pick("Test 1/1", "Teste 1/1"));
   screenshot("Charging_v1_ViewController");
 
   auto buttons = show<Buttons_v1_ViewController>(ScreenType::buttons_v1);
   expectCoreCopy(*buttons, {"uiLbTitle", "uiLbDescription", "uiBtCouldntCompleteTest"});
-  EXPECT_EQ(textOf("uiLbDescription"),
-            pick("Press volume up", "Prima o botão de aumentar o volume"));
   screenshot("Buttons_v1_ViewController");
 
   auto touch1 = show<MultiTouch_v1_ViewController>(ScreenType::multi_touch_v1);
   expectCoreCopy(*touch1, {"uiLbTitle", "uiLbDescription", "uiBtCouldntCompleteTest"});
-  EXPECT_EQ(textOf("uiLbTitle"), pick("Multi touch", "Multitoque"));
   screenshot("MultiTouch_v1_ViewController");
 
   auto touch2 = show<MultiTouch_v2_ViewController>(ScreenType::multi_touch_v2);
   expectCoreCopy(*touch2, {"uiLbTitle", "uiLbDescription", "uiBtCouldntCompleteTest"});
-  EXPECT_EQ(textOf("uiLbTitle"), pick("Slide fingers", "Deslizar os dedos"));
   // The pan is judged against the picture's height, so the picture fills the slider area.
   const Size slide = touch2->outlet<ImageView>("uiImageSlide").bounds;
   EXPECT_GT(slide.height, 200);
@@ -169,8 +159,17 @@ TEST_P(EveryScreenTest, ShowsTheCopyAndColoursTheCoreHolds) {
     EXPECT_EQ(textOf(key + "Description"),
               QString::fromStdString(row.at("description").get<std::string>()));
   }
-  EXPECT_EQ(textOf("buttons_v2_volume_upTitle"), pick("Volume up", "Aumentar volume"));
   screenshot("MultipleTests_v2_ViewController");
+
+  // The start screen comes from a run, with the identifier it was given.
+  start(std::vector<std::string>{"multi_touch_v2"}, "490154203237518");
+  settle("StartViewController");
+  expectCoreCopy(*frontEnd->topViewController(), {"uiLbTitle", "uiBtNext", "uiLbIMEIValue"});
+  EXPECT_EQ(textOf("uiLbIMEIValue"), "490154203237518");
+  // No serial number was given, and no test of this run needs a hint.
+  EXPECT_EQ(frontEnd->findItem("uiStackViewSerialNumber"), nullptr);
+  EXPECT_EQ(frontEnd->findItem("uiViewSuggestions"), nullptr);
+  screenshot("StartViewController");
 }
 
 INSTANTIATE_TEST_SUITE_P(Languages, EveryScreenTest,
@@ -182,6 +181,20 @@ INSTANTIATE_TEST_SUITE_P(Languages, EveryScreenTest,
                          });
 
 class ScreenStateTest : public ScreenFixture {};
+
+TEST_F(ScreenStateTest, StartScreenShowsASerialAndTheDefaultTestsHintsAndStartMovesOn) {
+  start(std::nullopt, std::nullopt, "C02XK0AB");
+  settle("StartViewController");
+  EXPECT_EQ(textOf("uiLbSNValue"), "C02XK0AB");
+  EXPECT_EQ(frontEnd->findItem("uiStackViewIMEI"), nullptr);
+  for (const char* hint : {"uiViewSuggestions", "uiLbSuggestionChargingCable",
+                           "uiLbSuggestionMirror", "uiLbSuggestionNoise"}) {
+    EXPECT_NE(frontEnd->findItem(hint), nullptr) << hint;
+  }
+  expectCoreColours();
+  tap("uiBtNext");
+  settle("MultipleTests_v2_ViewController");
+}
 
 TEST_F(ScreenStateTest, HeaderFillsTheSegmentsUpToItsScreenAndHidesUnderANavigationBar) {
   auto custom = std::make_shared<Customization>();
@@ -215,20 +228,12 @@ TEST_F(ScreenStateTest, HeaderFillsTheSegmentsUpToItsScreenAndHidesUnderANavigat
   EXPECT_NE(item("uiLbTitle"), nullptr);
 }
 
-TEST_F(ScreenStateTest, IMEIScreenOffersThePhotoRouteOnlyWithAPicker) {
-  auto withPicker = show<IMEIViewController>(ScreenType::imei_screen);
-  for (const char* name : {"uiLbOr", "uiLbAttachText", "uiBtAttachImage", "uiViewNoImage"}) {
-    EXPECT_NE(frontEnd->findItem(name), nullptr) << name;
-  }
-  // No photo yet: no picture and nothing to remove.
-  EXPECT_EQ(frontEnd->findItem("uiIvImage"), nullptr);
-  EXPECT_EQ(frontEnd->findItem("uiBtRemoveImage"), nullptr);
-
+TEST_F(ScreenStateTest, IMEIScreenWithoutAPickerDropsThePhotoRouteAndItsRoom) {
   Platform changed = platform();
   changed.imagePicker = nullptr;
   installPlatform(changed);
-  auto withoutPicker = show<IMEIViewController>(ScreenType::imei_screen);
-  ASSERT_TRUE(withoutPicker->outlet<Button>("uiBtAttachImage").hidden);
+  auto imei = show<IMEIViewController>(ScreenType::imei_screen);
+  ASSERT_TRUE(imei->outlet<Button>("uiBtAttachImage").hidden);
   for (const char* name : {"uiLbOr", "uiLbAttachText", "uiBtAttachImage"}) {
     EXPECT_EQ(frontEnd->findItem(name), nullptr) << name;
   }
@@ -251,9 +256,7 @@ TEST_F(ScreenStateTest, ChargingScreenFollowsTheCableAndTheCoreShowsNextOnce) {
   device->setBattery(BatteryState::charging);
   ASSERT_TRUE(waitFor([&] { return frontEnd->findItem("uiBtNext") != nullptr; }));
   EXPECT_TRUE(imageSource().contains("power_cable_plugged")) << imageSource().toStdString();
-  EXPECT_EQ(textOf("uiLbDescription"),
-            QString::fromStdString(coreText(*screen, "uiLbDescription")));
-  EXPECT_EQ(textOf("uiBtNext"), "Next");
+  EXPECT_EQ(textOf("uiBtNext"), QString::fromStdString(coreText(*screen, "uiBtNext")));
   grab("Charging_v1_ViewController-plugged");
 }
 
