@@ -3,6 +3,8 @@
 #include <QKeyEvent>
 #include <algorithm>
 
+#include "quorvel/platform/TrackedAudioSession.h"
+
 namespace quorvel {
 
 QtHardwareKeys::QtHardwareKeys(std::shared_ptr<VolumeEvents> volume,
@@ -42,11 +44,7 @@ bool QtHardwareKeys::eventFilter(QObject* watched, QEvent* event) {
 
 void QtHardwareKeys::pressVolume(float step) {
   const float level = std::clamp(session_->outputVolume() + step, 0.0f, 1.0f);
-  volume_->report({level, true});
-  // A session that reads a mixer hears the change from it; one without is told here.
-  if (auto tracked = std::dynamic_pointer_cast<TrackedAudioSession>(session_)) {
-    tracked->outputVolumeDidChange(level);
-  }
+  reportVolumeChange(*volume_, *session_, {level, true});
 }
 
 }  // namespace quorvel

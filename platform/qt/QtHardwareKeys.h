@@ -5,8 +5,8 @@
 #include <QWindow>
 #include <memory>
 
+#include "quorvel/platform/AudioSession.h"
 #include "quorvel/platform/ScreenshotEvents.h"
-#include "quorvel/platform/TrackedAudioSession.h"
 #include "quorvel/platform/VolumeEvents.h"
 
 namespace quorvel {

@@ -9,6 +9,7 @@
 #include "qt/QtMainQueue.h"
 #include "qt/QuorvelImageProvider.h"
 #include "quorvel/Fatal.h"
+#include "quorvel/platform/TrackedAudioSession.h"
 #include "quorvel/ui/AlertController.h"
 #include "quorvel/ui/LoadingView.h"
 #include "quorvel/ui/NavigationController.h"

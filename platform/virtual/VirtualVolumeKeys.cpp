@@ -3,6 +3,7 @@
 #include <qpa/qwindowsysteminterface.h>
 
 #include "quorvel/Fatal.h"
+#include "quorvel/platform/TrackedAudioSession.h"
 
 namespace quorvel {
 
@@ -20,11 +21,7 @@ void VirtualVolumeKeys::setLevel(float level) {
   if (QWindowSystemInterface::windowSystemEventsQueued() > 0) {
     QWindowSystemInterface::flushWindowSystemEvents();
   }
-  volume_->report({level, false});
-  // A session that reads a mixer hears the change from it; one without is told here.
-  if (auto tracked = std::dynamic_pointer_cast<TrackedAudioSession>(session_)) {
-    tracked->outputVolumeDidChange(level);
-  }
+  reportVolumeChange(*volume_, *session_, {level, false});
 }
 
 void VirtualVolumeKeys::pressUp() { press(Qt::Key_VolumeUp); }

@@ -86,46 +86,45 @@ IMEIViewController::IMEIViewController(ScreenContext context)
 }
 
 void IMEIViewController::viewDidLoad() {
-  const auto& look = look_;
-  outlet<View>("view").backgroundColor = look.backgroundColor();
+  outlet<View>("view").backgroundColor = look_.backgroundColor();
 
   auto& title = outlet<Label>("uiLbTitle");
-  title.text = look.text(keys::Copy::title, "imei_add_screen_title");
-  look.styleTitle(title);
+  title.text = look_.text(keys::Copy::title, "imei_add_screen_title");
+  look_.styleTitle(title);
 
   std::string path = look_.copy("imei_location_path_ios");
   auto& description = outlet<Label>("uiLbDescription");
   description.text =
-      Localization::format(look.text(keys::Copy::text, "imei_add_screen_description"),
+      Localization::format(look_.text(keys::Copy::text, "imei_add_screen_description"),
                            {look_.copy("imei_settings"), path});
   description.link = path;
   description.linkAction = "uiLbDescription_LinkTapped";
-  look.styleBody(description);
-  description.tintColor = look.themeColor();
+  look_.styleBody(description);
+  description.tintColor = look_.themeColor();
 
   outlet<RadioButton>("uiRBIMEI").title = look_.copy("imei_number");
   outlet<RadioButton>("uiRBSerialNumber").title = look_.copy("serial_number_abbreviation");
   for (const char* name : {"uiRBIMEI", "uiRBSerialNumber"}) {
     auto& radio = outlet<RadioButton>(name);
-    radio.textColor = look.textAccentColor();
-    radio.tintColor = look.themeColor();
+    radio.textColor = look_.textAccentColor();
+    radio.tintColor = look_.themeColor();
   }
 
   auto& field = outlet<TextField>("uiTfIMEI");
-  field.textColor = look.textAccentColor();
-  field.tintColor = look.themeColor();
+  field.textColor = look_.textAccentColor();
+  field.tintColor = look_.themeColor();
 
   auto& orLabel = outlet<Label>("uiLbOr");
-  orLabel.text = look.text(keys::Copy::or_, "or");
-  look.styleBody(orLabel);
+  orLabel.text = look_.text(keys::Copy::or_, "or");
+  look_.styleBody(orLabel);
   auto& attachText = outlet<Label>("uiLbAttachText");
-  attachText.text = look.text(keys::Copy::attach_text_label, "imei_add_screen_attach_text");
-  look.styleBody(attachText);
+  attachText.text = look_.text(keys::Copy::attach_text_label, "imei_add_screen_attach_text");
+  look_.styleBody(attachText);
 
   auto& attach = outlet<Button>("uiBtAttachImage");
-  attach.title = look.text(keys::Copy::attach_button, "attach_image");
-  attach.titleColor = look.themeColor();
-  attach.tintColor = look.themeColor();
+  attach.title = look_.text(keys::Copy::attach_button, "attach_image");
+  attach.titleColor = look_.themeColor();
+  attach.tintColor = look_.themeColor();
   // Without a photo picker on this platform, the photo route is not offered.
   bool canAttach = platform().imagePicker != nullptr;
   for (const char* name : {"uiLbOr", "uiLbAttachText"}) outlet<Label>(name).hidden = !canAttach;
@@ -133,17 +132,17 @@ void IMEIViewController::viewDidLoad() {
 
   auto& remove = outlet<Button>("uiBtRemoveImage");
   remove.image = Image::asset("xmark.circle.fill", true);
-  remove.tintColor = look.themeColor();
+  remove.tintColor = look_.themeColor();
 
   auto& cancel = outlet<Button>("uiBtCancel");
   cancel.title = look_.copy("cancel");
-  cancel.titleColor = look.themeColor();
+  cancel.titleColor = look_.themeColor();
   auto& next = outlet<Button>("uiBtNext");
   next.title = look_.copy("next");
-  look.styleMainButton(next);
+  look_.styleMainButton(next);
   outlet<Button>("uiBtKeyboardDone").title = look_.copy("done");
 
-  imeiPlaceholder_ = look.text(keys::Copy::textfield_placeholder, "imei_add_screen_placeholder");
+  imeiPlaceholder_ = look_.text(keys::Copy::textfield_placeholder, "imei_add_screen_placeholder");
   setMode(Mode::imei);
   setImage(std::nullopt);
 }

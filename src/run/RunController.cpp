@@ -190,9 +190,7 @@ ScreenContext RunController::screenContext(const std::string& key) const {
   context.language = settings_.language;
   context.customization = customization_ ? customization_ : std::make_shared<Customization>();
   context.themeColor = Customization::currentThemeColor();
-  auto it = std::find(selectedTests_.begin(), selectedTests_.end(), key);
-  context.header.index = it == selectedTests_.end() ? -1 : it - selectedTests_.begin();
-  context.header.count = selectedTests_.size();
+  context.header = HeaderPosition::of(key, selectedTests_);
   context.uploader = uploader();
   context.deviceInfoSHA256 = lastDeviceInfoSHA256Value_;
   return context;

@@ -56,56 +56,54 @@ StartViewController::StartViewController(ScreenContext context, RunOutline run)
 }
 
 void StartViewController::viewDidLoad() {
-  const auto& look = look_;
-
-  outlet<View>("view").backgroundColor = look.backgroundColor();
+  outlet<View>("view").backgroundColor = look_.backgroundColor();
 
   auto& back = outlet<Button>("uiBtBack");
-  back.title = look.copy("back");
+  back.title = look_.copy("back");
   back.image = Image::asset("chevron.backward", true);
-  back.titleColor = look.themeColor();
-  back.tintColor = look.themeColor();
+  back.titleColor = look_.themeColor();
+  back.tintColor = look_.themeColor();
 
   auto& illustration = outlet<ImageView>("uiImage");
   illustration.image =
-      look.image(keys::Elements::image).value_or(Image::asset("start_illustration"));
+      look_.image(keys::Elements::image).value_or(Image::asset("start_illustration"));
 
   auto& title = outlet<Label>("uiLbTitle");
-  title.text = look.text(keys::Copy::title, "start_screen_title");
-  look.styleTitle(title);
+  title.text = look_.text(keys::Copy::title, "start_screen_title");
+  look_.styleTitle(title);
   auto& description = outlet<Label>("uiLbDescription");
-  description.text = look.text(keys::Copy::text, "start_screen_description");
-  look.styleBody(description);
+  description.text = look_.text(keys::Copy::text, "start_screen_description");
+  look_.styleBody(description);
 
   auto& model = outlet<Label>("uiLbPhoneModel");
   model.text = std::string(rawValue(currentDeviceType()));
-  look.styleTitle(model);
+  look_.styleTitle(model);
 
   // The title reads the table under "imei", which holds no such key: it shows "imei".
-  outlet<Label>("uiLbIMEITitle").text = look.copy("imei");
+  outlet<Label>("uiLbIMEITitle").text = look_.copy("imei");
   showValue(outlet<View>("uiStackViewIMEI"), outlet<Label>("uiLbIMEIValue"), run_.imei);
-  outlet<Label>("uiLbSNTitle").text = look.copy("serial_number_abbreviation");
+  outlet<Label>("uiLbSNTitle").text = look_.copy("serial_number_abbreviation");
   showValue(outlet<View>("uiStackViewSerialNumber"), outlet<Label>("uiLbSNValue"),
             run_.serialNumber);
-  for (const char* name : {"uiLbIMEITitle", "uiLbSNTitle"}) look.styleBody(outlet<Label>(name));
-  for (const char* name : {"uiLbIMEIValue", "uiLbSNValue"}) look.styleTitle(outlet<Label>(name));
+  for (const char* name : {"uiLbIMEITitle", "uiLbSNTitle"}) look_.styleBody(outlet<Label>(name));
+  for (const char* name : {"uiLbIMEIValue", "uiLbSNValue"}) look_.styleTitle(outlet<Label>(name));
 
   auto& suggestionsTitle = outlet<Label>("uiLbSuggestionsTitle");
   suggestionsTitle.text =
-      look.text(keys::Copy::testsWarning_title, "start_screen_suggestions_title");
-  look.styleTitle(suggestionsTitle);
+      look_.text(keys::Copy::testsWarning_title, "start_screen_suggestions_title");
+  look_.styleTitle(suggestionsTitle);
   auto& charging = outlet<Label>("uiLbSuggestionChargingCable");
   charging.text =
-      look.text(keys::Copy::testsWarning_charging, "start_screen_suggestion_charging_cable");
+      look_.text(keys::Copy::testsWarning_charging, "start_screen_suggestion_charging_cable");
   auto& mirror = outlet<Label>("uiLbSuggestionMirror");
-  mirror.text = look.text(keys::Copy::testsWarning_camera, "start_screen_suggestion_mirror");
+  mirror.text = look_.text(keys::Copy::testsWarning_camera, "start_screen_suggestion_mirror");
   auto& noise = outlet<Label>("uiLbSuggestionNoise");
-  noise.text = look.text(keys::Copy::testsWarning_audio, "start_screen_suggestion_noise");
-  for (Label* hint : {&charging, &mirror, &noise}) look.styleBody(*hint);
+  noise.text = look_.text(keys::Copy::testsWarning_audio, "start_screen_suggestion_noise");
+  for (Label* hint : {&charging, &mirror, &noise}) look_.styleBody(*hint);
 
   auto& next = outlet<Button>("uiBtNext");
-  next.title = look.copy("start_screen_next_button");
-  look.styleMainButton(next);
+  next.title = look_.copy("start_screen_next_button");
+  look_.styleMainButton(next);
 
   configureSuggestions();
 }

@@ -29,12 +29,10 @@ TestsFinishedViewController::TestsFinishedViewController(ScreenContext context)
 }
 
 void TestsFinishedViewController::viewDidLoad() {
-  const auto& look = look_;
+  outlet<View>("view").backgroundColor = look_.backgroundColor();
+  outlet<View>("uiBackgroundView").backgroundColor = look_.backgroundColor();
 
-  outlet<View>("view").backgroundColor = look.backgroundColor();
-  outlet<View>("uiBackgroundView").backgroundColor = look.backgroundColor();
-
-  auto custom = look.image(keys::Elements::image);
+  auto custom = look_.image(keys::Elements::image);
   auto& customImage = outlet<ImageView>("uiCustomImage");
   auto& builtIn = outlet<ImageView>("uiViewImage");
   customImage.image = custom;
@@ -43,19 +41,19 @@ void TestsFinishedViewController::viewDidLoad() {
   builtIn.hidden = custom.has_value();
 
   auto& text = outlet<Label>("uiLbText");
-  text.text = look.text(keys::Copy::text, "end_screen_title");
-  look.styleTitle(text);
+  text.text = look_.text(keys::Copy::text, "end_screen_title");
+  look_.styleTitle(text);
 
   auto& done = outlet<Button>("uiBtDone");
-  done.title = look.text(keys::Copy::buttonFinish, "end_screen_done");
-  look.styleMainButton(done);
+  done.title = look_.text(keys::Copy::buttonFinish, "end_screen_done");
+  look_.styleMainButton(done);
   auto& again = outlet<Button>("uiBtTestAgain");
-  again.title = look.text(keys::Copy::buttonTestAgain, "test_again");
-  look.styleMainButton(again);
+  again.title = look_.text(keys::Copy::buttonTestAgain, "test_again");
+  look_.styleMainButton(again);
 
   auto& version = outlet<Label>("uiVersionLabel");
-  version.text = look.copy("version") + " " + QuorvelVersionString;
-  look.styleBody(version);
+  version.text = look_.copy("version") + " " + QuorvelVersionString;
+  look_.styleBody(version);
 }
 
 }  // namespace quorvel

@@ -1,9 +1,11 @@
 #pragma once
 
+#include <algorithm>
 #include <cstddef>
 #include <memory>
 #include <string>
 #include <string_view>
+#include <vector>
 
 #include "quorvel/Customization.h"
 #include "quorvel/Localization.h"
@@ -17,6 +19,12 @@ struct HeaderPosition {
   // -1 when the screen is not among the run's screens.
   long index = -1;
   std::size_t count = 0;
+
+  // key's place among a run's screens (the first, when it appears twice).
+  static HeaderPosition of(const std::string& key, const std::vector<std::string>& screens) {
+    auto it = std::find(screens.begin(), screens.end(), key);
+    return {it == screens.end() ? -1 : static_cast<long>(it - screens.begin()), screens.size()};
+  }
 };
 
 // What a screen reads of the run that shows it, handed over when the screen is made. Screens keep

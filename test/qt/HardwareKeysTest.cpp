@@ -8,6 +8,7 @@
 
 #include "QuickFixture.h"
 #include "qt/QtHardwareKeys.h"
+#include "quorvel/platform/TrackedAudioSession.h"
 #include "quorvel/virtual/VirtualKeyboard.h"
 #include "quorvel/virtual/VirtualVolumeKeys.h"
 

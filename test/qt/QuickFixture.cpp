@@ -34,8 +34,7 @@ ScreenContext QuickFixture::contextFor(const std::string& key, std::vector<std::
   context.language = sdk.language;
   context.themeColor = Customization::currentThemeColor();
   context.customization = customization ? customization : std::make_shared<Customization>();
-  auto it = std::find(run.begin(), run.end(), key);
-  context.header = {it == run.end() ? -1 : it - run.begin(), run.size()};
+  context.header = HeaderPosition::of(key, run);
   return context;
 }
 

@@ -6,13 +6,11 @@ namespace quorvel::testing {
 
 void ScriptedVolume::press(float step) {
   float level = std::clamp(session->outputVolume() + step, 0.0f, 1.0f);
-  events->report({level, true});
-  session->outputVolumeDidChange(level);
+  reportVolumeChange(*events, *session, {level, true});
 }
 
 void ScriptedVolume::systemChange(float level) {
-  events->report({level, false});
-  session->outputVolumeDidChange(level);
+  reportVolumeChange(*events, *session, {level, false});
 }
 
 }  // namespace quorvel::testing

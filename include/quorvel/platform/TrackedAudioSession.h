@@ -4,6 +4,7 @@
 
 #include "quorvel/platform/AudioSession.h"
 #include "quorvel/platform/ObserverList.h"
+#include "quorvel/platform/VolumeEvents.h"
 
 namespace quorvel {
 
@@ -31,5 +32,15 @@ class TrackedAudioSession : public AudioSession {
   float outputVolume_;
   ObserverList<float> observers_;
 };
+
+// Reports a change of the output level that keys or the system made: as a volume event, then to the
+// session when it is one that is told its level (a session that reads a mixer hears it there).
+inline void reportVolumeChange(VolumeEvents& events, AudioSession& session,
+                               const VolumeChange& change) {
+  events.report(change);
+  if (auto* tracked = dynamic_cast<TrackedAudioSession*>(&session)) {
+    tracked->outputVolumeDidChange(change.volume);
+  }
+}
 
 }  // namespace quorvel

@@ -4,7 +4,7 @@
 #include <QWindow>
 #include <memory>
 
-#include "quorvel/platform/TrackedAudioSession.h"
+#include "quorvel/platform/AudioSession.h"
 #include "quorvel/platform/VolumeEvents.h"
 
 namespace quorvel {
