@@ -6,6 +6,7 @@
 #include <QSvgRenderer>
 #include <QUrl>
 #include <QUrlQuery>
+#include <cstring>
 
 #include "quorvel/Fatal.h"
 
@@ -19,6 +20,8 @@ constexpr int kDefaultScale = 2;
 
 // Where a device picture is asked for with no name (a model outside the device tables).
 constexpr const char* kGenericDevice = "device_generic";
+
+constexpr qsizetype kBitmapsKept = 8;
 
 QImage tinted(QImage image, const QColor& tint) {
   image = image.convertToFormat(QImage::Format_ARGB32_Premultiplied);
@@ -64,6 +67,30 @@ QString QuorvelImageProvider::sourceFor(const quorvel::Image& image,
       QMutexLocker lock(&library_->mutex);
       library_->encoded.insert(key, bytes);
       path = "encoded/" + key;
+      break;
+    }
+    case quorvel::Image::Kind::bitmap: {
+      QImage bitmap(image.width, image.height, QImage::Format_Grayscale8);
+      for (int row = 0; row < image.height; ++row) {
+        std::memcpy(bitmap.scanLine(row),
+                    image.bytes.data() + static_cast<std::size_t>(row) * image.width,
+                    static_cast<std::size_t>(image.width));
+      }
+      QByteArray content(reinterpret_cast<const char*>(image.bytes.data()),
+                         static_cast<qsizetype>(image.bytes.size()));
+      content += QByteArray::number(image.width);
+      QString key = QString::fromLatin1(
+          QCryptographicHash::hash(content, QCryptographicHash::Sha256).toHex().left(32));
+      QMutexLocker lock(&library_->mutex);
+      // A run makes a few codes; keep the newest only, so a long-lived host does not collect them.
+      if (!library_->bitmaps.contains(key)) {
+        library_->bitmapOrder.append(key);
+        if (library_->bitmapOrder.size() > kBitmapsKept) {
+          library_->bitmaps.remove(library_->bitmapOrder.takeFirst());
+        }
+      }
+      library_->bitmaps.insert(key, bitmap);
+      path = "bitmap/" + key;
       break;
     }
   }
@@ -121,10 +148,15 @@ QImage QuorvelImageProvider::requestImage(const QString& id, QSize* size,
   } else if (kind == "encoded") {
     QMutexLocker lock(&library_->mutex);
     image = QImage::fromData(library_->encoded.value(rest));
+  } else if (kind == "bitmap") {
+    QMutexLocker lock(&library_->mutex);
+    image = library_->bitmaps.value(rest);
   }
   if (!image.isNull() && requestedSize.width() > 0 && requestedSize.height() > 0 &&
       kind != "asset") {
-    image = image.scaled(requestedSize, Qt::KeepAspectRatio, Qt::SmoothTransformation);
+    // A bitmap's pixels stay sharp blocks.
+    image = image.scaled(requestedSize, Qt::KeepAspectRatio,
+                         kind == "bitmap" ? Qt::FastTransformation : Qt::SmoothTransformation);
   }
   if (query.hasQueryItem("tint") && !image.isNull()) {
     image = tinted(image, QColor::fromString("#" + query.queryItemValue("tint")));

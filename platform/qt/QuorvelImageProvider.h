@@ -38,6 +38,8 @@ class QuorvelImageProvider : public QQuickImageProvider {
   struct Library {
     QMutex mutex;
     QHash<QString, QByteArray> encoded;
+    QHash<QString, QImage> bitmaps;
+    QStringList bitmapOrder;
     QStringList searchPaths;
   };
 

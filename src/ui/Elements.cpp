@@ -20,6 +20,8 @@ Dictionary toJson(const Image& image) {
       return {{"file", image.name}};
     case Image::Kind::encoded:
       return {{"encodedBytes", image.bytes.size()}};
+    case Image::Kind::bitmap:
+      return {{"bitmap", {{"width", image.width}, {"height", image.height}}}};
   }
   return nullptr;
 }
@@ -44,6 +46,7 @@ Dictionary Label::toJson() const {
   json["textColor"] = colorJson(textColor);
   json["link"] = link;
   json["linkAction"] = linkAction;
+  json["mirrored"] = mirrored;
   return json;
 }
 

@@ -8,31 +8,37 @@
 
 namespace quorvel {
 
-// A running camera session; stop() ends it (a recording is finished and its file closed).
+// A running session of the front camera. It ends when stopped or released.
 class CameraSession {
  public:
   virtual ~CameraSession() = default;
+
+  // Ends the session; a recording still running is finished first. Stopping twice does nothing.
   virtual void stop() = 0;
+  // Starts writing the session's picture (and its microphone's sound, when it has one) to
+  // moviePath, replacing the file. finished runs once on the main queue when the file is complete,
+  // with an error text when it could not be written. False, and finished never runs, when this
+  // session cannot record (a scanning session, one already recording, one stopped).
+  virtual bool startRecording(const std::string& moviePath,
+                              std::function<void(std::optional<std::string> error)> finished) = 0;
+  // Ends the recording and closes its file; nothing happens when none runs.
+  virtual void stopRecording() = 0;
 };
 
-// The front camera: a scanning session that reads QR codes, or a recording session that writes a
-// movie with the camera's picture and the microphone's sound. One session runs at a time. "No
-// camera" is an answer (a null session), never a placeholder picture.
+// The front camera. One session runs at a time: starting one ends the one before. "No camera" is
+// an answer (a null session), never a placeholder picture.
 class Camera {
  public:
   virtual ~Camera() = default;
 
-  // Reports the texts of the QR codes in view, on the main queue, until stopped; null when the
-  // device has no usable front camera.
+  // Reports the texts of the QR codes in view (mirrored ones included), on the main queue, until
+  // the session stops. Null when the device has no usable front camera.
   virtual std::shared_ptr<CameraSession> startScanning(
       std::function<void(const std::vector<std::string>& codes)> codesRead) = 0;
-  // Records to moviePath (replacing it); finished runs on the main queue once the file is complete,
-  // with an error text when it could not be written. Null when there is no usable front camera.
-  virtual std::shared_ptr<CameraSession> startRecording(
-      const std::string& moviePath,
-      std::function<void(std::optional<std::string> error)> finished) = 0;
-  // The session whose picture the screen's video preview shows; null when none runs.
-  virtual std::shared_ptr<CameraSession> previewSession() const = 0;
+  // A session that shows the camera's picture in the screens' camera preview and can record it,
+  // with the microphone's sound when withMicrophone is set and the device has a microphone. Null
+  // when the device has no usable front camera.
+  virtual std::shared_ptr<CameraSession> startCapture(bool withMicrophone) = 0;
 };
 
 }  // namespace quorvel

@@ -48,6 +48,8 @@ struct Label : Element {
   // A part of text shown as a link; tapping it sends linkAction.
   std::string link;
   std::string linkAction;
+  // Drawn flipped left to right, to read correctly in a mirror.
+  bool mirrored = false;
 };
 
 struct Button : Element {
@@ -125,6 +127,12 @@ struct ActivityIndicator : Element {
   Dictionary toJson() const override;
 
   bool animating = false;
+};
+
+// Shows the picture of the camera session that is running (Camera::startCapture), scaled to fill
+// the element and cropped; nothing while no session runs.
+struct CameraPreview : Element {
+  const char* kind() const override { return "CameraPreview"; }
 };
 
 Dictionary toJson(const Image& image);

@@ -1,0 +1,43 @@
+#pragma once
+
+#include <cstdint>
+#include <memory>
+#include <optional>
+#include <string>
+
+namespace quorvel {
+
+// Writes a QuickTime movie (.mov) with an H.264 picture and, when asked, an AAC sound track, as a
+// camera records one. Frames and sound are handed over with their moments; the encoding runs on
+// the writer's own thread, so whoever films (the GUI thread) never waits for the encoder.
+class MovieWriter {
+ public:
+  struct Options {
+    // The movie's picture size; frames of another size are scaled to it.
+    int width = 0;
+    int height = 0;
+    double framesPerSecond = 15;
+    // 0: no sound track.
+    int audioSampleRate = 0;
+    int audioChannels = 1;
+  };
+
+  virtual ~MovieWriter() = default;
+
+  // A writer for path (replaced), or nothing with error set when the file or the encoders cannot
+  // be opened.
+  static std::unique_ptr<MovieWriter> open(const std::string& path, const Options& options,
+                                           std::string& error);
+
+  // A frame of 32-bit pixels in memory order B, G, R, A (Qt's RGB32 / ARGB32 on this machine)
+  // shown from `seconds` after the start of the movie. Frames that arrive out of order are dropped.
+  virtual void addVideoFrame(const std::uint8_t* pixels, int width, int height, int rowStride,
+                             double seconds) = 0;
+  // Interleaved 16-bit samples at the movie's rate and channels, following the ones before.
+  virtual void addAudio(const std::int16_t* samples, std::size_t frameCount) = 0;
+  // Encodes what is left and closes the file: nothing, or the error that spoiled it. Blocks until
+  // done; later calls answer the same.
+  virtual std::optional<std::string> finish() = 0;
+};
+
+}  // namespace quorvel
