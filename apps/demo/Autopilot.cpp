@@ -4,6 +4,7 @@
 #include <QTimer>
 
 #include "ScreenRecorder.h"
+#include "quorvel/platform/Platform.h"
 #include "widgets/MultipleTestsTableViewCell.h"
 
 namespace quorvel::demo {
@@ -105,6 +106,10 @@ void Autopilot::act(const QString& name) {
         });
   } else if (name == "MultiTouch_v1_ViewController") {
     devices_.touchScreen->tap(centerOf("view"), 3);
+  } else if (name == "DeviceFrontVideo_v2_ViewController") {
+    filmInTheMirror(true);
+  } else if (name == "DeviceFrontVideo_v1_ViewController") {
+    filmInTheMirror(false);
   } else if (name == "TestsFinishedViewController") {
     when(
         "the Finish button", [this] { return shows("uiBtDone"); }, [this] { tap("uiBtDone"); });
@@ -116,6 +121,61 @@ void Autopilot::act(const QString& name) {
   } else {
     emit stuck("no steps for the screen " + name);
   }
+}
+
+void Autopilot::filmInTheMirror(bool byButton) {
+  // Loud enough to pass the sound check: up, a press at a time, to at least half.
+  auto raiseVolume = std::make_shared<std::function<void(std::function<void()>)>>();
+  *raiseVolume = [this, raiseVolume](std::function<void()> then) {
+    if (quorvel::platform().audioSession->outputVolume() >= 0.5f) {
+      auto done = std::move(then);
+      *raiseVolume = nullptr;
+      done();
+      return;
+    }
+    devices_.volumeKeys->pressUp();
+    QTimer::singleShot(kPollMilliseconds, this, [raiseVolume, then] {
+      if (*raiseVolume) (*raiseVolume)(then);
+    });
+  };
+  // The review: tick the box (v2) once it shows, then Next once it takes a press.
+  auto review = [this, byButton] {
+    auto submit = [this] {
+      when(
+          "Next on the review",
+          [this] { return outletJson("uiBtVideoReviewNext").value("enabled", false); },
+          [this] { tap("uiBtVideoReviewNext"); });
+    };
+    if (!byButton) {
+      when(
+          "the review", [this] { return shows("uiBtVideoReviewNext"); }, submit);
+      return;
+    }
+    when(
+        "the review's check box", [this] { return shows("uiCheckBoxTerms"); },
+        [this, submit] {
+          tap("uiCheckBoxTerms");
+          submit();
+        });
+  };
+  (*raiseVolume)([this, byButton, review] {
+    when(
+        "the Next button", [this] { return shows("uiBtNext"); },
+        [this, byButton, review] {
+          tap("uiBtNext");
+          // v1 starts when the camera reads the start code in the mirror; v2 by its button.
+          if (!byButton) {
+            review();
+            return;
+          }
+          when(
+              "the record button", [this] { return shows("uiBtStartRecording"); },
+              [this, review] {
+                tap("uiBtStartRecording");
+                review();
+              });
+        });
+  });
 }
 
 void Autopilot::answerAlert() {
