@@ -1,7 +1,7 @@
 // The shared media parts as drawn offscreen: a mirrored label reads in a mirror, a bitmap keeps
 // hard pixel edges at any size, a camera preview fills its place with the installed camera's
 // picture (cropped, not squeezed) and shows nothing without one, and the movie player covers the
-// screens until the movie ends or the person closes it.
+// screens, showing the movie, until the movie ends or the person closes it.
 #include <QFile>
 #include <QProcess>
 #include <QTest>
@@ -198,6 +198,18 @@ TEST_F(MediaPartsRenderTest, TheMoviePlayerCoversTheScreensUntilTheMovieEndsOrIs
   ASSERT_FALSE(longMovie.empty());
   platform().videoPlayback->play(longMovie);
   ASSERT_TRUE(waitFor([&] { return player->isVisible(); }));
+  // The movie's own colours show (its test pattern's bars), under the software renderer too.
+  QQuickItem* picture = chrome("moviePicture");
+  ASSERT_TRUE(waitFor([&] { return picture->property("showing").toBool(); }));
+  const QImage playing = grab("movie-playing");
+  int colourful = 0;
+  for (int y = 0; y < playing.height(); y += 2) {
+    for (int x = 0; x < playing.width(); x += 2) {
+      const QColor colour = playing.pixelColor(x, y);
+      colourful += colour.hsvSaturation() > 150 && colour.value() > 150;
+    }
+  }
+  EXPECT_GT(colourful, 2000);
   QQuickItem* close = chrome("moviePlayerClose");
   ASSERT_NE(close, nullptr);
   QTest::mouseClick(frontEnd->window(), Qt::LeftButton, Qt::NoModifier,

@@ -4,6 +4,7 @@
 import QtQuick
 import QtQuick.Controls.Basic
 import QtMultimedia
+import Quorvel
 
 Rectangle {
     id: player
@@ -22,7 +23,7 @@ Rectangle {
 
     MediaPlayer {
         id: media
-        videoOutput: video
+        videoOutput: picture.videoSink
         audioOutput: AudioOutput {}
         onMediaStatusChanged: {
             if (mediaStatus === MediaPlayer.EndOfMedia) player.closed("")
@@ -30,10 +31,10 @@ Rectangle {
         }
         onErrorOccurred: (error, errorString) => player.closed(errorString)
     }
-    VideoOutput {
-        id: video
+    MoviePicture {
+        id: picture
+        objectName: "moviePicture"
         anchors.fill: parent
-        fillMode: VideoOutput.PreserveAspectFit
     }
 
     ToolButton {
@@ -54,6 +55,7 @@ Rectangle {
     // Set in one place, so that the player never plays a source it has just been told to leave.
     onSourceChanged: {
         media.stop()
+        picture.clear()
         media.source = source
         if (source.toString() !== "") media.play()
     }
