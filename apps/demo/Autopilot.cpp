@@ -171,11 +171,35 @@ void Autopilot::filmInTheMirror(bool byButton) {
           when(
               "the record button", [this] { return shows("uiBtStartRecording"); },
               [this, review] {
+                captureStep("preview");
                 tap("uiBtStartRecording");
+                captureFilm();
                 review();
               });
         });
   });
+}
+
+void Autopilot::captureStep(const QString& step) {
+  auto controller = current_.lock();
+  if (recorder_ && controller) {
+    recorder_->capture(QString::fromStdString(controller->interfaceName()) + "-" + step);
+  }
+}
+
+void Autopilot::captureFilm() {
+  if (!recorder_) return;
+  // The screen's moments from the press: the start code at once, a colour each second from
+  // 0.5 s, the end code at 5.5 s. Each is captured halfway through.
+  const std::pair<int, const char*> moments[] = {
+      {250, "start-code"}, {1000, "blue"},  {2000, "yellow"},  {3000, "red"},
+      {4000, "black"},     {5000, "green"}, {5750, "end-code"}};
+  const int generation = generation_;
+  for (const auto& [at, step] : moments) {
+    QTimer::singleShot(at, this, [this, generation, step = QString(step)] {
+      if (generation == generation_) captureStep(step);
+    });
+  }
 }
 
 void Autopilot::answerAlert() {

@@ -51,6 +51,9 @@ class Autopilot : public QObject {
   // The screen video tests: the sound up, Next, filming (by the button for v2, by the start code
   // for v1), then the review's box and Next.
   void filmInTheMirror(bool byButton);
+  // Screenshots of the steps within one screen ("<screen>-<step>"), and of the film's moments.
+  void captureStep(const QString& step);
+  void captureFilm();
 
   // Runs action once condition holds, checking often; gives up (stuck) after a while. Waits of a
   // screen that has gone are dropped.

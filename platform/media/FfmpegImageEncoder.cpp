@@ -1,34 +1,20 @@
 #include "media/FfmpegImageEncoder.h"
 
-extern "C" {
-#include <libavcodec/avcodec.h>
-#include <libavformat/avformat.h>
-#include <libavutil/imgutils.h>
-#include <libswscale/swscale.h>
-}
-
 #include <algorithm>
 #include <array>
 #include <cmath>
-#include <cstring>
 #include <fstream>
 #include <iterator>
 #include <memory>
+
+#include "media/FfmpegSupport.h"
 
 namespace quorvel {
 
 namespace {
 
-template <auto Free>
-struct Deleter {
-  template <typename T>
-  void operator()(T* p) const {
-    Free(&p);
-  }
-};
-
-using FormatContext = std::unique_ptr<AVFormatContext, Deleter<avformat_close_input>>;
-using CodecContext = std::unique_ptr<AVCodecContext, Deleter<avcodec_free_context>>;
+using ffmpeg::Frame;
+using ffmpeg::Packet;
 
 // avcodec_free_context releases intra_matrix but, in FFmpeg 5, not chroma_intra_matrix.
 struct EncoderContextDeleter {
@@ -38,90 +24,11 @@ struct EncoderContextDeleter {
   }
 };
 using EncoderContext = std::unique_ptr<AVCodecContext, EncoderContextDeleter>;
-using Frame = std::unique_ptr<AVFrame, Deleter<av_frame_free>>;
-using Packet = std::unique_ptr<AVPacket, Deleter<av_packet_free>>;
-
-struct SwsDeleter {
-  void operator()(SwsContext* p) const { sws_freeContext(p); }
-};
-
-// The encoded bytes being read by libavformat.
-struct MemoryReader {
-  const std::vector<std::uint8_t>* bytes;
-  std::size_t position = 0;
-
-  static int read(void* opaque, std::uint8_t* buffer, int size) {
-    auto* self = static_cast<MemoryReader*>(opaque);
-    std::size_t left = self->bytes->size() - self->position;
-    if (left == 0) return AVERROR_EOF;
-    std::size_t n = std::min<std::size_t>(left, static_cast<std::size_t>(size));
-    std::memcpy(buffer, self->bytes->data() + self->position, n);
-    self->position += n;
-    return static_cast<int>(n);
-  }
-
-  static std::int64_t seek(void* opaque, std::int64_t offset, int whence) {
-    auto* self = static_cast<MemoryReader*>(opaque);
-    auto size = static_cast<std::int64_t>(self->bytes->size());
-    if (whence == AVSEEK_SIZE) return size;
-    std::int64_t base = 0;
-    if ((whence & ~AVSEEK_FORCE) == SEEK_CUR) base = static_cast<std::int64_t>(self->position);
-    if ((whence & ~AVSEEK_FORCE) == SEEK_END) base = size;
-    std::int64_t target = base + offset;
-    if (target < 0 || target > size) return -1;
-    self->position = static_cast<std::size_t>(target);
-    return target;
-  }
-};
-
-struct AvioDeleter {
-  void operator()(AVIOContext* p) const {
-    av_freep(&p->buffer);
-    avio_context_free(&p);
-  }
-};
 
 Frame decodeFirstFrame(const std::vector<std::uint8_t>& bytes) {
-  MemoryReader reader{&bytes};
-  constexpr int bufferSize = 64 * 1024;
-  auto* buffer = static_cast<std::uint8_t*>(av_malloc(bufferSize));
-  if (buffer == nullptr) return nullptr;
-  std::unique_ptr<AVIOContext, AvioDeleter> io(avio_alloc_context(
-      buffer, bufferSize, 0, &reader, &MemoryReader::read, nullptr, &MemoryReader::seek));
-  if (!io) {
-    av_free(buffer);
-    return nullptr;
-  }
-  AVFormatContext* raw = avformat_alloc_context();
-  if (raw == nullptr) return nullptr;
-  raw->pb = io.get();
-  raw->flags |= AVFMT_FLAG_CUSTOM_IO;
-  if (avformat_open_input(&raw, nullptr, nullptr, nullptr) < 0) return nullptr;  // frees raw
-  FormatContext format(raw);
-  if (avformat_find_stream_info(format.get(), nullptr) < 0) return nullptr;
-  int index = av_find_best_stream(format.get(), AVMEDIA_TYPE_VIDEO, -1, -1, nullptr, 0);
-  if (index < 0) return nullptr;
-  const AVCodec* decoder = avcodec_find_decoder(format->streams[index]->codecpar->codec_id);
-  if (decoder == nullptr) return nullptr;
-  CodecContext context(avcodec_alloc_context3(decoder));
-  if (!context ||
-      avcodec_parameters_to_context(context.get(), format->streams[index]->codecpar) < 0 ||
-      avcodec_open2(context.get(), decoder, nullptr) < 0) {
-    return nullptr;
-  }
-  Packet packet(av_packet_alloc());
-  Frame frame(av_frame_alloc());
-  if (!packet || !frame) return nullptr;
-  while (av_read_frame(format.get(), packet.get()) >= 0) {
-    bool ours = packet->stream_index == index;
-    int sent = ours ? avcodec_send_packet(context.get(), packet.get()) : 0;
-    av_packet_unref(packet.get());
-    if (sent < 0) return nullptr;
-    if (ours && avcodec_receive_frame(context.get(), frame.get()) == 0) return frame;
-  }
-  avcodec_send_packet(context.get(), nullptr);
-  if (avcodec_receive_frame(context.get(), frame.get()) == 0) return frame;
-  return nullptr;
+  ffmpeg::MemoryInput input(bytes);
+  if (input.format() == nullptr) return nullptr;
+  return ffmpeg::firstVideoFrame(*input.format());
 }
 
 // The JPEG standard's example tables (natural order), which libjpeg scales by its quality.
@@ -175,7 +82,7 @@ std::optional<std::vector<std::uint8_t>> encodeJpeg(const AVFrame& source, doubl
   converted->height = source.height;
   converted->color_range = AVCOL_RANGE_JPEG;
   if (av_frame_get_buffer(converted.get(), 0) < 0) return std::nullopt;
-  std::unique_ptr<SwsContext, SwsDeleter> scaler(sws_getContext(
+  ffmpeg::Scaler scaler(sws_getContext(
       source.width, source.height, static_cast<AVPixelFormat>(source.format), source.width,
       source.height, AV_PIX_FMT_YUV420P, SWS_BICUBIC, nullptr, nullptr, nullptr));
   if (!scaler) return std::nullopt;

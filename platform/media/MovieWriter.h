@@ -20,6 +20,9 @@ class MovieWriter {
     // 0: no sound track.
     int audioSampleRate = 0;
     int audioChannels = 1;
+    // When the encoder falls behind: true drops frames (and turns sound into silence of the same
+    // length) so that the caller never waits, as a camera needs; false makes the caller wait.
+    bool realTime = true;
   };
 
   virtual ~MovieWriter() = default;
@@ -30,7 +33,8 @@ class MovieWriter {
                                            std::string& error);
 
   // A frame of 32-bit pixels in memory order B, G, R, A (Qt's RGB32 / ARGB32 on this machine)
-  // shown from `seconds` after the start of the movie. Frames that arrive out of order are dropped.
+  // shown from `seconds` after the start of the movie, until the next frame's moment (the last
+  // one for a frame at the nominal rate). Frames that arrive out of order are dropped.
   virtual void addVideoFrame(const std::uint8_t* pixels, int width, int height, int rowStride,
                              double seconds) = 0;
   // Interleaved 16-bit samples at the movie's rate and channels, following the ones before.

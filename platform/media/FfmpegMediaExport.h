@@ -1,0 +1,18 @@
+#pragma once
+
+#include "quorvel/platform/MediaExport.h"
+
+namespace quorvel {
+
+// MediaExport on the FFmpeg libraries. The MP4 is the one `ffmpeg -i movie -c copy -movflags
+// +faststart out.mp4` writes, byte for byte, made on a thread of its own that ends after the
+// completion; mp4Path is only replaced once the file is complete. Thumbnails are PNG images at
+// most 640 pixels on their long side.
+class FfmpegMediaExport : public MediaExport {
+ public:
+  void exportMP4(const std::string& moviePath, const std::string& mp4Path,
+                 std::function<void(std::optional<std::string> error)> completion) override;
+  std::optional<Image> thumbnail(const std::string& moviePath) override;
+};
+
+}  // namespace quorvel

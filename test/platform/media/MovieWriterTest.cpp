@@ -1,0 +1,121 @@
+#include <gtest/gtest.h>
+
+#include <cmath>
+
+#include "media/MovieWriter.h"
+#include "media/SoundDecoder.h"
+#include "support/MovieProbe.h"
+#include "support/TemporaryTree.h"
+
+namespace quorvel::testing {
+namespace {
+
+constexpr int kRate = 48000;
+
+// B, G, R, A pixels: red on the left half, blue on the right, rows padded to stride.
+std::vector<std::uint8_t> halves(int width, int height, int stride) {
+  std::vector<std::uint8_t> pixels(static_cast<std::size_t>(stride * height), 0x55);
+  for (int y = 0; y < height; ++y) {
+    for (int x = 0; x < width; ++x) {
+      std::uint8_t* p = &pixels[static_cast<std::size_t>(y * stride + x * 4)];
+      const bool left = x < width / 2;
+      p[0] = left ? 0 : 255;
+      p[1] = 0;
+      p[2] = left ? 255 : 0;
+      p[3] = 255;
+    }
+  }
+  return pixels;
+}
+
+std::vector<std::int16_t> tone(double seconds, double hertz) {
+  std::vector<std::int16_t> samples(static_cast<std::size_t>(seconds * kRate));
+  for (std::size_t i = 0; i < samples.size(); ++i) {
+    samples[i] = static_cast<std::int16_t>(12000 * std::sin(2 * M_PI * hertz * double(i) / kRate));
+  }
+  return samples;
+}
+
+class MovieWriterTest : public ::testing::Test {
+ protected:
+  TemporaryTree tree{"quorvel-movie"};
+  std::string path = (tree.path() / "output.mov").string();
+};
+
+TEST_F(MovieWriterTest, WritesAQuickTimeMovieOfH264AndAacAsLongAsWhatWasGiven) {
+  std::string error;
+  // Handed over faster than real time: the writer makes the caller wait instead of dropping.
+  auto writer = MovieWriter::open(path, {160, 120, 15, kRate, 1, false}, error);
+  ASSERT_TRUE(writer) << error;
+  const auto pixels = halves(160, 120, 160 * 4 + 32);
+  // Two seconds: one of silence, then one of a tone, handed over as a camera does, a frame's
+  // worth of sound with each frame.
+  const auto quiet = std::vector<std::int16_t>(kRate, 0);
+  const auto loud = tone(1, 440);
+  for (int i = 0; i < 30; ++i) {
+    writer->addVideoFrame(pixels.data(), 160, 120, 160 * 4 + 32, i / 15.0);
+    const auto& sound = i < 15 ? quiet : loud;
+    writer->addAudio(sound.data() + (i % 15) * 3200, 3200);
+  }
+  EXPECT_EQ(writer->finish(), std::nullopt);
+  EXPECT_EQ(writer->finish(), std::nullopt) << "a second finish answers the same";
+
+  auto movie = probeMovie(path);
+  ASSERT_TRUE(movie);
+  EXPECT_EQ(movie->brand, "qt  ");
+  const ProbedStream* video = movie->first("h264");
+  const ProbedStream* audio = movie->first("aac");
+  ASSERT_TRUE(video && audio);
+  EXPECT_EQ(video->packetTimes.size(), 30u);
+  EXPECT_NEAR(video->seconds, 2.0, 1 / 15.0);
+  EXPECT_NEAR(audio->seconds, 2.0, 1 / 15.0);
+  EXPECT_EQ(audio->sampleRate, kRate);
+
+  // The sound keeps its moments: the encoder's priming is not heard as a delay.
+  auto sound = SoundDecoder::decodeFile(path, kRate);
+  ASSERT_TRUE(sound);
+  EXPECT_LT(loudness(*sound, kRate, 0.05, 0.95), 0.01);
+  EXPECT_GT(loudness(*sound, kRate, 1.05, 1.95), 0.15);
+  // The pixels are read as B, G, R, A.
+  auto picture = firstPicture(path);
+  ASSERT_TRUE(picture);
+  EXPECT_TRUE(similarColour(picture->at(20, 60), 0xFF0000)) << std::hex << picture->at(20, 60);
+  EXPECT_TRUE(similarColour(picture->at(140, 60), 0x0000FF)) << std::hex << picture->at(140, 60);
+}
+
+TEST_F(MovieWriterTest, FramesKeepTheirMomentsAndOutOfOrderOnesAreDropped) {
+  std::string error;
+  // Odd sides become even; frames of another size are scaled to the movie's.
+  auto writer = MovieWriter::open(path, {101, 77, 15, 0, 1, false}, error);
+  ASSERT_TRUE(writer) << error;
+  const auto big = halves(202, 154, 202 * 4);
+  for (double at : {0.0, 0.1, 0.35, 0.2, 0.35, 0.5}) {
+    writer->addVideoFrame(big.data(), 202, 154, 202 * 4, at);
+  }
+  ASSERT_EQ(writer->finish(), std::nullopt);
+  auto movie = probeMovie(path);
+  ASSERT_TRUE(movie);
+  ASSERT_EQ(movie->streams.size(), 1u) << "no sound track when none is asked for";
+  const ProbedStream& video = movie->streams[0];
+  EXPECT_EQ(video.width, 100);
+  EXPECT_EQ(video.height, 76);
+  ASSERT_EQ(video.packetTimes.size(), 4u);
+  const std::vector<double> expected = {0.0, 0.1, 0.35, 0.5};
+  for (std::size_t i = 0; i < expected.size(); ++i) {
+    EXPECT_NEAR(video.packetTimes[i], expected[i], 1e-4) << "frame " << i;
+  }
+  EXPECT_NEAR(video.seconds, 0.5 + 1 / 15.0, 1e-3) << "the last frame lasts one nominal frame";
+}
+
+TEST_F(MovieWriterTest, AFileThatCannotBeWrittenIsAnErrorAtOnce) {
+  std::string error;
+  const std::string nowhere = (tree.path() / "missing" / "output.mov").string();
+  EXPECT_FALSE(MovieWriter::open(nowhere, {160, 120, 15, 0, 1}, error));
+  EXPECT_NE(error.find(nowhere), std::string::npos) << error;
+  error.clear();
+  EXPECT_FALSE(MovieWriter::open(path, {0, 120, 15, 0, 1}, error));
+  EXPECT_FALSE(error.empty());
+}
+
+}  // namespace
+}  // namespace quorvel::testing
