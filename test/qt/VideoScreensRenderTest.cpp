@@ -1,0 +1,118 @@
+// The screen video test drawn offscreen at every step, in both languages, filmed by the mirror
+// camera: the copy the core holds, the codes as a reader sees them on screen, each colour over the
+// whole screen, and the review with the film's first picture.
+#include <QTest>
+
+#include "QuickFixture.h"
+#include "media/QrCodeReader.h"
+#include "quorvel/ScreenType.h"
+#include "quorvel/virtual/VirtualMirrorCamera.h"
+#include "quorvel/virtual/VirtualRoom.h"
+#include "quorvel/virtual/VirtualSpeaker.h"
+#include "tests/video/DeviceFrontVideo_v2_ViewController.h"
+
+namespace quorvel::testing {
+namespace {
+
+class VideoScreensRenderTest : public QuickFixture,
+                               public ::testing::WithParamInterface<SupportedLanguage> {
+ protected:
+  void SetUp() override {
+    QuickFixture::SetUp();
+    auto room = std::make_shared<VirtualRoom>();
+    camera = std::make_shared<VirtualMirrorCamera>(frontEnd->window(), room);
+    frontEnd->useCamera(camera, camera);
+    Platform withMirror = platform();
+    withMirror.camera = camera;
+    withMirror.audioPlayer = std::make_shared<VirtualSpeaker>(withMirror.audioPlayer, room);
+    installPlatform(withMirror);
+  }
+
+  std::string suffix() const { return GetParam() == SupportedLanguage::english ? "-en" : "-pt"; }
+
+  // Every named outlet shows what the core holds, and the core holds something.
+  void expectCoreCopy(const ViewController& screen, std::initializer_list<const char*> names) {
+    for (const char* name : names) {
+      const auto& element = screen.outlet<Element>(name);
+      std::string core;
+      if (const auto* label = dynamic_cast<const Label*>(&element)) core = label->text;
+      if (const auto* button = dynamic_cast<const Button*>(&element)) core = button->title;
+      if (const auto* box = dynamic_cast<const CheckBox*>(&element)) core = box->title;
+      EXPECT_FALSE(core.empty()) << name;
+      EXPECT_EQ(textOf(name), QString::fromStdString(core)) << name;
+    }
+  }
+
+  // The codes a reader finds in a grabbed picture of the window.
+  static std::vector<std::string> codesIn(const QImage& shot) {
+    const QImage grey = shot.convertToFormat(QImage::Format_Grayscale8);
+    return QrCodeReader::read(grey.constBits(), grey.width(), grey.height(),
+                              static_cast<int>(grey.bytesPerLine()));
+  }
+
+  std::shared_ptr<VirtualMirrorCamera> camera;
+};
+
+TEST_P(VideoScreensRenderTest, EveryStepIsDrawnAsTheCoreHoldsIt) {
+  sdk.language = GetParam();
+  auto screen = show<DeviceFrontVideo_v2_ViewController>(ScreenType::device_front_video_v2);
+  expectCoreCopy(*screen, {"uiLbTitle", "uiLbDescription", "uiBtNext"});
+  expectCoreColours();
+  grab("DeviceFrontVideo_v2-initial" + suffix());
+
+  tap("uiBtNext");
+  ASSERT_TRUE(waitFor([&] { return item("uiViewVideoPreview")->property("showing").toBool(); }));
+  expectCoreCopy(*screen, {"uiLbTitle", "uiLbDescription"});
+  grab("DeviceFrontVideo_v2-preview" + suffix());
+
+  tap("uiBtStartRecording");
+  ASSERT_TRUE(waitFor([&] { return !screen->startQRCode().empty(); }));
+  QTest::qWait(50);
+  EXPECT_EQ(codesIn(grab("DeviceFrontVideo_v2-start-code" + suffix())),
+            std::vector<std::string>{screen->startQRCode()});
+
+  const std::pair<const char*, QColor> colours[] = {{"blue", Qt::blue},
+                                                    {"yellow", Qt::yellow},
+                                                    {"red", Qt::red},
+                                                    {"black", Qt::black},
+                                                    {"green", Qt::green}};
+  for (const auto& [name, colour] : colours) {
+    ASSERT_TRUE(waitFor([&, c = colour] {
+      const auto& background = screen->outlet<View>("uiColorsView").backgroundColor;
+      return background && QColor::fromRgbF(float(background->red), float(background->green),
+                                            float(background->blue)) == c;
+    }));
+    QTest::qWait(50);
+    const QImage shot = grab(std::string("DeviceFrontVideo_v2-") + name + suffix());
+    // The colour covers the screen, corners included; the label is drawn over it.
+    EXPECT_EQ(shot.pixelColor(2, 2), colour) << name;
+    EXPECT_EQ(shot.pixelColor(shot.width() - 3, shot.height() - 3), colour) << name;
+    EXPECT_EQ(textOf("uiLbMD5"), QString::fromStdString(screen->md5()));
+  }
+
+  ASSERT_TRUE(waitFor([&] { return !screen->endQRCode().empty(); }));
+  QTest::qWait(50);
+  EXPECT_EQ(codesIn(grab("DeviceFrontVideo_v2-end-code" + suffix())),
+            std::vector<std::string>{screen->endQRCode()});
+
+  ASSERT_TRUE(waitFor([&] {
+    return !screen->outlet<View>("uiVideoView").hidden &&
+           screen->outlet<ImageView>("uiVideoReviewImage").image.has_value();
+  }));
+  QTest::qWait(50);
+  expectCoreCopy(*screen, {"uiLbVideoReviewTitle", "uiLbVideoReviewDescription", "uiCheckBoxTerms",
+                           "uiBtTryAgain", "uiBtVideoReviewNext"});
+  expectCoreColours();
+  grab("DeviceFrontVideo_v2-review" + suffix());
+  // The film's first picture is the mirror's view of the start code, not an empty frame.
+  const QColor middle = colorAt("uiVideoReviewImage", QPointF(0, -40));
+  EXPECT_NE(middle, QColor("#1C1C1E"));
+  tap("uiBtCancel");
+}
+
+INSTANTIATE_TEST_SUITE_P(BothLanguages, VideoScreensRenderTest,
+                         ::testing::Values(SupportedLanguage::english,
+                                           SupportedLanguage::portuguese));
+
+}  // namespace
+}  // namespace quorvel::testing
