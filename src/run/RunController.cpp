@@ -193,6 +193,7 @@ ScreenContext RunController::screenContext(const std::string& key) const {
   context.header = HeaderPosition::of(key, selectedTests_);
   context.uploader = uploader();
   context.deviceInfoSHA256 = lastDeviceInfoSHA256Value_;
+  context.imei = imei_.value_or("");
   return context;
 }
 

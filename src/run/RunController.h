@@ -18,6 +18,8 @@
 #include "tests/physical/MultiTouch_v1_ViewControllerDelegate.h"
 #include "tests/physical/MultiTouch_v2_ViewControllerDelegate.h"
 #include "tests/physical/MultipleTests_v2_ViewControllerDelegate.h"
+#include "tests/video/DeviceFrontVideo_v1_ViewControllerDelegate.h"
+#include "tests/video/DeviceFrontVideo_v2_ViewControllerDelegate.h"
 #include "widgets/ScreenContext.h"
 
 namespace quorvel {
@@ -40,7 +42,9 @@ class RunController : public std::enable_shared_from_this<RunController>,
                       public Charging_v1_ViewControllerDelegate,
                       public MultiTouch_v1_ViewControllerDelegate,
                       public MultiTouch_v2_ViewControllerDelegate,
-                      public MultipleTests_v2_ViewControllerDelegate {
+                      public MultipleTests_v2_ViewControllerDelegate,
+                      public DeviceFrontVideo_v1_ViewControllerDelegate,
+                      public DeviceFrontVideo_v2_ViewControllerDelegate {
  public:
   using Completion = std::function<void(std::optional<Dictionary>)>;
 
@@ -84,6 +88,12 @@ class RunController : public std::enable_shared_from_this<RunController>,
   void MultiTouch_v2_ViewControllerFinished(MultiTouch_v2_ViewController& vc,
                                             const Dictionary& result) override;
   void MultiTouch_v2_ViewControllerCancelled(MultiTouch_v2_ViewController& vc) override;
+  void DeviceFrontVideo_v1_ViewControllerFinished(DeviceFrontVideo_v1_ViewController& vc,
+                                                  const Dictionary& result) override;
+  void DeviceFrontVideo_v1_ViewControllerCancelled(DeviceFrontVideo_v1_ViewController& vc) override;
+  void DeviceFrontVideo_v2_ViewControllerFinished(DeviceFrontVideo_v2_ViewController& vc,
+                                                  const Dictionary& result) override;
+  void DeviceFrontVideo_v2_ViewControllerCancelled(DeviceFrontVideo_v2_ViewController& vc) override;
   void MultipleTests_v2_ViewControllerFinished(MultipleTests_v2_ViewController& vc,
                                                const Dictionary& result) override;
   void MultipleTests_v2_ViewControllerCancelled(MultipleTests_v2_ViewController& vc) override;

@@ -1,6 +1,6 @@
 #include "run/RunController.h"
 
-// The physical test screens' delegate operations: each files its result under the screen's
+// The test screens' delegate operations: each files its result under the screen's
 // result key, or cancels the run.
 
 namespace quorvel {
@@ -47,6 +47,26 @@ void RunController::MultipleTests_v2_ViewControllerFinished(MultipleTests_v2_Vie
 }
 
 void RunController::MultipleTests_v2_ViewControllerCancelled(MultipleTests_v2_ViewController&) {
+  testCancelled();
+}
+
+void RunController::DeviceFrontVideo_v1_ViewControllerFinished(DeviceFrontVideo_v1_ViewController&,
+                                                               const Dictionary& result) {
+  testFinished("device_front_video", result);
+}
+
+void RunController::DeviceFrontVideo_v1_ViewControllerCancelled(
+    DeviceFrontVideo_v1_ViewController&) {
+  testCancelled();
+}
+
+void RunController::DeviceFrontVideo_v2_ViewControllerFinished(DeviceFrontVideo_v2_ViewController&,
+                                                               const Dictionary& result) {
+  testFinished("device_front_video", result);
+}
+
+void RunController::DeviceFrontVideo_v2_ViewControllerCancelled(
+    DeviceFrontVideo_v2_ViewController&) {
   testCancelled();
 }
 

@@ -9,6 +9,8 @@
 #include "tests/physical/MultiTouch_v1_ViewController.h"
 #include "tests/physical/MultiTouch_v2_ViewController.h"
 #include "tests/physical/MultipleTests_v2_ViewController.h"
+#include "tests/video/DeviceFrontVideo_v1_ViewController.h"
+#include "tests/video/DeviceFrontVideo_v2_ViewController.h"
 
 namespace quorvel {
 
@@ -34,6 +36,8 @@ ScreenTable::ScreenTable() {
     return screen;
   });
   bind(ScreenType::multi_touch_v2, reportingTo<MultiTouch_v2_ViewController>);
+  bind(ScreenType::device_front_video_v1, reportingTo<DeviceFrontVideo_v1_ViewController>);
+  bind(ScreenType::device_front_video_v2, reportingTo<DeviceFrontVideo_v2_ViewController>);
 }
 
 const std::vector<std::string>& ScreenTable::keys() {

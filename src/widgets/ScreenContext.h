@@ -40,6 +40,8 @@ struct ScreenContext {
   std::shared_ptr<const AssetUploaderWebService> uploader;
   // Lower-case hexadecimal SHA-256 of the device-information record, "" when none was built.
   std::string deviceInfoSHA256;
+  // The run's IMEI, "" when the run has none.
+  std::string imei;
 
   // The copy of key in the screen's language.
   std::string copy(std::string_view key) const { return Localization::copy(key, language); }

@@ -8,6 +8,7 @@
 #include "tests/physical/Buttons_v1_ViewController.h"
 #include "tests/physical/Charging_v1_ViewController.h"
 #include "tests/physical/MultiTouch_v1_ViewController.h"
+#include "tests/video/DeviceFrontVideo_v1_ViewController.h"
 
 namespace quorvel::testing {
 namespace {
@@ -53,6 +54,11 @@ TEST_F(FirstGenerationResultsTest, EachScreenIsFiledUnderItsResultKey) {
        [&](RunController& run) {
          MultiTouch_v1_ViewController screen;
          run.MultiTouch_v1_ViewControllerFinished(screen, result);
+       }},
+      {"device_front_video",
+       [&](RunController& run) {
+         DeviceFrontVideo_v1_ViewController screen;
+         run.DeviceFrontVideo_v1_ViewControllerFinished(screen, result);
        }},
   };
   for (const auto& c : cases) {

@@ -9,6 +9,8 @@
 #include "tests/physical/MultiTouch_v1_ViewControllerDelegate.h"
 #include "tests/physical/MultiTouch_v2_ViewControllerDelegate.h"
 #include "tests/physical/MultipleTests_v2_ViewControllerDelegate.h"
+#include "tests/video/DeviceFrontVideo_v1_ViewControllerDelegate.h"
+#include "tests/video/DeviceFrontVideo_v2_ViewControllerDelegate.h"
 
 namespace quorvel::testing {
 
@@ -17,7 +19,9 @@ class RecordingTestDelegate : public Buttons_v1_ViewControllerDelegate,
                               public Charging_v1_ViewControllerDelegate,
                               public MultiTouch_v1_ViewControllerDelegate,
                               public MultiTouch_v2_ViewControllerDelegate,
-                              public MultipleTests_v2_ViewControllerDelegate {
+                              public MultipleTests_v2_ViewControllerDelegate,
+                              public DeviceFrontVideo_v1_ViewControllerDelegate,
+                              public DeviceFrontVideo_v2_ViewControllerDelegate {
  public:
   struct Report {
     bool cancelled = false;
@@ -58,6 +62,20 @@ class RecordingTestDelegate : public Buttons_v1_ViewControllerDelegate,
     reports.push_back({false, result});
   }
   void MultipleTests_v2_ViewControllerCancelled(MultipleTests_v2_ViewController&) override {
+    reports.push_back({true, nullptr});
+  }
+  void DeviceFrontVideo_v1_ViewControllerFinished(DeviceFrontVideo_v1_ViewController&,
+                                                  const Dictionary& result) override {
+    reports.push_back({false, result});
+  }
+  void DeviceFrontVideo_v1_ViewControllerCancelled(DeviceFrontVideo_v1_ViewController&) override {
+    reports.push_back({true, nullptr});
+  }
+  void DeviceFrontVideo_v2_ViewControllerFinished(DeviceFrontVideo_v2_ViewController&,
+                                                  const Dictionary& result) override {
+    reports.push_back({false, result});
+  }
+  void DeviceFrontVideo_v2_ViewControllerCancelled(DeviceFrontVideo_v2_ViewController&) override {
     reports.push_back({true, nullptr});
   }
 };

@@ -31,6 +31,10 @@ void TestPlatform::install() {
   p.volumeEvents = volume.events;
   p.audioSession = volume.session;
   p.screenshotEvents = screenshots;
+  p.camera = camera;
+  p.mediaExport = mediaExport;
+  p.audioPlayer = sounds;
+  p.videoPlayback = videoPlayer;
   // HTTP, images and types stay real (loopback, FFmpeg, shared-mime-info); the rest is scripted.
   installPlatform(p);
 }

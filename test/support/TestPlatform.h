@@ -9,6 +9,7 @@
 #include "quorvel/ui/Application.h"
 #include "support/ManualMainQueue.h"
 #include "support/ScriptedDevice.h"
+#include "support/ScriptedMedia.h"
 #include "support/ScriptedVolume.h"
 
 namespace quorvel::testing {
@@ -86,6 +87,10 @@ struct TestPlatform {
   std::shared_ptr<ScreenshotEvents> screenshots = std::make_shared<ScreenshotEvents>();
   // The volume keys over the system's output level, reported through its two ports.
   ScriptedVolume volume;
+  std::shared_ptr<ScriptedCamera> camera = std::make_shared<ScriptedCamera>(queue);
+  std::shared_ptr<ScriptedMediaExport> mediaExport = std::make_shared<ScriptedMediaExport>();
+  std::shared_ptr<RecordingAudioPlayer> sounds = std::make_shared<RecordingAudioPlayer>(queue);
+  std::shared_ptr<RecordingVideoPlayback> videoPlayer = std::make_shared<RecordingVideoPlayback>();
 
   void install();
   void setHostInfo(Dictionary info) { host = std::make_shared<StaticHostBundle>(std::move(info)); }

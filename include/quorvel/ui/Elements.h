@@ -131,8 +131,8 @@ struct ActivityIndicator : Element {
 
 // Shows the picture of the camera session that is running (Camera::startCapture), scaled to fill
 // the element and cropped; nothing while no session runs.
-struct CameraPreview : Element {
-  const char* kind() const override { return "CameraPreview"; }
+struct VideoPreview : Element {
+  const char* kind() const override { return "VideoPreview"; }
 };
 
 Dictionary toJson(const Image& image);

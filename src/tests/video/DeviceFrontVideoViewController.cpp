@@ -1,0 +1,403 @@
+#include "tests/video/DeviceFrontVideoViewController.h"
+
+#include <algorithm>
+#include <cctype>
+#include <filesystem>
+#include <system_error>
+
+#include "backend/AssetUploaderWebService.h"
+#include "device/CryptoHelper.h"
+#include "quorvel/platform/Platform.h"
+#include "quorvel/ui/AlertController.h"
+#include "quorvel/ui/Application.h"
+#include "quorvel/ui/LoadingView.h"
+#include "support/Logging.h"
+#include "support/Timestamp.h"
+#include "tests/video/QRCodeHelper.h"
+
+namespace quorvel {
+
+namespace {
+
+// The sequence filmed in the mirror: background and label colours, a second each.
+struct ColourStep {
+  double at;
+  Color background;
+  Color label;
+};
+constexpr ColourStep kColourSteps[] = {{0, Color{0, 0, 1, 1}, Color::white()},   // blue
+                                       {1, Color{1, 1, 0, 1}, Color::black()},   // yellow
+                                       {2, Color{1, 0, 0, 1}, Color::white()},   // red
+                                       {3, Color::black(), Color::white()},      // black
+                                       {4, Color{0, 1, 0, 1}, Color::black()}};  // green
+constexpr double kEndCodeAt = 5.0;
+constexpr double kEndAt = 5.5;
+
+std::string documentsFile(const char* name) {
+  return (std::filesystem::path(platform().device->documentsDirectory()) / name).string();
+}
+
+}  // namespace
+
+DeviceFrontVideoViewController::DeviceFrontVideoViewController(std::string interfaceName,
+                                                               std::string testKey,
+                                                               std::string version,
+                                                               bool customizable,
+                                                               ScreenContext context)
+    : TestViewController(std::move(interfaceName), std::move(testKey), "uiHeaderView",
+                         std::move(context)),
+      version_(std::move(version)),
+      customizable_(customizable) {
+  for (const char* name : {"uiInitialView", "uiColorsView", "uiVideoView"}) {
+    registerOutlet<View>(name);
+  }
+  for (const char* name : {"uiLbTitle", "uiLbDescription", "uiLbMD5", "uiLbVideoReviewTitle",
+                           "uiLbVideoReviewDescription"}) {
+    registerOutlet<Label>(name);
+  }
+  registerOutlet<ImageView>("uiImage");
+  registerOutlet<ImageView>("uiVideoReviewImage");
+  for (const char* name : {"uiBtNext", "uiBtTryAgain", "uiBtInfo", "uiBtPlayVideo",
+                           "uiBtVideoReviewNext", "uiBtVideoReviewCouldntComplete"}) {
+    registerOutlet<Button>(name);
+  }
+  registerAction("uiBtTryAgain_TouchUpInside", [this] { showInitialStep(); });
+  registerAction("uiBtInfo_TouchUpInside", [this] { showInfo(); });
+  registerAction("uiBtPlayVideo_TouchUpInside", [this] { playVideo(); });
+  // The name keeps its missing "i": hosts' interfaces already send it so.
+  registerAction("uiBtVideoReviewNext_TouchUpInsde", [this] { submit(); });
+}
+
+DeviceFrontVideoViewController::~DeviceFrontVideoViewController() { stopEverything(); }
+
+std::string DeviceFrontVideoViewController::moviePath() { return documentsFile("output.mov"); }
+
+std::string DeviceFrontVideoViewController::renderedMoviePath() {
+  return documentsFile("rendered-Video.mp4");
+}
+
+void DeviceFrontVideoViewController::viewDidLoad() {
+  TestViewController::viewDidLoad();
+  outlet<View>("view").backgroundColor = look().backgroundColor();
+  look().styleTitle(outlet<Label>("uiLbTitle"));
+  look().styleBody(outlet<Label>("uiLbDescription"));
+  look().styleTitle(outlet<Label>("uiLbVideoReviewTitle"));
+  look().styleBody(outlet<Label>("uiLbVideoReviewDescription"));
+  for (const char* name : {"uiBtNext", "uiBtVideoReviewNext"}) {
+    look().styleMainButton(outlet<Button>(name));
+  }
+  auto& couldNotComplete = outlet<Button>("uiBtVideoReviewCouldntComplete");
+  couldNotComplete.title = look().copy("could_not_complete_test");
+  couldNotComplete.titleColor = look().customization().skipTestButtonColor;
+  auto& info = outlet<Button>("uiBtInfo");
+  info.image = Image::asset("info.circle", true);
+  info.tintColor = look().themeColor();
+  auto& play = outlet<Button>("uiBtPlayVideo");
+  play.image = Image::asset("play.circle.fill", true);
+  play.tintColor = Color::white();
+  outlet<Button>("uiBtTryAgain").titleColor = look().themeColor();
+
+  // Read in the mirror, the label must be written backwards.
+  auto& label = outlet<Label>("uiLbMD5");
+  label.mirrored = true;
+  const std::string seed = look().context().deviceInfoSHA256 + currentTimestamp();
+  md5_ = CryptoHelper::hexString(CryptoHelper::md5(seed));
+  label.text = md5_;
+  showInitialStep();
+}
+
+void DeviceFrontVideoViewController::viewWillDisappear(bool animated) {
+  TestViewController::viewWillDisappear(animated);
+  stopEverything();
+}
+
+std::string DeviceFrontVideoViewController::text(const std::string& overrideKey,
+                                                 std::string_view copyKey) const {
+  return customizable_ ? look().text(overrideKey, copyKey) : look().copy(copyKey);
+}
+
+std::string DeviceFrontVideoViewController::qrCodeText(bool start) const {
+  std::string text = start ? "start;" : "end;";
+  const std::string& imei = look().context().imei;
+  auto vendorID = platform().device->identifierForVendor();
+  if (!imei.empty()) {
+    text += "imei=" + imei + ";";
+  } else if (vendorID && !vendorID->empty()) {
+    std::string upper = *vendorID;
+    std::transform(upper.begin(), upper.end(), upper.begin(),
+                   [](unsigned char c) { return static_cast<char>(std::toupper(c)); });
+    text += "vendorID=" + upper + ";";
+  } else {
+    text += "no_identifier;";
+  }
+  return text + currentTimestamp();
+}
+
+void DeviceFrontVideoViewController::showStartCode() {
+  startQRCode_ = qrCodeText(true);
+  showCode(startQRCode_);
+}
+
+void DeviceFrontVideoViewController::showCode(const std::string& text) {
+  auto& image = outlet<ImageView>("uiImage");
+  image.image = QRCodeHelper::generateQRCode(text);
+  image.tintColor.reset();
+  image.hidden = false;
+}
+
+void DeviceFrontVideoViewController::playSound(const std::string& assetName) {
+  auto& ports = platform();
+  if (!ports.audioPlayer) {
+    logLine("No sound player; " + assetName + " is not played");
+    return;
+  }
+  if (ports.audioSession) ports.audioSession->setActive(true);
+  ports.audioPlayer->playAsset(assetName, [](bool) {});
+}
+
+void DeviceFrontVideoViewController::alert(const std::string& title, const std::string& message) {
+  auto controller = AlertController::make(title, message);
+  controller->addAction({look().copy("ok"), AlertActionStyle::standard, nullptr});
+  present(controller, true);
+}
+
+void DeviceFrontVideoViewController::showScanningNotSupported() {
+  setSession(nullptr);
+  auto controller = AlertController::make(
+      "Scanning not supported",
+      "Your device does not support scanning a code from an item. Please use a device with a "
+      "camera.");
+  controller->addAction({"OK", AlertActionStyle::standard, nullptr});
+  present(controller, true);
+}
+
+void DeviceFrontVideoViewController::setSession(std::shared_ptr<CameraSession> session) {
+  if (session_ && session_ != session) session_->stop();
+  session_ = std::move(session);
+}
+
+bool DeviceFrontVideoViewController::startRecording() {
+  std::error_code ignored;
+  std::filesystem::create_directories(
+      std::filesystem::path(platform().device->documentsDirectory()), ignored);
+  auto finished = whileAlive<std::optional<std::string>>(
+      [this](std::optional<std::string> error) { recordingEnded(error); });
+  if (!session_ || !session_->startRecording(moviePath(), finished)) {
+    showScanningNotSupported();
+    return false;
+  }
+  recording_ = true;
+  return true;
+}
+
+void DeviceFrontVideoViewController::stopRecording() {
+  if (session_) session_->stopRecording();
+}
+
+void DeviceFrontVideoViewController::recordingEnded(const std::optional<std::string>& error) {
+  if (error) logLine("The recording could not be written: " + *error);
+  recording_ = false;
+  auto waiting = std::move(afterRecording_);
+  afterRecording_.clear();
+  for (auto& work : waiting) work();
+}
+
+void DeviceFrontVideoViewController::whenRecordingEnds(std::function<void()> work) {
+  if (recording_) {
+    afterRecording_.push_back(std::move(work));
+  } else {
+    work();
+  }
+}
+
+void DeviceFrontVideoViewController::after(double delaySeconds, std::function<void()> work) {
+  std::weak_ptr<ViewController> weak = weak_from_this();
+  pending_.push_back(platform().mainQueue->asyncAfter(delaySeconds, [weak, work] {
+    if (auto self = weak.lock()) work();
+  }));
+}
+
+void DeviceFrontVideoViewController::stopEverything() {
+  for (auto& item : pending_) item->cancel();
+  pending_.clear();
+  afterRecording_.clear();
+  recording_ = false;
+  setSession(nullptr);
+}
+
+void DeviceFrontVideoViewController::runColourSequence(std::function<void()> atEndCode,
+                                                       std::function<void()> atEnd) {
+  showViews(false, true, false);
+  // Every step counts from this one moment, so a late step does not delay the ones after it.
+  for (const auto& step : kColourSteps) {
+    auto show = [this, step] {
+      outlet<View>("uiColorsView").backgroundColor = step.background;
+      outlet<Label>("uiLbMD5").textColor = step.label;
+    };
+    if (step.at == 0) {
+      show();
+    } else {
+      after(step.at, show);
+    }
+  }
+  after(kEndCodeAt, [this, atEndCode] {
+    step_ = Step::endCode;
+    endQRCode_ = qrCodeText(false);
+    showViews(true, false, false);
+    showCode(endQRCode_);
+    atEndCode();
+  });
+  after(kEndAt, std::move(atEnd));
+}
+
+void DeviceFrontVideoViewController::showViews(bool initial, bool colours, bool review) {
+  outlet<View>("uiInitialView").hidden = !initial;
+  outlet<View>("uiColorsView").hidden = !colours;
+  outlet<View>("uiVideoView").hidden = !review;
+}
+
+void DeviceFrontVideoViewController::showInitialStep() {
+  stopEverything();
+  step_ = Step::initial;
+  showViews(true, false, false);
+  outlet<Label>("uiLbTitle").text = text("initial_title", "screen_test_title_initial");
+  outlet<Label>("uiLbDescription").text =
+      text("initial_description", "screen_test_description_initial");
+  auto& image = outlet<ImageView>("uiImage");
+  auto hostImage = customizable_ ? look().image("image_initial_screen") : std::nullopt;
+  image.image = hostImage.value_or(Image::asset("imageMirrorTest"));
+  image.hidden = false;
+  auto& next = outlet<Button>("uiBtNext");
+  next.title = text("initial_next_button", "next");
+  next.hidden = false;
+  outlet<Button>("uiBtCouldntCompleteTest").hidden = false;
+  initialShown();
+}
+
+void DeviceFrontVideoViewController::showReviewStep() {
+  step_ = Step::review;
+  showViews(false, false, true);
+  outlet<Label>("uiLbVideoReviewTitle").text =
+      text("video_review_title", "screen_test_title_video_review");
+  outlet<Label>("uiLbVideoReviewDescription").text =
+      text("video_review_description", "screen_test_description_video_review");
+  outlet<Button>("uiBtVideoReviewNext").title = text("video_review_next_button", "next");
+  outlet<Button>("uiBtTryAgain").title = text("video_review_try_again", "try_again");
+  outlet<ImageView>("uiVideoReviewImage").image.reset();
+  whenRecordingEnds([this] { showThumbnail(); });
+  reviewShown();
+}
+
+void DeviceFrontVideoViewController::showThumbnail() {
+  if (step_ != Step::review) return;
+  auto exporter = platform().mediaExport;
+  if (!exporter) return;
+  outlet<ImageView>("uiVideoReviewImage").image = exporter->thumbnail(moviePath());
+}
+
+void DeviceFrontVideoViewController::showInfo() { alert("", infoText()); }
+
+void DeviceFrontVideoViewController::playVideo() {
+  if (auto player = platform().videoPlayback) {
+    player->play(moviePath());
+  } else {
+    logLine("No video player; the recording cannot be shown");
+  }
+}
+
+void DeviceFrontVideoViewController::submit() {
+  if (step_ != Step::review) return;
+  step_ = Step::uploading;
+  auto& ports = platform();
+  loadingView_ = std::make_shared<LoadingView>();
+  if (ports.application) loadingView_->show(ports.application->keyWindow());
+
+  whenRecordingEnds([this] {
+    auto exporter = platform().mediaExport;
+    if (!exporter) {
+      exported(false);
+      return;
+    }
+    std::error_code ignored;
+    std::filesystem::remove(renderedMoviePath(), ignored);
+    auto queue = platform().mainQueue;
+    std::weak_ptr<ViewController> weak = weak_from_this();
+    exporter->exportMP4(
+        moviePath(), renderedMoviePath(), [queue, weak](std::optional<std::string> error) {
+          if (error) logLine("The recording could not be converted: " + *error);
+          queue->async([weak, succeeded = !error] {
+            auto self = std::static_pointer_cast<DeviceFrontVideoViewController>(weak.lock());
+            if (self) self->exported(succeeded);
+          });
+        });
+  });
+}
+
+void DeviceFrontVideoViewController::exported(bool succeeded) {
+  if (step_ != Step::uploading) return;
+  const std::string file = succeeded ? renderedMoviePath() : moviePath();
+  const auto& uploader = look().context().uploader;
+  if (!uploader) {
+    logLine("No assets backend for this screen; the recording is not uploaded");
+    uploaded(std::nullopt);
+    return;
+  }
+  auto queue = platform().mainQueue;
+  std::weak_ptr<ViewController> weak = weak_from_this();
+  uploader->uploadFile(
+      file, [queue, weak](std::optional<Dictionary> response, std::optional<std::string>) {
+        queue->async([weak, response] {
+          auto self = std::static_pointer_cast<DeviceFrontVideoViewController>(weak.lock());
+          if (self) self->uploaded(response);
+        });
+      });
+}
+
+void DeviceFrontVideoViewController::uploaded(const std::optional<Dictionary>& response) {
+  if (step_ != Step::uploading) return;
+  std::error_code error;
+  if (!std::filesystem::exists(moviePath(), error)) {
+    logLine("File does not exist");
+  } else if (!std::filesystem::remove(moviePath(), error)) {
+    logLine("An error took place: " + error.message());
+  }
+  std::optional<std::string> url;
+  if (response && response->is_object() && response->contains("url") &&
+      (*response)["url"].is_string()) {
+    url = (*response)["url"].get<std::string>();
+  }
+  if (loadingView_) loadingView_->fadeOutAndRemove(0.1);
+  finish(result(url.has_value(), url));
+}
+
+void DeviceFrontVideoViewController::finish(const Dictionary& outcome) {
+  stopEverything();
+  step_ = Step::done;
+  report(outcome);
+}
+
+void DeviceFrontVideoViewController::couldNotCompleteTest() {
+  if (step_ == Step::uploading || step_ == Step::done) return;
+  finish(result(false));
+}
+
+void DeviceFrontVideoViewController::cancelTest() {
+  if (step_ == Step::uploading || step_ == Step::done) return;
+  stopEverything();
+  step_ = Step::done;
+  reportCancelled();
+}
+
+Dictionary DeviceFrontVideoViewController::result(bool success,
+                                                  const std::optional<std::string>& url) const {
+  Dictionary values = stamped({{"success", success}, {"version", version_}});
+  if (url) values["url"] = *url;
+  if (success) {
+    values["md5"] = md5_;
+    values["start_qr_code"] = startQRCode_;
+    values["end_qr_code"] = endQRCode_;
+  }
+  return values;
+}
+
+}  // namespace quorvel

@@ -1,0 +1,109 @@
+#include "tests/video/DeviceFrontVideo_v1_ViewController.h"
+
+#include "quorvel/ScreenType.h"
+#include "quorvel/platform/Platform.h"
+
+namespace quorvel {
+
+namespace {
+
+constexpr double kSequenceDelay = 0.5;
+
+}  // namespace
+
+DeviceFrontVideo_v1_ViewController::DeviceFrontVideo_v1_ViewController(ScreenContext context)
+    : DeviceFrontVideoViewController("DeviceFrontVideo_v1_ViewController",
+                                     ScreenType::device_front_video_v1, "1", false,
+                                     std::move(context)) {
+  registerAction("uiBtNext_TouchUpInside", [this] { showInstructions(); });
+}
+
+void DeviceFrontVideo_v1_ViewController::viewDidLoad() {
+  DeviceFrontVideoViewController::viewDidLoad();
+  if (platform().audioSession->outputVolume() < 0.5f) {
+    alert("", look().copy("alert_sound_level_ios"));
+  }
+}
+
+void DeviceFrontVideo_v1_ViewController::showInstructions() {
+  if (step() != Step::initial) return;
+  setStep(Step::instructions);
+  outlet<Label>("uiLbTitle").text = look().copy("screen_test_title_instructions");
+  outlet<Label>("uiLbDescription").text =
+      look().copy("screen_test_description_instructions_start_ios");
+  outlet<Button>("uiBtNext").hidden = true;
+  showStartCode();
+  startScanning();
+}
+
+void DeviceFrontVideo_v1_ViewController::startScanning() {
+  auto camera = platform().camera;
+  auto session = camera ? camera->startScanning(whileAlive<const std::vector<std::string>&>(
+                              [this](const std::vector<std::string>& codes) { codesRead(codes); }))
+                        : nullptr;
+  if (!session) {
+    showScanningNotSupported();
+    return;
+  }
+  scanning_ = session;
+  setSession(std::move(session));
+}
+
+void DeviceFrontVideo_v1_ViewController::codesRead(const std::vector<std::string>& codes) {
+  // Only the scanning session that runs now may move the test on.
+  if (!session() || scanning_.lock() != session()) return;
+  // One reading per session: whatever was read, this session is done.
+  session()->stop();
+  if (codes.empty()) {
+    dismiss(true);
+    return;
+  }
+  if (codes.front() == startQRCode() && step() == Step::instructions) {
+    startCodeRead();
+  } else if (codes.front() == endQRCode() && step() == Step::endCode) {
+    endCodeRead();
+  }
+  dismiss(true);
+}
+
+void DeviceFrontVideo_v1_ViewController::startCodeRead() {
+  setStep(Step::recording);
+  playSound("beep");
+  auto camera = platform().camera;
+  setSession(camera ? camera->startCapture(false) : nullptr);
+  startRecording();
+  after(kSequenceDelay, [this] {
+    playSound("testfile");
+    runColourSequence(
+        [this] {
+          outlet<Label>("uiLbDescription").text =
+              look().copy("screen_test_description_instructions_end");
+        },
+        [this] {
+          stopRecording();
+          startScanning();
+        });
+  });
+}
+
+void DeviceFrontVideo_v1_ViewController::endCodeRead() {
+  // The recording ended at 5.5 s; this second stop finds nothing to stop.
+  stopRecording();
+  playSound("beep");
+  showReviewStep();
+}
+
+std::string DeviceFrontVideo_v1_ViewController::infoText() const {
+  return look().copy("screen_test_info_ios");
+}
+
+void DeviceFrontVideo_v1_ViewController::report(const Dictionary& result) {
+  if (auto target = delegate.lock())
+    target->DeviceFrontVideo_v1_ViewControllerFinished(*this, result);
+}
+
+void DeviceFrontVideo_v1_ViewController::reportCancelled() {
+  if (auto target = delegate.lock()) target->DeviceFrontVideo_v1_ViewControllerCancelled(*this);
+}
+
+}  // namespace quorvel

@@ -1,0 +1,134 @@
+#include "tests/video/DeviceFrontVideo_v2_ViewController.h"
+
+#include "quorvel/ScreenCustomizationKeys.h"
+#include "quorvel/ScreenType.h"
+#include "quorvel/platform/Platform.h"
+
+namespace quorvel {
+
+namespace keys = ScreenCustomizationKeys::device_front_video_v2;
+
+namespace {
+
+constexpr double kSequenceDelay = 0.5;
+
+}  // namespace
+
+DeviceFrontVideo_v2_ViewController::DeviceFrontVideo_v2_ViewController(ScreenContext context)
+    : DeviceFrontVideoViewController("DeviceFrontVideo_v2_ViewController",
+                                     ScreenType::device_front_video_v2, "2", true,
+                                     std::move(context)) {
+  registerOutlet<VideoPreview>("uiViewVideoPreview");
+  registerOutlet<View>("uiVideoOverlay");
+  registerOutlet<Button>("uiBtStartRecording");
+  registerOutlet<CheckBox>("uiCheckBoxTerms");
+  registerAction("uiBtNext_TouchUpInside", [this] { next(); });
+  registerAction("uiBtStartRecording_TouchUpInside", [this] { startRecordingPressed(); });
+  registerAction("uiCheckBoxTerms_TouchUpInside", [this] { termsToggled(); });
+}
+
+void DeviceFrontVideo_v2_ViewController::viewDidLoad() {
+  DeviceFrontVideoViewController::viewDidLoad();
+  auto& session = *platform().audioSession;
+  currentVolume_ = session.outputVolume();
+  volumeObservation_ = session.observeOutputVolume(
+      whileAlive<float>([this](float volume) { currentVolume_ = volume; }));
+  // A round record button, as cameras have: it needs no words.
+  outlet<Button>("uiBtStartRecording").image = Image::asset("record.circle");
+  auto& box = outlet<CheckBox>("uiCheckBoxTerms");
+  box.title = text(keys::Copy::video_review_checkbox_text, "screen_test_review_checkbox_text");
+  box.tintColor = look().themeColor();
+  box.textColor = look().textColor();
+}
+
+void DeviceFrontVideo_v2_ViewController::initialShown() {
+  outlet<VideoPreview>("uiViewVideoPreview").hidden = true;
+  outlet<View>("uiVideoOverlay").hidden = true;
+  outlet<Button>("uiBtStartRecording").hidden = true;
+}
+
+void DeviceFrontVideo_v2_ViewController::next() {
+  if (step() != Step::initial) return;
+  if (currentVolume_ < 0.5f) {
+    alert("", look().copy("alert_sound_level_ios"));
+    return;
+  }
+  showPreview();
+}
+
+void DeviceFrontVideo_v2_ViewController::showPreview() {
+  setStep(Step::preview);
+  auto camera = platform().camera;
+  auto session = camera ? camera->startCapture(true) : nullptr;
+  outlet<Label>("uiLbTitle").text = text(keys::Copy::preview_title, "screen_test_title_preview");
+  outlet<Label>("uiLbDescription").text =
+      text(keys::Copy::preview_description, "screen_test_description_preview");
+  outlet<Button>("uiBtNext").hidden = true;
+  outlet<ImageView>("uiImage").hidden = true;
+  if (!session) {
+    showScanningNotSupported();
+    return;
+  }
+  setSession(std::move(session));
+  outlet<VideoPreview>("uiViewVideoPreview").hidden = false;
+  outlet<View>("uiVideoOverlay").hidden = false;
+  outlet<Button>("uiBtStartRecording").hidden = false;
+}
+
+void DeviceFrontVideo_v2_ViewController::startRecordingPressed() {
+  if (step() != Step::preview || !session()) return;
+  setStep(Step::recording);
+  outlet<Label>("uiLbTitle").text.clear();
+  outlet<Label>("uiLbDescription").text.clear();
+  outlet<Button>("uiBtNext").hidden = true;
+  outlet<Button>("uiBtCouldntCompleteTest").hidden = true;
+  outlet<Button>("uiBtStartRecording").hidden = true;
+  outlet<VideoPreview>("uiViewVideoPreview").hidden = true;
+  outlet<View>("uiVideoOverlay").hidden = true;
+  showStartCode();
+  if (!startRecording()) return;
+  playSound("beep");
+  after(kSequenceDelay, [this] {
+    playSound(look().context().language == SupportedLanguage::portuguese ? "video_test_audio_PT"
+                                                                         : "video_test_audio_EN");
+    runColourSequence([this] { outlet<Label>("uiLbDescription").text.clear(); },
+                      [this] {
+                        playSound("beep");
+                        stopRecording();
+                        showReviewStep();
+                      });
+  });
+}
+
+void DeviceFrontVideo_v2_ViewController::reviewShown() {
+  termsAccepted_ = false;
+  auto& box = outlet<CheckBox>("uiCheckBoxTerms");
+  box.isChecked = false;
+  auto& next = outlet<Button>("uiBtVideoReviewNext");
+  next.enabled = false;
+  next.alpha = 0.3;
+}
+
+void DeviceFrontVideo_v2_ViewController::termsToggled() {
+  if (step() != Step::review) return;
+  termsAccepted_ = !termsAccepted_;
+  outlet<CheckBox>("uiCheckBoxTerms").isChecked = termsAccepted_;
+  auto& next = outlet<Button>("uiBtVideoReviewNext");
+  next.enabled = termsAccepted_;
+  next.alpha = termsAccepted_ ? 1.0 : 0.3;
+}
+
+std::string DeviceFrontVideo_v2_ViewController::infoText() const {
+  return text(keys::Copy::info_button_copy, "screen_test_info");
+}
+
+void DeviceFrontVideo_v2_ViewController::report(const Dictionary& result) {
+  if (auto target = delegate.lock())
+    target->DeviceFrontVideo_v2_ViewControllerFinished(*this, result);
+}
+
+void DeviceFrontVideo_v2_ViewController::reportCancelled() {
+  if (auto target = delegate.lock()) target->DeviceFrontVideo_v2_ViewControllerCancelled(*this);
+}
+
+}  // namespace quorvel

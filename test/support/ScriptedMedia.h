@@ -1,0 +1,104 @@
+#pragma once
+
+#include <memory>
+#include <optional>
+#include <string>
+#include <utility>
+#include <vector>
+
+#include "quorvel/platform/AudioPlayer.h"
+#include "quorvel/platform/Camera.h"
+#include "quorvel/platform/MainQueue.h"
+#include "quorvel/platform/MediaExport.h"
+#include "quorvel/platform/VideoPlayback.h"
+
+namespace quorvel::testing {
+
+// A front camera whose view the test decides: it "sees" the codes the test shows it, and a
+// recording writes a small file when it stops. Answers come on the main queue, as a camera's do.
+class ScriptedCamera : public Camera {
+ public:
+  struct Session : CameraSession {
+    bool scanning = false;
+    bool withMicrophone = false;
+    bool stopped = false;
+    std::string recordingPath;
+    bool recording = false;
+    std::function<void(const std::vector<std::string>&)> codesRead;
+    std::function<void(std::optional<std::string>)> finished;
+    ScriptedCamera* camera = nullptr;
+
+    void stop() override;
+    bool startRecording(const std::string& moviePath,
+                        std::function<void(std::optional<std::string>)> done) override;
+    void stopRecording() override;
+  };
+
+  explicit ScriptedCamera(std::shared_ptr<MainQueue> queue) : queue_(std::move(queue)) {}
+
+  // false: the device has no usable front camera.
+  bool present = true;
+  // The error the next recording reports when it ends.
+  std::optional<std::string> recordingError;
+  // Every session started, oldest first.
+  std::vector<std::shared_ptr<Session>> sessions;
+
+  std::shared_ptr<CameraSession> startScanning(
+      std::function<void(const std::vector<std::string>&)> codesRead) override;
+  std::shared_ptr<CameraSession> startCapture(bool withMicrophone) override;
+
+  // The running session, or null.
+  std::shared_ptr<Session> running() const;
+  // The running scanning session sees codes; false when none scans.
+  bool sees(std::vector<std::string> codes);
+
+ private:
+  std::shared_ptr<Session> begin(bool scanning);
+  std::shared_ptr<MainQueue> queue_;
+};
+
+// Export as a copy of the movie (or a failure the test asks for); the thumbnail is a file's first
+// bytes, so a test can tell which file it came from.
+class ScriptedMediaExport : public MediaExport {
+ public:
+  bool fails = false;
+  std::vector<std::pair<std::string, std::string>> exports;
+
+  void exportMP4(const std::string& moviePath, const std::string& mp4Path,
+                 std::function<void(std::optional<std::string>)> completion) override;
+  std::optional<Image> thumbnail(const std::string& moviePath) override;
+};
+
+// Writes down what is played and when, by the main queue's clock; sounds never end by themselves.
+class RecordingAudioPlayer : public AudioPlayer {
+ public:
+  explicit RecordingAudioPlayer(std::shared_ptr<MainQueue> queue) : queue_(std::move(queue)) {}
+
+  struct Played {
+    std::string name;
+    double at;
+  };
+  std::vector<Played> played;
+  // Asset names that the bundle lacks.
+  std::vector<std::string> missing;
+
+  void playAsset(const std::string& assetName, std::function<void(bool)> finished) override;
+  void playFile(const std::string& path, std::function<void(bool)> finished) override;
+  void stop() override;
+  double currentTime() const override { return 0; }
+
+  std::vector<std::string> names() const;
+
+ private:
+  void finishCurrent(bool successfully);
+  std::shared_ptr<MainQueue> queue_;
+  std::function<void(bool)> current_;
+};
+
+class RecordingVideoPlayback : public VideoPlayback {
+ public:
+  std::vector<std::string> played;
+  void play(const std::string& moviePath) override { played.push_back(moviePath); }
+};
+
+}  // namespace quorvel::testing
