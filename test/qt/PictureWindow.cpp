@@ -18,6 +18,7 @@ class PictureWindow::PictureItem : public QQuickPaintedItem {
 
 PictureWindow::PictureWindow(QSize size) : item_(new PictureItem) {
   resize(size);
+  item_->setParent(contentItem());  // owned, not only drawn, by the window
   item_->setParentItem(contentItem());
   item_->setSize(size);
   show();
