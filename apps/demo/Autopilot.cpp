@@ -4,6 +4,7 @@
 #include <QTimer>
 
 #include "ScreenRecorder.h"
+#include "quorvel/platform/Platform.h"
 #include "widgets/MultipleTestsTableViewCell.h"
 
 namespace quorvel::demo {
@@ -105,6 +106,10 @@ void Autopilot::act(const QString& name) {
         });
   } else if (name == "MultiTouch_v1_ViewController") {
     devices_.touchScreen->tap(centerOf("view"), 3);
+  } else if (name == "DeviceFrontVideo_v2_ViewController") {
+    filmInTheMirror(true);
+  } else if (name == "DeviceFrontVideo_v1_ViewController") {
+    filmInTheMirror(false);
   } else if (name == "TestsFinishedViewController") {
     when(
         "the Finish button", [this] { return shows("uiBtDone"); }, [this] { tap("uiBtDone"); });
@@ -115,6 +120,85 @@ void Autopilot::act(const QString& name) {
     tap("uiBtCouldntCompleteTest");
   } else {
     emit stuck("no steps for the screen " + name);
+  }
+}
+
+void Autopilot::filmInTheMirror(bool byButton) {
+  // Loud enough to pass the sound check: up, a press at a time, to at least half.
+  auto raiseVolume = std::make_shared<std::function<void(std::function<void()>)>>();
+  *raiseVolume = [this, raiseVolume](std::function<void()> then) {
+    if (quorvel::platform().audioSession->outputVolume() >= 0.5f) {
+      auto done = std::move(then);
+      *raiseVolume = nullptr;
+      done();
+      return;
+    }
+    devices_.volumeKeys->pressUp();
+    QTimer::singleShot(kPollMilliseconds, this, [raiseVolume, then] {
+      if (*raiseVolume) (*raiseVolume)(then);
+    });
+  };
+  // The review: tick the box (v2) once it shows, then Next once it takes a press.
+  auto review = [this, byButton] {
+    auto submit = [this] {
+      when(
+          "Next on the review",
+          [this] { return outletJson("uiBtVideoReviewNext").value("enabled", false); },
+          [this] { tap("uiBtVideoReviewNext"); });
+    };
+    if (!byButton) {
+      when(
+          "the review", [this] { return shows("uiBtVideoReviewNext"); }, submit);
+      return;
+    }
+    when(
+        "the review's check box", [this] { return shows("uiCheckBoxTerms"); },
+        [this, submit] {
+          tap("uiCheckBoxTerms");
+          submit();
+        });
+  };
+  (*raiseVolume)([this, byButton, review] {
+    when(
+        "the Next button", [this] { return shows("uiBtNext"); },
+        [this, byButton, review] {
+          tap("uiBtNext");
+          // v1 starts when the camera reads the start code in the mirror; v2 by its button.
+          if (!byButton) {
+            review();
+            return;
+          }
+          when(
+              "the record button", [this] { return shows("uiBtStartRecording"); },
+              [this, review] {
+                captureStep("preview");
+                tap("uiBtStartRecording");
+                captureFilm();
+                review();
+              });
+        });
+  });
+}
+
+void Autopilot::captureStep(const QString& step) {
+  auto controller = current_.lock();
+  if (recorder_ && controller) {
+    recorder_->capture(QString::fromStdString(controller->interfaceName()) + "-" + step);
+  }
+}
+
+void Autopilot::captureFilm() {
+  if (!recorder_) return;
+  // The screen's moments from the press: the start code at once, a colour each second from
+  // 0.5 s, the end code at 5.5 s. Each is captured halfway through.
+  const std::pair<int, const char*> moments[] = {
+      {250, "start-code"}, {1000, "blue"},  {2000, "yellow"},  {3000, "red"},
+      {4000, "black"},     {5000, "green"}, {5750, "end-code"}};
+  const int generation = generation_;
+  for (const auto& [at, step] : moments) {
+    QTimer::singleShot(at, this, [this, generation, step = QString(step)] {
+      if (generation == generation_) captureStep(step);
+    });
   }
 }
 

@@ -48,6 +48,12 @@ class Autopilot : public QObject {
   void screenSettled(ViewControllerBridge* screen);
   void act(const QString& interfaceName);
   void answerAlert();
+  // The screen video tests: the sound up, Next, filming (by the button for v2, by the start code
+  // for v1), then the review's box and Next.
+  void filmInTheMirror(bool byButton);
+  // Screenshots of the steps within one screen ("<screen>-<step>"), and of the film's moments.
+  void captureStep(const QString& step);
+  void captureFilm();
 
   // Runs action once condition holds, checking often; gives up (stuck) after a while. Waits of a
   // screen that has gone are dropped.

@@ -1,6 +1,9 @@
 #include "DemoOptions.h"
 
+#include <algorithm>
 #include <sstream>
+
+#include "run/ScreenTable.h"
 
 namespace quorvel::demo {
 
@@ -18,10 +21,14 @@ const char* DemoOptions::usage() {
   return "usage: quorvel-demo [--autopilot] [--assets-host URL] [--app-id A] [--api-key K]\n"
          "                    [--language en|pt] [--tests a,b] [--hide-start-screen]\n"
          "                    [--imei V] [--serial V] [--screenshots DIR]\n"
+         "                    [--screen KEY] [--mirror-camera]\n"
          "  --autopilot          run the default flow unattended, as a person would, then exit\n"
          "  --assets-host URL    upload to this assets host (every environment)\n"
          "  --screenshots DIR    save a PNG of every screen shown\n"
-         "Prints the completion response as one JSON line; exits 0 when its status code is 200.\n";
+         "  --screen KEY         show one test screen alone (device_front_video_v2, ...)\n"
+         "  --mirror-camera      without a camera, film the window as a mirror would\n"
+         "Prints the completion response as one JSON line; exits 0 when its status code is 200.\n"
+         "With --screen, prints the screen's result instead; exits 0 when it succeeded.\n";
 }
 
 std::variant<DemoOptions, std::string> DemoOptions::parse(const std::vector<std::string>& args) {
@@ -36,11 +43,13 @@ std::variant<DemoOptions, std::string> DemoOptions::parse(const std::vector<std:
       options.autopilot = true;
     } else if (flag == "--hide-start-screen") {
       options.hideStartScreen = true;
+    } else if (flag == "--mirror-camera") {
+      options.mirrorCamera = true;
     } else if (flag == "--help" || flag == "-h") {
       options.help = true;
     } else if (flag == "--assets-host" || flag == "--app-id" || flag == "--api-key" ||
                flag == "--language" || flag == "--tests" || flag == "--imei" ||
-               flag == "--serial" || flag == "--screenshots") {
+               flag == "--serial" || flag == "--screenshots" || flag == "--screen") {
       auto text = value();
       if (!text) return flag + " needs a value";
       if (flag == "--assets-host") {
@@ -61,6 +70,14 @@ std::variant<DemoOptions, std::string> DemoOptions::parse(const std::vector<std:
         options.imei = *text;
       } else if (flag == "--serial") {
         options.serial = *text;
+      } else if (flag == "--screen") {
+        const auto& keys = ScreenTable::keys();
+        if (std::find(keys.begin(), keys.end(), *text) == keys.end()) {
+          std::string known;
+          for (const auto& key : keys) known += (known.empty() ? "" : ", ") + key;
+          return "--screen: no test screen \"" + *text + "\"; the keys are " + known;
+        }
+        options.screen = *text;
       } else {
         options.screenshots = *text;
       }

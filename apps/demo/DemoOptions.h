@@ -21,6 +21,11 @@ struct DemoOptions {
   std::string imei;
   std::string serial;
   std::optional<std::string> screenshots;
+  // Shows this test screen alone instead of the host page.
+  std::optional<std::string> screen;
+  // Films the window in a virtual mirror when the machine has no camera (the autopilot always
+  // does).
+  bool mirrorCamera = false;
   bool help = false;
 
   // The options, or a message saying what is wrong with args.

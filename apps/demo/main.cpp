@@ -9,10 +9,15 @@
 #include "DemoOptions.h"
 #include "HostPageViewController.h"
 #include "ResultPageViewController.h"
+#include "ScreenHost.h"
 #include "ScreenRecorder.h"
+#include "backend/AssetUploaderWebService.h"
+#include "device/DeviceInfoHelper.h"
 #include "quorvel/platform/HostBundle.h"
 #include "quorvel/quick/QuickFrontEnd.h"
 #include "quorvel/ui/NavigationController.h"
+#include "run/ScreenTable.h"
+#include "support/JsonText.h"
 
 using namespace quorvel;
 using namespace quorvel::demo;
@@ -33,6 +38,30 @@ Dictionary hostInformation(const DemoOptions& options) {
     }
   }
   return info;
+}
+
+// What a screen shown alone reads of its "run": the demo's settings, and the only place in the
+// header.
+ScreenContext aloneContext(const DemoOptions& options) {
+  ScreenContext context;
+  context.language =
+      options.language == 1 ? SupportedLanguage::portuguese : SupportedLanguage::english;
+  context.header = {0, 1};
+  if (!options.apiKey.empty()) {
+    context.uploader = std::make_shared<AssetUploaderWebService>(Environment::production,
+                                                                 options.appID, options.apiKey);
+  }
+  DeviceIdentifiers ids;
+  if (!options.imei.empty()) ids.imei = options.imei;
+  if (!options.serial.empty()) ids.serialNumber = options.serial;
+  context.deviceInfoSHA256 = jsonDigest(DeviceInfoHelper::getDeviceInfo(ids));
+  context.imei = options.imei;
+  return context;
+}
+
+void printResult(const std::optional<Dictionary>& value) {
+  std::cout << (value ? value->dump(-1, ' ', false, Dictionary::error_handler_t::replace) : "null")
+            << std::endl;
 }
 
 bool hasDisplay() {
@@ -77,12 +106,37 @@ int main(int argc, char** argv) {
   int exitCode = 1;
   auto navigation = NavigationController::make();
   std::weak_ptr<NavigationController> weakNavigation = navigation;
+  std::shared_ptr<ScreenHost> screenHost;
+  std::shared_ptr<ViewController> firstScreen;
+  if (options.screen) {
+    const bool filmed = options.screen->rfind("device_front_video", 0) == 0;
+    if (filmed && !platform.camera) {
+      std::fprintf(stderr,
+                   "quorvel-demo: %s films the screen, and this machine has no camera; "
+                   "--mirror-camera (or --autopilot) films the window as a mirror would\n",
+                   options.screen->c_str());
+      return 2;
+    }
+    if (filmed && options.apiKey.empty()) {
+      std::fprintf(stderr, "quorvel-demo: no --api-key: the recording cannot be uploaded\n");
+    }
+    screenHost = std::make_shared<ScreenHost>([&exitCode, &application](const Dictionary& result) {
+      printResult(result.is_null() ? std::nullopt : std::optional<Dictionary>(result));
+      exitCode = ScreenHost::succeeded(result) ? 0 : 1;
+      // Leave once the screen's report has returned.
+      quorvel::platform().mainQueue->async(
+          [&application, &exitCode] { application.exit(exitCode); });
+    });
+    firstScreen = ScreenTable().makeScreen(*options.screen, aloneContext(options), screenHost);
+    if (!firstScreen) {
+      std::fprintf(stderr, "quorvel-demo: %s has no screen in this build\n",
+                   options.screen->c_str());
+      return 2;
+    }
+  }
   auto hostPage = std::make_shared<HostPageViewController>(
       options, [&exitCode, weakNavigation](const std::optional<Dictionary>& response) {
-        std::cout << (response
-                          ? response->dump(-1, ' ', false, Dictionary::error_handler_t::replace)
-                          : "null")
-                  << std::endl;
+        printResult(response);
         exitCode = response && response->value("status_code", 0) == 200 ? 0 : 1;
         // The SDK gives the navigation back after its completion returns; show the result
         // once it has.
@@ -92,7 +146,7 @@ int main(int argc, char** argv) {
           }
         });
       });
-  navigation->setViewControllers({hostPage}, false);
+  navigation->setViewControllers({firstScreen ? firstScreen : hostPage}, false);
   navigation->setNavigationBarHidden(true, false);
   frontEnd.coreWindow()->setRootViewController(navigation);
   frontEnd.show(QSize(390, 844));
@@ -112,6 +166,7 @@ int main(int argc, char** argv) {
     autopilot = std::make_unique<Autopilot>(
         frontEnd, Autopilot::Devices{charger, &volumeKeys, &touchScreen, &keyboard},
         options.imei.empty() ? "490154203237518" : options.imei, recorder.get());
+    // A run ends on the host's result page; a screen alone ends with its report.
     QObject::connect(autopilot.get(), &Autopilot::arrived, &application,
                      [&] { application.exit(exitCode); });
     QObject::connect(autopilot.get(), &Autopilot::stuck, &application, [&](const QString& what) {
@@ -121,5 +176,5 @@ int main(int argc, char** argv) {
     QTimer::singleShot(0, autopilot.get(), &Autopilot::start);
   }
   const int code = application.exec();
-  return options.autopilot ? code : exitCode;
+  return options.autopilot || options.screen ? code : exitCode;
 }

@@ -7,6 +7,7 @@
 #include "linux/SyslogLog.h"
 #include "linux/XdgUrlOpener.h"
 #include "media/FfmpegImageEncoder.h"
+#include "media/FfmpegMediaExport.h"
 #include "quorvel/platform/Platform.h"
 #include "quorvel/platform/TrackedAudioSession.h"
 #include "quorvel/ui/Application.h"
@@ -14,7 +15,8 @@
 
 namespace quorvel {
 
-// A Linux build's default ports: the Linux adapters, libcurl for HTTP and FFmpeg for images.
+// A Linux build's default ports: the Linux adapters, libcurl for HTTP and FFmpeg for images and
+// movies.
 
 Platform makeDefaultPlatform() {
   Platform p;
@@ -36,6 +38,8 @@ Platform makeDefaultPlatform() {
   p.screenshotEvents = std::make_shared<ScreenshotEvents>();
   p.audioSession = std::make_shared<TrackedAudioSession>();
   p.application = std::make_shared<Application>();
+  p.mediaExport = std::make_shared<FfmpegMediaExport>();
+  // Sound, the camera and movie playback need a front end; the Qt one fills them.
   return p;
 }
 

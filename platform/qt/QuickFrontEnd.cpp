@@ -4,15 +4,19 @@
 #include <QQmlApplicationEngine>
 #include <QTimer>
 
+#include "qt/QtAudioPlayer.h"
+#include "qt/QtCamera.h"
 #include "qt/QtHardwareKeys.h"
 #include "qt/QtImagePicker.h"
 #include "qt/QtMainQueue.h"
+#include "qt/QtVideoPlayback.h"
 #include "qt/QuorvelImageProvider.h"
 #include "quorvel/Fatal.h"
 #include "quorvel/platform/TrackedAudioSession.h"
 #include "quorvel/ui/AlertController.h"
 #include "quorvel/ui/LoadingView.h"
 #include "quorvel/ui/NavigationController.h"
+#include "support/Logging.h"
 
 namespace quorvel {
 
@@ -58,6 +62,11 @@ QuickFrontEnd::QuickFrontEnd(QObject* parent)
   platform_.imagePicker = picker_;
   keys_ = new QtHardwareKeys(platform_.volumeEvents, platform_.audioSession,
                              platform_.screenshotEvents, this);
+  platform_.audioPlayer = std::make_shared<QtAudioPlayer>(platform_.mainQueue);
+  platform_.videoPlayback =
+      std::make_shared<QtVideoPlayback>([this](const QUrl& movie) { showMovie(movie); });
+  auto camera = std::make_shared<QtCamera>(platform_.mainQueue);
+  useCamera(camera, camera);
   cleanup_.setSingleShot(true);
   cleanup_.setInterval(kBridgeGraceMilliseconds);
   connect(&cleanup_, &QTimer::timeout, this, &QuickFrontEnd::dropUnusedBridges);
@@ -70,6 +79,7 @@ QuickFrontEnd::QuickFrontEnd(QObject* parent)
 QuickFrontEnd::~QuickFrontEnd() {
   // The ready-made window's view detaches while this object is still whole.
   ownEngine_.reset();
+  if (pictures_) pictures_->setPictureChanged(nullptr);
   for (auto& [weak, token] : observed_) {
     if (auto observable = weak.lock()) observable->removeObserver(token);
   }
@@ -303,5 +313,37 @@ void QuickFrontEnd::imagePicked(const QUrl& file) {
 }
 
 void QuickFrontEnd::imagePickCancelled() { picker_->finish(std::nullopt); }
+
+void QuickFrontEnd::useCamera(std::shared_ptr<Camera> camera,
+                              std::shared_ptr<CameraPictureSource> pictures) {
+  if (!camera) QUORVEL_FATAL("useCamera needs a camera");
+  const bool installed = platform_.camera && quorvel::platform().camera == platform_.camera;
+  if (pictures_) pictures_->setPictureChanged(nullptr);
+  platform_.camera = std::move(camera);
+  pictures_ = std::move(pictures);
+  if (pictures_) pictures_->setPictureChanged([this] { emit cameraPictureChanged(); });
+  if (installed) {
+    Platform changed = quorvel::platform();
+    changed.camera = platform_.camera;
+    installPlatform(changed);
+  }
+  emit cameraPictureChanged();
+}
+
+QImage QuickFrontEnd::cameraPicture() const { return pictures_ ? pictures_->picture() : QImage(); }
+
+void QuickFrontEnd::showMovie(const QUrl& movie) {
+  // The same movie again starts over: the player sees its source go and come back.
+  if (!movie_.isEmpty()) closeMovie();
+  movie_ = movie;
+  emit movieChanged();
+}
+
+void QuickFrontEnd::closeMovie(const QString& problem) {
+  if (movie_.isEmpty()) return;
+  if (!problem.isEmpty()) logLine("the movie could not be played: " + problem.toStdString());
+  movie_ = QUrl();
+  emit movieChanged();
+}
 
 }  // namespace quorvel

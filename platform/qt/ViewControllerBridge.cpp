@@ -158,6 +158,7 @@ void ViewControllerBridge::update(const std::string& name, const Element& elemen
     set(map, "textColor", toQColor(label->textColor));
     set(map, "link", toQString(label->link));
     set(map, "linkAction", toQString(label->linkAction));
+    set(map, "mirrored", label->mirrored);
   } else if (const auto* button = dynamic_cast<const quorvel::Button*>(&element)) {
     set(map, "title", toQString(button->title));
     set(map, "titleColor", toQColor(button->titleColor));
@@ -166,6 +167,7 @@ void ViewControllerBridge::update(const std::string& name, const Element& elemen
     set(map, "borderType", button->borderType ? static_cast<int>(*button->borderType) : -1);
   } else if (const auto* view = dynamic_cast<const ImageView*>(&element)) {
     set(map, "image", imageSource(name, view->image, view->tintColor));
+    set(map, "bitmap", view->image && view->image->kind == Image::Kind::bitmap);
   } else if (const auto* field = dynamic_cast<const TextField*>(&element)) {
     set(map, "text", toQString(field->text));
     set(map, "placeholder", toQString(field->placeholder));

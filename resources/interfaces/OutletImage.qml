@@ -1,4 +1,5 @@
-// An image outlet, scaled to fit its place.
+// An image outlet, scaled to fit its place. Bitmaps (QR codes) load at their own size and are
+// scaled without smoothing, so every pixel stays a sharp block.
 import QtQuick
 import Quorvel
 
@@ -15,10 +16,12 @@ Outlet {
         id: image
         anchors.fill: parent
         source: outlet.o && typeof outlet.o.image === "string" ? outlet.o.image : ""
-        sourceSize.width: Math.max(1, Math.round(width * 2))
-        sourceSize.height: Math.max(1, Math.round(height * 2))
+        readonly property bool bitmap: outlet.o ? outlet.o.bitmap === true : false
+        sourceSize.width: bitmap ? 0 : Math.max(1, Math.round(width * 2))
+        sourceSize.height: bitmap ? 0 : Math.max(1, Math.round(height * 2))
         fillMode: Image.PreserveAspectFit
-        smooth: true
+        smooth: !bitmap
+        mipmap: false
         asynchronous: false
     }
 }

@@ -1,5 +1,5 @@
 // A label outlet: its text, colour and visibility. A link part of the text sends the outlet's link
-// action when tapped.
+// action when tapped. A mirrored label is drawn flipped left to right, to be read in a mirror.
 import QtQuick
 import QtQuick.Controls.Basic
 import Quorvel
@@ -27,6 +27,10 @@ Outlet {
         color: outlet.o ? outlet.o.textColor : "transparent"
         linkColor: outlet.o ? outlet.o.tintColor : "transparent"
         font.pixelSize: 16
+        transform: Scale {
+            origin.x: label.width / 2
+            xScale: outlet.o && outlet.o.mirrored ? -1 : 1
+        }
         onLinkActivated: outlet.controller.send(outlet.o.linkAction)
     }
 }

@@ -248,7 +248,7 @@ void RunController::nextScreen() {
       return;
     }
     const auto& key = selectedTests_[static_cast<std::size_t>(nextTestIndex_)];
-    auto screen = screenTable_.makeScreen(key, screenContext(key), *this);
+    auto screen = screenTable_.makeScreen(key, screenContext(key), shared_from_this());
     if (!screen) {
       // The run goes on without it, but says so: a silently shorter run hides a broken build.
       logLine("No screen for " + key + " in this build; passed over");

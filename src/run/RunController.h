@@ -11,15 +11,9 @@
 #include "quorvel/Customization.h"
 #include "quorvel/Dictionary.h"
 #include "run/ScreenTable.h"
+#include "run/TestScreensDelegate.h"
 #include "screens/StartViewControllerDelegate.h"
 #include "screens/TestsFinishedViewControllerDelegate.h"
-#include "tests/physical/Buttons_v1_ViewControllerDelegate.h"
-#include "tests/physical/Charging_v1_ViewControllerDelegate.h"
-#include "tests/physical/MultiTouch_v1_ViewControllerDelegate.h"
-#include "tests/physical/MultiTouch_v2_ViewControllerDelegate.h"
-#include "tests/physical/MultipleTests_v2_ViewControllerDelegate.h"
-#include "tests/video/DeviceFrontVideo_v1_ViewControllerDelegate.h"
-#include "tests/video/DeviceFrontVideo_v2_ViewControllerDelegate.h"
 #include "widgets/ScreenContext.h"
 
 namespace quorvel {
@@ -38,13 +32,7 @@ class RunController : public std::enable_shared_from_this<RunController>,
                       public StartViewControllerDelegate,
                       public IMEIViewControllerDelegate,
                       public TestsFinishedViewControllerDelegate,
-                      public Buttons_v1_ViewControllerDelegate,
-                      public Charging_v1_ViewControllerDelegate,
-                      public MultiTouch_v1_ViewControllerDelegate,
-                      public MultiTouch_v2_ViewControllerDelegate,
-                      public MultipleTests_v2_ViewControllerDelegate,
-                      public DeviceFrontVideo_v1_ViewControllerDelegate,
-                      public DeviceFrontVideo_v2_ViewControllerDelegate {
+                      public TestScreensDelegate {
  public:
   using Completion = std::function<void(std::optional<Dictionary>)>;
 
@@ -61,8 +49,7 @@ class RunController : public std::enable_shared_from_this<RunController>,
 
   // What a screen made now reads of the run; key places it in the header.
   ScreenContext screenContext(const std::string& key) const;
-  // The combined screen's tests.
-  const std::vector<std::string>& multipleTestsList() const { return multipleTestsList_; }
+  std::vector<std::string> multipleTestsList() const override { return multipleTestsList_; }
 
   // Screen delegates.
   void StartViewControlllerViewPressedStart(StartViewController& vc) override;

@@ -3,7 +3,7 @@
 #include <algorithm>
 
 #include "quorvel/ScreenType.h"
-#include "run/RunController.h"
+#include "run/TestScreensDelegate.h"
 #include "tests/physical/Buttons_v1_ViewController.h"
 #include "tests/physical/Charging_v1_ViewController.h"
 #include "tests/physical/MultiTouch_v1_ViewController.h"
@@ -16,11 +16,12 @@ namespace quorvel {
 
 namespace {
 
-// A new Screen that reports to the run controller.
+// A new Screen that reports to delegate.
 template <class Screen>
-std::shared_ptr<Screen> reportingTo(ScreenContext context, RunController& run) {
+std::shared_ptr<Screen> reportingTo(ScreenContext context,
+                                    const std::shared_ptr<TestScreensDelegate>& delegate) {
   auto screen = std::make_shared<Screen>(std::move(context));
-  screen->delegate = run.weak_from_this();
+  screen->delegate = delegate;
   return screen;
 }
 
@@ -30,11 +31,12 @@ ScreenTable::ScreenTable() {
   bind(ScreenType::charging_v1, reportingTo<Charging_v1_ViewController>);
   bind(ScreenType::multi_touch_v1, reportingTo<MultiTouch_v1_ViewController>);
   bind(ScreenType::buttons_v1, reportingTo<Buttons_v1_ViewController>);
-  bind(ScreenType::multiple_tests_v2, [](ScreenContext context, RunController& run) {
-    auto screen = reportingTo<MultipleTests_v2_ViewController>(std::move(context), run);
-    screen->selectedTests = run.multipleTestsList();
-    return screen;
-  });
+  bind(ScreenType::multiple_tests_v2,
+       [](ScreenContext context, const std::shared_ptr<TestScreensDelegate>& delegate) {
+         auto screen = reportingTo<MultipleTests_v2_ViewController>(std::move(context), delegate);
+         screen->selectedTests = delegate->multipleTestsList();
+         return screen;
+       });
   bind(ScreenType::multi_touch_v2, reportingTo<MultiTouch_v2_ViewController>);
   bind(ScreenType::device_front_video_v1, reportingTo<DeviceFrontVideo_v1_ViewController>);
   bind(ScreenType::device_front_video_v2, reportingTo<DeviceFrontVideo_v2_ViewController>);
@@ -67,12 +69,12 @@ void ScreenTable::bind(const std::string& key, Factory factory) {
 
 void ScreenTable::unbind(const std::string& key) { factories_.erase(key); }
 
-std::shared_ptr<ViewController> ScreenTable::makeScreen(const std::string& key,
-                                                        ScreenContext context,
-                                                        RunController& run) const {
+std::shared_ptr<ViewController> ScreenTable::makeScreen(
+    const std::string& key, ScreenContext context,
+    const std::shared_ptr<TestScreensDelegate>& delegate) const {
   // bind() admits only the table's keys, so any other key finds nothing here.
   auto it = factories_.find(key);
-  return it == factories_.end() ? nullptr : it->second(std::move(context), run);
+  return it == factories_.end() ? nullptr : it->second(std::move(context), delegate);
 }
 
 }  // namespace quorvel

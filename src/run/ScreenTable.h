@@ -11,14 +11,14 @@
 
 namespace quorvel {
 
-class RunController;
+class TestScreensDelegate;
 
-// Test screens by key. The factory creates the screen with what it reads of the run and the run
-// controller as its delegate.
+// Test screens by key. The factory creates the screen with what it reads of the run and whoever it
+// reports to (the run controller, or a host showing the screen alone) as its delegate.
 class ScreenTable {
  public:
-  using Factory =
-      std::function<std::shared_ptr<ViewController>(ScreenContext context, RunController& run)>;
+  using Factory = std::function<std::shared_ptr<ViewController>(
+      ScreenContext context, const std::shared_ptr<TestScreensDelegate>& delegate)>;
 
   // Binds every test screen of this build.
   ScreenTable();
@@ -31,8 +31,9 @@ class ScreenTable {
   void unbind(const std::string& key);
 
   // The screen for key, or null when key names no screen of this build.
-  std::shared_ptr<ViewController> makeScreen(const std::string& key, ScreenContext context,
-                                             RunController& run) const;
+  std::shared_ptr<ViewController> makeScreen(
+      const std::string& key, ScreenContext context,
+      const std::shared_ptr<TestScreensDelegate>& delegate) const;
 
  private:
   std::map<std::string, Factory> factories_;

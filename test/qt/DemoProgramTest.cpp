@@ -1,10 +1,13 @@
 #include <gtest/gtest.h>
 
 #include <QDir>
+#include <QImage>
 #include <QProcess>
 #include <filesystem>
+#include <set>
 
 #include "AssetsServer.h"
+#include "media/QrCodeReader.h"
 #include "quorvel/Dictionary.h"
 #include "support/TemporaryTree.h"
 
@@ -36,6 +39,52 @@ Finished runDemo(const QStringList& arguments) {
           demo.readAllStandardOutput().toStdString(), demo.readAllStandardError().toStdString()};
 }
 
+// What a command prints on standard output; empty when it fails.
+std::string output(const QString& program, const QStringList& arguments) {
+  QProcess process;
+  process.start(program, arguments);
+  if (!process.waitForFinished(120000) || process.exitCode() != 0) return {};
+  return process.readAllStandardOutput().toStdString();
+}
+
+// The film as the backend stored it: its streams, and the codes its frames show once flipped back
+// to how the screen showed them.
+struct Film {
+  std::string videoCodec;
+  double videoSeconds = 0;
+  bool hasAudio = false;
+  std::set<std::string> codes;
+};
+
+Film inspect(const std::filesystem::path& movie, const std::filesystem::path& frames) {
+  Film film;
+  const Dictionary probe = Dictionary::parse(
+      output("ffprobe", {"-v", "error", "-show_entries", "stream=codec_type,codec_name,duration",
+                         "-of", "json", QString::fromStdString(movie.string())}),
+      nullptr, false);
+  if (probe.is_object()) {
+    for (const auto& stream : probe.value("streams", Dictionary::array())) {
+      if (stream.value("codec_type", "") == "video") {
+        film.videoCodec = stream.value("codec_name", "");
+        film.videoSeconds = std::stod(stream.value("duration", "0"));
+      }
+      if (stream.value("codec_type", "") == "audio") film.hasAudio = true;
+    }
+  }
+  std::filesystem::create_directories(frames);
+  output("ffmpeg", {"-v", "error", "-i", QString::fromStdString(movie.string()), "-vf",
+                    "fps=4,hflip", QString::fromStdString((frames / "f%03d.png").string())});
+  for (const auto& entry : std::filesystem::directory_iterator(frames)) {
+    QImage frame = QImage(QString::fromStdString(entry.path().string()))
+                       .convertToFormat(QImage::Format_Grayscale8);
+    for (const auto& code : QrCodeReader::read(frame.constBits(), frame.width(), frame.height(),
+                                               static_cast<int>(frame.bytesPerLine()))) {
+      film.codes.insert(code);
+    }
+  }
+  return film;
+}
+
 TEST(DemoProgram, AutopilotCompletesADefaultRunAgainstTheAssetsServer) {
   if (std::string(QUORVEL_DEMO_PROGRAM).empty()) GTEST_SKIP() << "the demo is not built";
   TemporaryTree tree{"quorvel-demo-run"};
@@ -57,13 +106,64 @@ TEST(DemoProgram, AutopilotCompletesADefaultRunAgainstTheAssetsServer) {
   EXPECT_EQ(url.rfind("http://127.0.0.1:" + std::to_string(port) + "/assets/demo-app/", 0), 0u);
   // How the stored document is sealed is RunUploadTest's.
 
-  // Every screen of the run was captured once, in order.
+  // The film of the screen in the mirror: H.264 with sound, at least the 5 s of the sequence,
+  // and its frames, flipped back, show exactly the codes the result names.
+  const Dictionary& results = response["tests_results"];
+  EXPECT_EQ(results.size(), 4u);
+  const Dictionary& video = results["device_front_video"];
+  ASSERT_EQ(video.value("success", false), true) << video.dump();
+  EXPECT_EQ(video["version"], "2");
+  EXPECT_EQ(video["md5"].get<std::string>().size(), 32u);
+  const std::string videoUrl = video["url"];
+  const auto stored =
+      tree.path() / "uploads" / "demo-app" / videoUrl.substr(videoUrl.rfind('/') + 1);
+  ASSERT_TRUE(std::filesystem::exists(stored)) << videoUrl;
+  const Film film = inspect(stored, tree.path() / "frames");
+  EXPECT_EQ(film.videoCodec, "h264");
+  EXPECT_GE(film.videoSeconds, 5.0);
+  EXPECT_TRUE(film.hasAudio);
+  EXPECT_EQ(film.codes, (std::set<std::string>{video["start_qr_code"], video["end_qr_code"]}));
+
+  // Every screen of the run was captured once, in order, and the film's steps within its screen.
   const QStringList shots = QDir(screenshots).entryList({"*.png"}, QDir::Files, QDir::Name);
-  EXPECT_EQ(shots,
-            QStringList({"01-HostPageViewController.png", "02-StartViewController.png",
-                         "03-IMEIViewController.png", "04-MultipleTests_v2_ViewController.png",
-                         "05-MultiTouch_v2_ViewController.png",
-                         "06-TestsFinishedViewController.png", "07-ResultPageViewController.png"}));
+  QStringList expected = {
+      "01-HostPageViewController.png",       "02-StartViewController.png",
+      "03-IMEIViewController.png",           "04-MultipleTests_v2_ViewController.png",
+      "05-MultiTouch_v2_ViewController.png", "06-DeviceFrontVideo_v2_ViewController.png"};
+  int index = 7;
+  for (const char* step :
+       {"preview", "start-code", "blue", "yellow", "red", "black", "green", "end-code", "review"}) {
+    expected << QString("%1-DeviceFrontVideo_v2_ViewController-%2.png")
+                    .arg(index++, 2, 10, QChar('0'))
+                    .arg(step);
+  }
+  expected << QString("%1-TestsFinishedViewController.png").arg(index);
+  expected << QString("%1-ResultPageViewController.png").arg(index + 1);
+  EXPECT_EQ(shots, expected);
+}
+
+TEST(DemoProgram, FirstVideoTestReadsItsStartCodeBackFromTheMirror) {
+  if (std::string(QUORVEL_DEMO_PROGRAM).empty()) GTEST_SKIP() << "the demo is not built";
+  TemporaryTree tree{"quorvel-demo-screen"};
+  AssetsServer server({tree.path() / "uploads", {"demo-key"}});
+  const int port = server.start();
+  const Finished run = runDemo({"--autopilot", "--screen", "device_front_video_v1", "--assets-host",
+                                QString("http://127.0.0.1:%1").arg(port), "--app-id", "demo-app",
+                                "--api-key", "demo-key"});
+  server.stop();
+  ASSERT_EQ(run.exitCode, 0) << run.err;
+  const Dictionary result = Dictionary::parse(run.out);
+  EXPECT_EQ(result["success"], true);
+  EXPECT_EQ(result["version"], "1");
+  EXPECT_EQ(result["start_qr_code"].get<std::string>().rfind("start;", 0), 0u);
+
+  // A screen the build lacks and a film without a camera end at once, saying why.
+  const Finished unknown = runDemo({"--screen", "device_front_video_v3"});
+  EXPECT_EQ(unknown.exitCode, 2);
+  EXPECT_NE(unknown.err.find("no test screen \"device_front_video_v3\""), std::string::npos);
+  const Finished noCamera = runDemo({"--screen", "device_front_video_v2"});
+  EXPECT_EQ(noCamera.exitCode, 2);
+  EXPECT_NE(noCamera.err.find("has no camera"), std::string::npos) << noCamera.err;
 }
 
 TEST(DemoProgram, BadFlagsExplainAndExitWithTwo) {

@@ -4,30 +4,22 @@
 #include <vector>
 
 #include "quorvel/Dictionary.h"
-#include "tests/physical/Buttons_v1_ViewControllerDelegate.h"
-#include "tests/physical/Charging_v1_ViewControllerDelegate.h"
-#include "tests/physical/MultiTouch_v1_ViewControllerDelegate.h"
-#include "tests/physical/MultiTouch_v2_ViewControllerDelegate.h"
-#include "tests/physical/MultipleTests_v2_ViewControllerDelegate.h"
-#include "tests/video/DeviceFrontVideo_v1_ViewControllerDelegate.h"
-#include "tests/video/DeviceFrontVideo_v2_ViewControllerDelegate.h"
+#include "run/TestScreensDelegate.h"
 
 namespace quorvel::testing {
 
 // Every test screen's delegate, writing down each report.
-class RecordingTestDelegate : public Buttons_v1_ViewControllerDelegate,
-                              public Charging_v1_ViewControllerDelegate,
-                              public MultiTouch_v1_ViewControllerDelegate,
-                              public MultiTouch_v2_ViewControllerDelegate,
-                              public MultipleTests_v2_ViewControllerDelegate,
-                              public DeviceFrontVideo_v1_ViewControllerDelegate,
-                              public DeviceFrontVideo_v2_ViewControllerDelegate {
+class RecordingTestDelegate : public TestScreensDelegate {
  public:
   struct Report {
     bool cancelled = false;
     Dictionary result;  // null for a cancel
   };
   std::vector<Report> reports;
+
+  std::vector<std::string> multipleTestsList() const override {
+    return {"buttons_v2", "charging_v2"};
+  }
 
   void Buttons_v1_ViewControllerFinished(Buttons_v1_ViewController&,
                                          const Dictionary& results) override {

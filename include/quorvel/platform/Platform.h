@@ -49,7 +49,8 @@ class Application;
 
 // One of each port. A front end installs its Platform before the host calls performTests. Only
 // imagePicker may stay empty (without one, the photo route of the IMEI screen is not offered),
-// and the media ports, which no adapter of this build fills yet.
+// and the media ports outside a front end: the Qt one fills the camera, the sound player and
+// movie playback; no adapter of this build exports movies yet.
 struct Platform {
 #define QUORVEL_PORT_SLOT(Type, name) std::shared_ptr<Type> name;
   QUORVEL_PORTS(QUORVEL_PORT_SLOT)

@@ -14,6 +14,7 @@
 #include <vector>
 
 #include "quorvel/platform/Platform.h"
+#include "quorvel/quick/CameraPictureSource.h"
 #include "quorvel/quick/ViewControllerBridge.h"
 #include "quorvel/ui/Application.h"
 #include "quorvel/ui/Window.h"
@@ -33,7 +34,9 @@ class QuorvelImageProvider;
 // Quorvel: the host places one in its own scene (import Quorvel; SdkView { anchors.fill: parent }),
 // or calls show() for a ready-made window holding one. A navigation controller's stack becomes the
 // view's StackView (or one the host hands over), a presented alert a modal dialog inside the view,
-// and the window's loading overlays cover the view. The QML chrome reaches this object as the
+// the window's loading overlays cover the view, and so does the movie player while it plays a
+// recorded movie. Camera previews show the installed camera's picture. The QML chrome reaches this
+// object as the
 // singleton FrontEnd and only executes what it decides; screens are drawn by their interfaces
 // (<InterfaceName>.qml, the host's first, then the SDK's own).
 //
@@ -47,6 +50,8 @@ class QuickFrontEnd : public QObject {
   Q_PROPERTY(bool overlayShown READ overlayShown NOTIFY overlayChanged)
   Q_PROPERTY(qreal overlayOpacity READ overlayOpacity NOTIFY overlayChanged)
   Q_PROPERTY(int overlayFadeMilliseconds READ overlayFadeMilliseconds NOTIFY overlayChanged)
+  // The movie the view's player shows; empty while it is closed.
+  Q_PROPERTY(QUrl movie READ movie NOTIFY movieChanged)
 
  public:
   // Needs a QGuiApplication.
@@ -56,9 +61,16 @@ class QuickFrontEnd : public QObject {
   // The front end of this process (nullptr when there is none), which QML sees as FrontEnd.
   static QuickFrontEnd* current();
 
-  // The Qt ports (main queue, windows, keys, photo picker) over the build's default platform.
-  // Install it (installPlatform) before the host starts a run.
+  // The Qt ports (main queue, windows, keys, photo picker, camera, sound player, movie playback)
+  // over the build's default platform. Install it (installPlatform) before the host starts a run.
   Platform platform() const { return platform_; }
+
+  // Puts camera in the platform (Qt Multimedia's front camera by default) and shows the pictures
+  // of pictures, often the same object, in the screens' camera previews. When the installed
+  // platform holds this front end's camera, it gets the new one too.
+  void useCamera(std::shared_ptr<Camera> camera, std::shared_ptr<CameraPictureSource> pictures);
+  // The installed camera's newest picture; null while no capture session runs.
+  QImage cameraPicture() const;
 
   // Host screens' interfaces are looked up here first ("qrc:/demo/"), then in the SDK's own.
   void addInterfaceLocation(const QUrl& base);
@@ -92,6 +104,7 @@ class QuickFrontEnd : public QObject {
   bool overlayShown() const { return overlayShown_; }
   qreal overlayOpacity() const { return overlayOpacity_; }
   int overlayFadeMilliseconds() const { return overlayFadeMilliseconds_; }
+  QUrl movie() const { return movie_; }
 
   // From the SdkView: it draws the core window from now on (the last one attached does), or no
   // longer.
@@ -102,6 +115,9 @@ class QuickFrontEnd : public QObject {
   Q_INVOKABLE void stackSettled(QQuickItem* top);
   Q_INVOKABLE void imagePicked(const QUrl& file);
   Q_INVOKABLE void imagePickCancelled();
+  // The movie player closed: at the movie's end, by the person, or because it could not play
+  // (problem says why).
+  Q_INVOKABLE void closeMovie(const QString& problem = QString());
 
  signals:
   // Instructions for the view's StackView; depths count the SDK's screens only.
@@ -115,6 +131,8 @@ class QuickFrontEnd : public QObject {
   void navigationChanged();
   void alertChanged();
   void overlayChanged();
+  void movieChanged();
+  void cameraPictureChanged();
 
  private:
   QUrl interfaceUrl(const QString& interfaceName) const;
@@ -123,6 +141,7 @@ class QuickFrontEnd : public QObject {
   void observe(const std::shared_ptr<Observable>& observable);
   // Deletes the bridges of screens no longer shown, once their animations are over.
   void dropUnusedBridges();
+  void showMovie(const QUrl& movie);
 
   std::unique_ptr<QuorvelImageProvider> images_;  // engines get providers that share its images
   Platform platform_;
@@ -145,6 +164,8 @@ class QuickFrontEnd : public QObject {
   bool overlayShown_ = false;
   qreal overlayOpacity_ = 0;
   int overlayFadeMilliseconds_ = 0;
+  QUrl movie_;
+  std::shared_ptr<CameraPictureSource> pictures_;
 };
 
 }  // namespace quorvel

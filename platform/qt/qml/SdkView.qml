@@ -1,7 +1,7 @@
 // The SDK inside a host's scene: the core's key window drawn in this item. Its screens go on the
 // item's own StackView (under a navigation bar when the core shows one), or on a StackView the host
-// hands over in stackView, above the pages the host had put there. Alerts and the loading overlay
-// cover that stack's item. Every decision comes from FrontEnd; this file only carries it out.
+// hands over in stackView, above the pages the host had put there. Alerts, the loading overlay and
+// the movie player cover that stack's item. Every decision comes from FrontEnd; this file only carries it out.
 import QtQuick
 import QtQuick.Controls.Basic
 import QtQuick.Dialogs
@@ -103,6 +103,14 @@ Item {
         anchors.fill: parent
         z: 1001
         screen: FrontEnd.view === view ? FrontEnd.alert : null
+    }
+
+    MoviePlayer {
+        parent: view.surface
+        anchors.fill: parent
+        z: 1002
+        source: FrontEnd.view === view ? FrontEnd.movie : ""
+        onClosed: (problem) => FrontEnd.closeMovie(problem)
     }
 
     FileDialog {

@@ -64,6 +64,9 @@ DeviceFrontVideoViewController::DeviceFrontVideoViewController(std::string inter
   registerAction("uiBtTryAgain_TouchUpInside", [this] { showInitialStep(); });
   registerAction("uiBtInfo_TouchUpInside", [this] { showInfo(); });
   registerAction("uiBtPlayVideo_TouchUpInside", [this] { playVideo(); });
+  // The review's own way out, the same as the could-not-complete button's.
+  registerAction("uiBtVideoReviewCouldntComplete_TouchUpInside",
+                 [this] { couldNotCompleteTest(); });
   // The name keeps its missing "i": hosts' interfaces already send it so.
   registerAction("uiBtVideoReviewNext_TouchUpInsde", [this] { submit(); });
 }

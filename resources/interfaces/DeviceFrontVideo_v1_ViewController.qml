@@ -1,0 +1,4 @@
+// The screen video test, version 1: see FrontVideoScreen.
+import Quorvel
+
+FrontVideoScreen {}

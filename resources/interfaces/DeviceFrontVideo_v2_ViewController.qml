@@ -1,0 +1,4 @@
+// The screen video test, version 2: see FrontVideoScreen.
+import Quorvel
+
+FrontVideoScreen {}

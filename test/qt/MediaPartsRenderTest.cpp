@@ -1,0 +1,222 @@
+// The shared media parts as drawn offscreen: a mirrored label reads in a mirror, a bitmap keeps
+// hard pixel edges at any size, a camera preview fills its place with the installed camera's
+// picture (cropped, not squeezed) and shows nothing without one, and the movie player covers the
+// screens, showing the movie, until the movie ends or the person closes it.
+#include <QFile>
+#include <QProcess>
+#include <QTest>
+
+#include "QuickFixture.h"
+#include "support/TestPlatform.h"
+
+namespace quorvel::testing {
+namespace {
+
+class MediaPartsTestPage : public ViewController {
+ public:
+  MediaPartsTestPage() : ViewController("MediaPartsTestPage") {
+    registerOutlet<View>("view");
+    registerOutlet<Label>("uiLbPlain");
+    registerOutlet<Label>("uiLbMirrored");
+    registerOutlet<ImageView>("uiIvBitmap");
+    registerOutlet<VideoPreview>("uiCameraPreview");
+  }
+};
+
+// A camera whose picture the test sets; it has no sessions of its own.
+class StillCamera : public Camera, public CameraPictureSource {
+ public:
+  std::shared_ptr<CameraSession> startScanning(
+      std::function<void(const std::vector<std::string>&)>) override {
+    return nullptr;
+  }
+  std::shared_ptr<CameraSession> startCapture(bool) override { return nullptr; }
+  QImage picture() const override { return picture_; }
+  void setPictureChanged(std::function<void()> changed) override { changed_ = std::move(changed); }
+
+  void show(QImage picture) {
+    picture_ = std::move(picture);
+    if (changed_) changed_();
+  }
+  bool watched() const { return static_cast<bool>(changed_); }
+
+ private:
+  QImage picture_;
+  std::function<void()> changed_;
+};
+
+class MediaPartsRenderTest : public QuickFixture {
+ protected:
+  void SetUp() override {
+    QuickFixture::SetUp();
+    page = std::make_shared<MediaPartsTestPage>();
+    for (const char* name : {"uiLbPlain", "uiLbMirrored"}) {
+      auto& label = page->outlet<Label>(name);
+      label.text = "Quorvel R";
+      label.textColor = Color::rgb(0, 0, 0);
+    }
+    page->outlet<Label>("uiLbMirrored").mirrored = true;
+    page->outlet<ImageView>("uiIvBitmap").image = Image::bitmap(2, 2, {0, 255, 255, 0});
+    page->outlet<VideoPreview>("uiCameraPreview").backgroundColor = Color::rgb(0, 255, 0);
+    show(page);
+  }
+
+  // The part of the window's picture where outlet name is drawn.
+  QImage drawn(const QImage& window, const QString& name) {
+    QQuickItem* target = item(name);
+    if (!target) return {};
+    return window.copy(target->mapRectToScene(target->boundingRect()).toRect());
+  }
+  // Pixel positions of the dark pixels (text) of picture.
+  static QSet<QPair<int, int>> darkPixels(const QImage& picture) {
+    QSet<QPair<int, int>> dark;
+    for (int y = 0; y < picture.height(); ++y) {
+      for (int x = 0; x < picture.width(); ++x) {
+        if (picture.pixelColor(x, y).lightness() < 128) dark.insert({x, y});
+      }
+    }
+    return dark;
+  }
+  // The share of a's pixels that b has too, give or take a pixel, whichever way round is worse:
+  // 1 when the same shape, low for different ones.
+  static double likeness(const QSet<QPair<int, int>>& a, const QSet<QPair<int, int>>& b) {
+    auto covered = [](const QSet<QPair<int, int>>& from, const QSet<QPair<int, int>>& in) {
+      int near = 0;
+      for (const auto& [x, y] : from) {
+        bool found = false;
+        for (int dy = -1; dy <= 1 && !found; ++dy) {
+          for (int dx = -1; dx <= 1 && !found; ++dx) found = in.contains({x + dx, y + dy});
+        }
+        near += found;
+      }
+      return from.isEmpty() ? 0.0 : double(near) / double(from.size());
+    };
+    return std::min(covered(a, b), covered(b, a));
+  }
+
+  std::shared_ptr<MediaPartsTestPage> page;
+};
+
+TEST_F(MediaPartsRenderTest, AMirroredLabelIsTheOtherFlippedLeftToRight) {
+  const QImage window = grab("media-parts");
+  const QImage plain = drawn(window, "uiLbPlain");
+  const QImage mirrored = drawn(window, "uiLbMirrored");
+  const auto text = darkPixels(plain);
+  ASSERT_GT(text.size(), 50) << "the label draws no text";
+  // Glyphs drawn through a flipping transform land a pixel off here and there.
+  EXPECT_GT(likeness(darkPixels(plain.mirrored(true, false)), darkPixels(mirrored)), 0.97);
+  EXPECT_LT(likeness(text, darkPixels(mirrored)), 0.6);
+}
+
+TEST_F(MediaPartsRenderTest, ABitmapKeepsHardPixelEdgesAtAnySize) {
+  const QImage picture = drawn(grab("bitmap"), "uiIvBitmap");
+  ASSERT_EQ(picture.size(), QSize(200, 200));
+  int blurred = 0;
+  for (int y = 0; y < picture.height(); ++y) {
+    for (int x = 0; x < picture.width(); ++x) {
+      const int grey = picture.pixelColor(x, y).lightness();
+      blurred += grey > 8 && grey < 247;
+    }
+  }
+  EXPECT_EQ(blurred, 0);
+  // The checker's squares, each a quarter of the image.
+  EXPECT_LT(picture.pixelColor(50, 50).lightness(), 8);
+  EXPECT_GT(picture.pixelColor(150, 50).lightness(), 247);
+  EXPECT_GT(picture.pixelColor(50, 150).lightness(), 247);
+  EXPECT_LT(picture.pixelColor(150, 150).lightness(), 8);
+  EXPECT_LT(picture.pixelColor(99, 99).lightness(), 8);
+  EXPECT_GT(picture.pixelColor(100, 99).lightness(), 247);
+}
+
+TEST_F(MediaPartsRenderTest, ACameraPreviewFillsItsPlaceWithTheCamerasPictureCentred) {
+  auto camera = std::make_shared<StillCamera>();
+  frontEnd->useCamera(camera, camera);
+  EXPECT_EQ(platform().camera, camera) << "the installed platform keeps the front end's camera";
+
+  // Four stripes; filling a square with the wide picture shows only the middle two.
+  QImage picture(400, 100, QImage::Format_RGB32);
+  const QColor stripes[] = {Qt::yellow, Qt::red, Qt::blue, Qt::magenta};
+  for (int i = 0; i < 4; ++i) {
+    for (int y = 0; y < 100; ++y) {
+      for (int x = 0; x < 100; ++x) picture.setPixelColor(i * 100 + x, y, stripes[i]);
+    }
+  }
+  camera->show(picture);
+  ASSERT_TRUE(waitFor([&] { return item("uiCameraPreview")->property("showing").toBool(); }));
+  QTest::qWait(50);
+  const QImage shown = drawn(grab("camera-preview"), "uiCameraPreview");
+  ASSERT_EQ(shown.size(), QSize(100, 100));
+  for (QPoint at : {QPoint(10, 2), QPoint(10, 97), QPoint(40, 50)}) {
+    EXPECT_EQ(shown.pixelColor(at), QColor(Qt::red)) << at.x() << "," << at.y();
+  }
+  for (QPoint at : {QPoint(90, 2), QPoint(90, 97), QPoint(60, 50)}) {
+    EXPECT_EQ(shown.pixelColor(at), QColor(Qt::blue)) << at.x() << "," << at.y();
+  }
+
+  // The session ends: only the outlet's own colour is left.
+  camera->show(QImage());
+  ASSERT_TRUE(waitFor([&] { return !item("uiCameraPreview")->property("showing").toBool(); }));
+  QTest::qWait(50);
+  EXPECT_EQ(drawn(grab(), "uiCameraPreview").pixelColor(50, 50), QColor(Qt::green));
+
+  // A camera the front end let go of is no longer watched.
+  frontEnd->useCamera(std::make_shared<StillCamera>(), nullptr);
+  EXPECT_FALSE(camera->watched());
+}
+
+// A short H.264 movie, as a recording would be, made by the ffmpeg program.
+std::string makeMovie(const std::filesystem::path& path, int seconds) {
+  QProcess ffmpeg;
+  ffmpeg.start("ffmpeg", {"-v", "error", "-y", "-f", "lavfi", "-i",
+                          QString("testsrc=size=160x120:rate=5:duration=%1").arg(seconds), "-c:v",
+                          "libx264", "-pix_fmt", "yuv420p", QString::fromStdString(path.string())});
+  if (!ffmpeg.waitForFinished(60000) || ffmpeg.exitCode() != 0) return {};
+  return path.string();
+}
+
+TEST_F(MediaPartsRenderTest, TheMoviePlayerCoversTheScreensUntilTheMovieEndsOrIsClosed) {
+  auto log = std::make_shared<CapturingLog>();
+  Platform logged = platform();
+  logged.log = log;
+  installPlatform(logged);
+  QQuickItem* player = chrome("moviePlayer");
+  ASSERT_NE(player, nullptr);
+  EXPECT_FALSE(player->isVisible());
+
+  const std::string shortMovie = makeMovie(documents->path() / "short.mp4", 1);
+  ASSERT_FALSE(shortMovie.empty()) << "ffmpeg could not make the movie";
+  platform().videoPlayback->play(shortMovie);
+  ASSERT_TRUE(waitFor([&] { return player->isVisible(); }));
+  EXPECT_EQ(player->mapRectToScene(player->boundingRect()),
+            QRectF(0, 0, frontEnd->window()->width(), frontEnd->window()->height()));
+  // It closes by itself at the end, not because the movie could not play.
+  ASSERT_TRUE(waitFor([&] { return !player->isVisible(); }));
+  EXPECT_TRUE(frontEnd->movie().isEmpty());
+  EXPECT_EQ(log->lines(), std::vector<std::string>{});
+
+  const std::string longMovie = makeMovie(documents->path() / "long.mp4", 120);
+  ASSERT_FALSE(longMovie.empty());
+  platform().videoPlayback->play(longMovie);
+  ASSERT_TRUE(waitFor([&] { return player->isVisible(); }));
+  // The movie's own colours show (its test pattern's bars), under the software renderer too.
+  QQuickItem* picture = chrome("moviePicture");
+  ASSERT_TRUE(waitFor([&] { return picture->property("showing").toBool(); }));
+  const QImage playing = grab("movie-playing");
+  int colourful = 0;
+  for (int y = 0; y < playing.height(); y += 2) {
+    for (int x = 0; x < playing.width(); x += 2) {
+      const QColor colour = playing.pixelColor(x, y);
+      colourful += colour.hsvSaturation() > 150 && colour.value() > 150;
+    }
+  }
+  EXPECT_GT(colourful, 2000);
+  QQuickItem* close = chrome("moviePlayerClose");
+  ASSERT_NE(close, nullptr);
+  QTest::mouseClick(frontEnd->window(), Qt::LeftButton, Qt::NoModifier,
+                    close->mapToScene(QPointF(close->width() / 2, close->height() / 2)).toPoint());
+  EXPECT_TRUE(waitFor([&] { return !player->isVisible(); }));
+  EXPECT_TRUE(frontEnd->movie().isEmpty());
+}
+
+}  // namespace
+}  // namespace quorvel::testing

@@ -1,0 +1,209 @@
+// The Qt front end's media ports on this machine: the sound player plays the SDK's cue sounds to
+// their end through Qt Multimedia, the camera answers "no camera" from the device list alone, a
+// camera frame's luminance comes out right whatever the frame's layout, and the codes in frames
+// reach the main queue until the reader stops.
+#include <QFile>
+#include <QVideoFrame>
+#include <QVideoFrameFormat>
+#include <cstring>
+#include <functional>
+
+#include "QuickFixture.h"
+#include "qt/QtCamera.h"
+#include "qt/QtFrameCodeReader.h"
+#include "qt/QtLuminance.h"
+#include "support/GreyPicture.h"
+#include "support/PlatformSlots.h"
+#include "support/TestPlatform.h"
+
+namespace quorvel::testing {
+namespace {
+
+class MediaPortsTest : public QuickFixture {
+ protected:
+  void SetUp() override {
+    QuickFixture::SetUp();
+    Platform logged = platform();
+    logged.log = log;
+    installPlatform(logged);
+    player = frontEnd->platform().audioPlayer;
+  }
+
+  // Collects each play's outcome as "name:true" in the order they arrive, and whether it arrived
+  // on the main queue.
+  std::function<void(bool)> outcome(const std::string& name) {
+    return [this, name](bool successfully) {
+      offQueue = offQueue || !platform().mainQueue->isCurrent();
+      outcomes.push_back(name + (successfully ? ":true" : ":false"));
+    };
+  }
+  bool outcomesReach(std::size_t count) {
+    return waitFor([&] { return outcomes.size() >= count; });
+  }
+
+  std::shared_ptr<CapturingLog> log = std::make_shared<CapturingLog>();
+  std::shared_ptr<AudioPlayer> player;
+  std::vector<std::string> outcomes;
+  bool offQueue = false;
+};
+
+TEST_F(MediaPortsTest, TheFrontEndFillsEveryPort) {
+  EXPECT_EQ(emptySlots(frontEnd->platform()), std::vector<std::string>{});
+}
+
+TEST_F(MediaPortsTest, SoundsPlayToTheirEndAndEachPlayAnswersOnce) {
+  player->playAsset("beep", outcome("beep"));
+  ASSERT_TRUE(outcomesReach(1));
+  EXPECT_EQ(player->currentTime(), 0.0);
+  // A file plays too; the beep's play gives no second answer meanwhile.
+  const QString file = QString::fromStdString((documents->path() / "cue.wav").string());
+  ASSERT_TRUE(QFile::copy(":/Quorvel/sounds/beep.wav", file));
+  player->playFile(file.toStdString(), outcome("file"));
+  ASSERT_TRUE(outcomesReach(2));
+  EXPECT_EQ(outcomes, (std::vector<std::string>{"beep:true", "file:true"}));
+  EXPECT_FALSE(offQueue);
+}
+
+TEST_F(MediaPortsTest, ANewSoundStopsThePlayingOneAndAMissingOneFailsWithALogLine) {
+  player->playAsset("video_test_audio_EN", outcome("instructions"));
+  ASSERT_TRUE(waitFor([&] { return player->currentTime() > 0; }));
+  player->playAsset("beep", outcome("beep"));
+  ASSERT_TRUE(outcomesReach(2));
+  EXPECT_EQ(outcomes, (std::vector<std::string>{"instructions:false", "beep:true"}));
+
+  player->playAsset("no_such_sound", outcome("missing"));
+  player->playFile("/nonexistent/sound.wav", outcome("missing file"));
+  // Answers come on a later turn of the main queue, never from inside the call.
+  EXPECT_EQ(outcomes.size(), 2u);
+  ASSERT_TRUE(outcomesReach(4));
+  EXPECT_EQ(outcomes[2], "missing:false");
+  EXPECT_EQ(outcomes[3], "missing file:false");
+  const auto lines = log->lines();
+  EXPECT_NE(std::find(lines.begin(), lines.end(), "Zephyn Log: no sound asset no_such_sound"),
+            lines.end());
+  EXPECT_FALSE(offQueue);
+}
+
+TEST_F(MediaPortsTest, WithoutACameraNeitherSessionKindStarts) {
+  if (QtCamera::frontCamera()) GTEST_SKIP() << "this machine has a camera";
+  auto camera = frontEnd->platform().camera;
+  EXPECT_EQ(camera->startScanning([](const std::vector<std::string>&) {}), nullptr);
+  EXPECT_EQ(camera->startCapture(true), nullptr);
+  EXPECT_EQ(camera->startCapture(false), nullptr);
+  EXPECT_TRUE(frontEnd->cameraPicture().isNull());
+}
+
+// A camera frame (NV12, as webcams deliver) whose luminance is picture.
+QVideoFrame frameOf(const GreyPicture& picture) {
+  QVideoFrame frame(
+      QVideoFrameFormat(QSize(picture.width, picture.height), QVideoFrameFormat::Format_NV12));
+  if (!frame.map(QVideoFrame::WriteOnly)) return {};
+  for (int y = 0; y < picture.height; ++y) {
+    std::memcpy(frame.bits(0) + y * frame.bytesPerLine(0),
+                picture.pixels.data() + static_cast<std::size_t>(y) * picture.rowStride,
+                static_cast<std::size_t>(picture.width));
+  }
+  std::memset(frame.bits(1), 128, static_cast<std::size_t>(frame.mappedBytes(1)));
+  frame.unmap();
+  return frame;
+}
+
+TEST_F(MediaPortsTest, CodesInCameraFramesReachTheMainQueueUntilTheReaderStops) {
+  std::vector<std::vector<std::string>> reports;
+  auto reader = std::make_unique<QtFrameCodeReader>(
+      platform().mainQueue, [&](const std::vector<std::string>& codes) {
+        offQueue = offQueue || !platform().mainQueue->isCurrent();
+        reports.push_back(codes);
+      });
+  // A camera filming the screen in a mirror sees the code flipped.
+  GreyPicture picture(640, 480);
+  picture.drawCode("QRVL:scan:1", 120, 60, 8);
+  picture.mirror();
+  const QVideoFrame frame = frameOf(picture);
+  reader->offer(frame);
+  EXPECT_TRUE(reports.empty()) << "codes reported inside offer";
+  ASSERT_TRUE(waitFor([&] { return !reports.empty(); }));
+  EXPECT_EQ(reports.front(), std::vector<std::string>{"QRVL:scan:1"});
+  EXPECT_FALSE(offQueue);
+
+  // A frame still being read when the reader stops reports nothing, even once it has been read.
+  reports.clear();
+  reader->offer(frame);
+  reader->stop();
+  reader.reset();
+  bool drained = false;
+  platform().mainQueue->async([&] { drained = true; });
+  ASSERT_TRUE(waitFor([&] { return drained; }));
+  EXPECT_TRUE(reports.empty());
+}
+
+// A grey level per pixel that differs along both axes, so a wrong stride or step shows.
+uchar level(int x, int y) { return static_cast<uchar>((x * 37 + y * 11) % 256); }
+
+struct FrameLayout {
+  const char* name;
+  QVideoFrameFormat::PixelFormat format;
+  // Writes the luminance level(x, y) of row y into the frame's first plane.
+  std::function<void(uchar* row, int width, int y)> writeRow;
+};
+
+TEST(QtLuminance, ReadsTheLuminanceOfEachFrameLayout) {
+  const FrameLayout layouts[] = {
+      {"NV12", QVideoFrameFormat::Format_NV12,
+       [](uchar* row, int width, int y) {
+         for (int x = 0; x < width; ++x) row[x] = level(x, y);
+       }},
+      {"YUYV", QVideoFrameFormat::Format_YUYV,
+       [](uchar* row, int width, int y) {
+         for (int x = 0; x < width; ++x) {
+           row[2 * x] = level(x, y);
+           row[2 * x + 1] = 128;
+         }
+       }},
+      {"UYVY", QVideoFrameFormat::Format_UYVY,
+       [](uchar* row, int width, int y) {
+         for (int x = 0; x < width; ++x) {
+           row[2 * x] = 128;
+           row[2 * x + 1] = level(x, y);
+         }
+       }},
+      {"P010", QVideoFrameFormat::Format_P010,
+       [](uchar* row, int width, int y) {
+         for (int x = 0; x < width; ++x) {
+           row[2 * x] = 0xC0;  // the low bits, which a reader of the high byte ignores
+           row[2 * x + 1] = level(x, y);
+         }
+       }},
+      {"BGRA8888", QVideoFrameFormat::Format_BGRA8888,
+       [](uchar* row, int width, int y) {
+         for (int x = 0; x < width; ++x) {
+           row[4 * x] = row[4 * x + 1] = row[4 * x + 2] = level(x, y);
+           row[4 * x + 3] = 255;
+         }
+       }},
+  };
+  const int width = 10;
+  const int height = 6;
+  for (const auto& layout : layouts) {
+    SCOPED_TRACE(layout.name);
+    QVideoFrame frame(QVideoFrameFormat(QSize(width, height), layout.format));
+    ASSERT_TRUE(frame.map(QVideoFrame::WriteOnly));
+    for (int y = 0; y < height; ++y) {
+      layout.writeRow(frame.bits(0) + y * frame.bytesPerLine(0), width, y);
+    }
+    frame.unmap();
+
+    const QImage grey = QtLuminance::of(frame);
+    ASSERT_EQ(grey.format(), QImage::Format_Grayscale8);
+    ASSERT_EQ(grey.size(), QSize(width, height));
+    int wrong = 0;
+    for (int y = 0; y < height; ++y) {
+      for (int x = 0; x < width; ++x) wrong += grey.constScanLine(y)[x] != level(x, y);
+    }
+    EXPECT_EQ(wrong, 0);
+  }
+  EXPECT_TRUE(QtLuminance::of(QVideoFrame()).isNull());
+}
+
+}  // namespace
+}  // namespace quorvel::testing
