@@ -46,6 +46,7 @@ void MirrorCaptureSession::stop() {
   film_.stop();
   stopRecording();
   latest_ = QImage();
+  if (preview_) preview_(QImage());  // the preview goes blank with the session
 }
 
 double MirrorCaptureSession::now() const {

@@ -21,7 +21,8 @@ namespace quorvel {
 // thread of its own, which the session joins before it goes.
 class MirrorCaptureSession : public CameraSession {
  public:
-  // A null room: a device without a microphone.
+  // preview gets each frame, and a null picture when the session ends. A null room: a device
+  // without a microphone.
   MirrorCaptureSession(std::function<QQuickWindow*()> window,
                        std::function<void(const QImage&)> preview,
                        std::shared_ptr<const VirtualRoom> room, bool withMicrophone,

@@ -2,21 +2,20 @@
 
 namespace quorvel {
 
-MirrorScanningSession::MirrorScanningSession(
-    std::function<QQuickWindow*()> window,
-    std::function<void(const std::vector<std::string>&)> codesRead,
-    std::shared_ptr<MainQueue> mainQueue)
-    : worker_(std::make_unique<QrScanWorker>(
-          [codesRead = std::move(codesRead), mainQueue = std::move(mainQueue),
-           running =
-               std::weak_ptr<std::atomic<bool>>(running_)](const std::vector<std::string>& codes) {
-            mainQueue->async([codesRead, running, codes] {
-              auto alive = running.lock();
-              if (alive && *alive) codesRead(codes);
-            });
-          })),
+MirrorScanningSession::MirrorScanningSession(std::function<QQuickWindow*()> window,
+                                             std::shared_ptr<MainQueue> mainQueue,
+                                             QrFrameReader::CodesRead codesRead)
+    : reader_(std::make_unique<QrFrameReader>(std::move(mainQueue), std::move(codesRead))),
       film_(std::move(window), [this](const QImage& frame) {
-        if (worker_) worker_->offer(frame);
+        // Grey on the reader's thread: the GUI thread only films.
+        if (reader_) {
+          reader_->offer([frame] {
+            auto grey =
+                std::make_shared<const QImage>(frame.convertToFormat(QImage::Format_Grayscale8));
+            return QrFrameReader::Grey{grey, grey->constBits(), grey->width(), grey->height(),
+                                       static_cast<int>(grey->bytesPerLine())};
+          });
+        }
       }) {
   film_.start();
 }
@@ -24,10 +23,9 @@ MirrorScanningSession::MirrorScanningSession(
 MirrorScanningSession::~MirrorScanningSession() { stop(); }
 
 void MirrorScanningSession::stop() {
-  if (!*running_) return;
-  *running_ = false;
+  if (!reader_) return;
   film_.stop();
-  worker_.reset();  // joins the reader
+  reader_.reset();  // stops reporting and joins the reader's thread
 }
 
 }  // namespace quorvel

@@ -1,15 +1,13 @@
 #pragma once
 
-#include <atomic>
 #include <functional>
 #include <memory>
 #include <string>
 #include <vector>
 
 #include "MirrorFilm.h"
-#include "QrScanWorker.h"
+#include "media/QrFrameReader.h"
 #include "quorvel/platform/Camera.h"
-#include "quorvel/platform/MainQueue.h"
 
 namespace quorvel {
 
@@ -17,9 +15,8 @@ namespace quorvel {
 // the main queue until it stops. Made, used and released on the GUI thread.
 class MirrorScanningSession : public CameraSession {
  public:
-  MirrorScanningSession(std::function<QQuickWindow*()> window,
-                        std::function<void(const std::vector<std::string>&)> codesRead,
-                        std::shared_ptr<MainQueue> mainQueue);
+  MirrorScanningSession(std::function<QQuickWindow*()> window, std::shared_ptr<MainQueue> mainQueue,
+                        QrFrameReader::CodesRead codesRead);
   ~MirrorScanningSession() override;
 
   void stop() override;
@@ -30,9 +27,7 @@ class MirrorScanningSession : public CameraSession {
   void stopRecording() override {}
 
  private:
-  // Reports already on the queue when the session stops must not arrive.
-  std::shared_ptr<std::atomic<bool>> running_ = std::make_shared<std::atomic<bool>>(true);
-  std::unique_ptr<QrScanWorker> worker_;
+  std::unique_ptr<QrFrameReader> reader_;
   MirrorFilm film_;
 };
 

@@ -1,8 +1,5 @@
 #include "quorvel/virtual/VirtualMirrorCamera.h"
 
-#include <QVideoFrame>
-#include <cstring>
-
 #include "MirrorCaptureSession.h"
 #include "MirrorScanningSession.h"
 #include "quorvel/platform/Platform.h"
@@ -10,27 +7,21 @@
 namespace quorvel {
 
 VirtualMirrorCamera::VirtualMirrorCamera(QQuickWindow* window,
-                                         std::shared_ptr<const VirtualRoom> room, QObject* parent)
-    : QObject(parent), window_(window), room_(std::move(room)) {}
+                                         std::shared_ptr<const VirtualRoom> room)
+    : window_(window), room_(std::move(room)) {}
 
 VirtualMirrorCamera::~VirtualMirrorCamera() {
+  alive_.reset();
   if (auto session = session_.lock()) session->stop();
-}
-
-void VirtualMirrorCamera::setVideoSink(QVideoSink* sink) {
-  if (sink_ == sink) return;
-  sink_ = sink;
-  emit videoSinkChanged();
 }
 
 std::shared_ptr<CameraSession> VirtualMirrorCamera::startScanning(
     std::function<void(const std::vector<std::string>& codes)> codesRead) {
   replace(nullptr);
   if (!window_) return nullptr;
-  QPointer<VirtualMirrorCamera> self(this);
-  auto session =
-      std::make_shared<MirrorScanningSession>([self] { return self ? self->window() : nullptr; },
-                                              std::move(codesRead), platform().mainQueue);
+  auto session = std::make_shared<MirrorScanningSession>(
+      [this, alive = std::weak_ptr<int>(alive_)] { return alive.lock() ? window() : nullptr; },
+      platform().mainQueue, std::move(codesRead));
   replace(session);
   return session;
 }
@@ -38,13 +29,13 @@ std::shared_ptr<CameraSession> VirtualMirrorCamera::startScanning(
 std::shared_ptr<CameraSession> VirtualMirrorCamera::startCapture(bool withMicrophone) {
   replace(nullptr);
   if (!window_) return nullptr;
-  QPointer<VirtualMirrorCamera> self(this);
-  auto session =
-      std::make_shared<MirrorCaptureSession>([self] { return self ? self->window() : nullptr; },
-                                             [self](const QImage& frame) {
-                                               if (self) self->present(frame);
-                                             },
-                                             room_, withMicrophone, platform().mainQueue);
+  std::weak_ptr<int> alive = alive_;
+  auto session = std::make_shared<MirrorCaptureSession>(
+      [this, alive] { return alive.lock() ? window() : nullptr; },
+      [this, alive](const QImage& picture) {
+        if (alive.lock()) show(picture);
+      },
+      room_, withMicrophone, platform().mainQueue);
   replace(session);
   return session;
 }
@@ -52,23 +43,12 @@ std::shared_ptr<CameraSession> VirtualMirrorCamera::startCapture(bool withMicrop
 void VirtualMirrorCamera::replace(const std::shared_ptr<CameraSession>& session) {
   if (auto before = session_.lock(); before && before != session) before->stop();
   session_ = session;
-  latest_ = QImage();
 }
 
-void VirtualMirrorCamera::present(const QImage& frame) {
-  latest_ = frame;
-  emit frameReady(frame);
-  if (!sink_) return;
-  QVideoFrame video(QVideoFrameFormat(
-      frame.size(), QVideoFrameFormat::pixelFormatFromImageFormat(frame.format())));
-  if (!video.map(QVideoFrame::WriteOnly)) return;
-  const auto rowBytes = static_cast<std::size_t>(frame.width()) * 4;
-  for (int y = 0; y < frame.height(); ++y) {
-    std::memcpy(video.bits(0) + static_cast<qsizetype>(y) * video.bytesPerLine(0),
-                frame.constScanLine(y), rowBytes);
-  }
-  video.unmap();
-  sink_->setVideoFrame(video);
+void VirtualMirrorCamera::show(const QImage& picture) {
+  if (picture.isNull() && picture_.isNull()) return;
+  picture_ = picture;
+  if (pictureChanged_) pictureChanged_();
 }
 
 }  // namespace quorvel

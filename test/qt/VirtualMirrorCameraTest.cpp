@@ -2,13 +2,12 @@
 
 #include <QSignalSpy>
 #include <QTest>
-#include <QVideoFrame>
-#include <QVideoSink>
 
 #include "PictureWindow.h"
 #include "media/SoundDecoder.h"
 #include "qt/QtMainQueue.h"
 #include "quorvel/platform/Platform.h"
+#include "quorvel/quick/QuickFrontEnd.h"
 #include "quorvel/virtual/VirtualMirrorCamera.h"
 #include "quorvel/virtual/VirtualSpeaker.h"
 #include "support/MovieProbe.h"
@@ -54,28 +53,33 @@ class VirtualMirrorCameraTest : public ::testing::Test {
   std::shared_ptr<VirtualRoom> room = std::make_shared<VirtualRoom>();
 };
 
-TEST_F(VirtualMirrorCameraTest, PreviewShowsTheWindowAsAMirrorDoesAndFollowsAWindowChange) {
+TEST_F(VirtualMirrorCameraTest, FrontEndPreviewsShowTheWindowAsAMirrorDoesUntilTheSessionEnds) {
   PictureWindow window({300, 200});
   window.showHalves(Qt::red, Qt::blue);
-  VirtualMirrorCamera camera(&window, room);
-  QVideoSink sink;
-  camera.setVideoSink(&sink);
-  QSignalSpy frames(&camera, &VirtualMirrorCamera::frameReady);
-  auto session = camera.startCapture(false);
+  auto camera = std::make_shared<VirtualMirrorCamera>(&window, room);
+  QuickFrontEnd frontEnd;
+  frontEnd.useCamera(camera, camera);
+  auto session = camera->startCapture(false);
   ASSERT_TRUE(session);
-  ASSERT_TRUE(QTest::qWaitFor([&] { return frames.count() > 0; }, 10000));
-  const QImage frame = camera.latestFrame();
-  EXPECT_EQ(frame.size(), window.grabWindow().size());
-  EXPECT_EQ(frame.pixelColor(20, 100).name(), "#0000ff") << "the left is the window's right";
-  EXPECT_EQ(frame.pixelColor(280, 100).name(), "#ff0000");
-  ASSERT_TRUE(QTest::qWaitFor([&] { return sink.videoFrame().isValid(); }, 5000));
-  EXPECT_EQ(sink.videoFrame().size(), frame.size());
+  ASSERT_TRUE(QTest::qWaitFor([&] { return !frontEnd.cameraPicture().isNull(); }, 10000));
+  const QImage picture = frontEnd.cameraPicture();
+  EXPECT_EQ(picture.size(), window.grabWindow().size());
+  EXPECT_EQ(picture.pixelColor(20, 100).name(), "#0000ff") << "the left is the window's right";
+  EXPECT_EQ(picture.pixelColor(280, 100).name(), "#ff0000");
 
   PictureWindow other({300, 200});
   other.showHalves(Qt::green, Qt::green);
-  camera.setWindow(&other);
+  camera->setWindow(&other);
   EXPECT_TRUE(QTest::qWaitFor(
-      [&] { return camera.latestFrame().pixelColor(20, 100) == QColor(Qt::green); }, 5000));
+      [&] { return frontEnd.cameraPicture().pixelColor(20, 100).name() == "#00ff00"; }, 5000));
+  QSignalSpy changes(&frontEnd, &QuickFrontEnd::cameraPictureChanged);
+  session->stop();
+  EXPECT_TRUE(frontEnd.cameraPicture().isNull());
+  EXPECT_EQ(changes.count(), 1);
+  // Scanning shows nothing.
+  auto scanning = camera->startScanning([](const std::vector<std::string>&) {});
+  QTest::qWait(300);
+  EXPECT_TRUE(frontEnd.cameraPicture().isNull());
 }
 
 TEST_F(VirtualMirrorCameraTest, RecordsTheWindowWithTheSoundThatWasPlayedInTheRoom) {
@@ -86,7 +90,7 @@ TEST_F(VirtualMirrorCameraTest, RecordsTheWindowWithTheSoundThatWasPlayedInTheRo
   VirtualSpeaker speaker(std::make_shared<SilentPlayer>(), room);
   auto session = camera.startCapture(true);
   ASSERT_TRUE(session);
-  ASSERT_TRUE(QTest::qWaitFor([&] { return !camera.latestFrame().isNull(); }, 10000));
+  ASSERT_TRUE(QTest::qWaitFor([&] { return !camera.picture().isNull(); }, 10000));
 
   const std::string movie = (tree.path() / "output.mov").string();
   auto recorded = std::make_shared<Recorded>();
