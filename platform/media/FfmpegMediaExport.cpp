@@ -26,10 +26,11 @@ std::vector<int> streamsToCopy(AVFormatContext& input) {
   return chosen;
 }
 
-// Copies the chosen streams of input into a new MP4 at path, as `ffmpeg -c copy` does.
+// Copies the chosen streams of input into a new MP4 at path, as `ffmpeg -c copy` does; errors
+// name the file as the caller knows it.
 std::optional<std::string> writeCopy(AVFormatContext& input, const std::vector<int>& chosen,
-                                     const std::string& path) {
-  const std::string cannotWrite = "cannot write " + path + ": ";
+                                     const std::string& path, const std::string& shownPath) {
+  const std::string cannotWrite = "cannot write " + shownPath + ": ";
   AVFormatContext* raw = nullptr;
   int code = avformat_alloc_output_context2(&raw, nullptr, "mp4", path.c_str());
   if (code < 0) return cannotWrite + errorText(code);
@@ -89,7 +90,7 @@ std::optional<std::string> writeCopy(AVFormatContext& input, const std::vector<i
     code = av_interleaved_write_frame(output.get(), packet.get());  // takes the packet's data
     if (code < 0) return cannotWrite + errorText(code);
   }
-  if (code != AVERROR_EOF) return "cannot read the movie: " + errorText(code);
+  if (code != AVERROR_EOF) return std::string("cannot read ") + input.url + ": " + errorText(code);
   code = av_write_trailer(output.get());
   if (code >= 0) code = avio_closep(&output->pb);  // the last bytes reach the disk here
   if (code < 0) return cannotWrite + errorText(code);
@@ -108,7 +109,7 @@ std::optional<std::string> remux(const std::string& moviePath, const std::string
   // Written beside the destination and renamed, so mp4Path is either the old file or the whole
   // new one.
   const std::string partial = mp4Path + ".partial";
-  std::optional<std::string> error = writeCopy(*input, chosen, partial);
+  std::optional<std::string> error = writeCopy(*input, chosen, partial, mp4Path);
   if (!error) {
     fs::rename(partial, mp4Path, failure);
     if (failure) error = "cannot write " + mp4Path + ": " + failure.message();

@@ -9,7 +9,8 @@ namespace quorvel {
 
 // Writes a QuickTime movie (.mov) with an H.264 picture and, when asked, an AAC sound track, as a
 // camera records one. Frames and sound are handed over with their moments; the encoding runs on
-// the writer's own thread, so whoever films (the GUI thread) never waits for the encoder.
+// the writer's own thread behind a short queue, so whoever films (the GUI thread) never waits
+// for the encoder and memory stays bounded.
 class MovieWriter {
  public:
   struct Options {

@@ -6,6 +6,7 @@
 #include <functional>
 #include <memory>
 #include <optional>
+#include <ostream>
 #include <string>
 #include <vector>
 
@@ -38,6 +39,9 @@ struct CameraImplementation {
   std::string name;
   std::function<std::unique_ptr<CameraDriver>()> make;
 };
+inline void PrintTo(const CameraImplementation& implementation, std::ostream* out) {
+  *out << implementation.name;
+}
 
 namespace contract {
 

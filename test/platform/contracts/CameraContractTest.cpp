@@ -23,9 +23,9 @@ enum class Fault {
 
 // A camera in virtual time that sees whatever text is in view 15 times a second and "records"
 // a few bytes, with one fault built in on demand.
-class ScriptedCamera : public Camera {
+class SimulatedCamera : public Camera {
  public:
-  ScriptedCamera(std::shared_ptr<ManualMainQueue> queue, Fault fault)
+  SimulatedCamera(std::shared_ptr<ManualMainQueue> queue, Fault fault)
       : queue_(std::move(queue)), fault_(fault) {}
 
   std::string inView;
@@ -42,7 +42,7 @@ class ScriptedCamera : public Camera {
  private:
   class Session : public CameraSession {
    public:
-    Session(ScriptedCamera& camera, std::function<void(const std::vector<std::string>&)> codes)
+    Session(SimulatedCamera& camera, std::function<void(const std::vector<std::string>&)> codes)
         : camera_(camera), codesRead_(std::move(codes)) {}
     ~Session() override { stop(); }
 
@@ -82,7 +82,7 @@ class ScriptedCamera : public Camera {
     }
 
    private:
-    ScriptedCamera& camera_;
+    SimulatedCamera& camera_;
     std::function<void(const std::vector<std::string>&)> codesRead_;
     bool running_ = true;
     std::string path_;
@@ -102,9 +102,9 @@ class ScriptedCamera : public Camera {
   std::weak_ptr<Session> current_;
 };
 
-class ScriptedDriver : public CameraDriver {
+class SimulatedDriver : public CameraDriver {
  public:
-  explicit ScriptedDriver(Fault fault = Fault::none) : camera_(queue_, fault) {}
+  explicit SimulatedDriver(Fault fault = Fault::none) : camera_(queue_, fault) {}
   Camera& camera() override { return camera_; }
   std::shared_ptr<MainQueue> queue() override { return queue_; }
   void show(const std::string& text) override { camera_.inView = text; }
@@ -120,14 +120,14 @@ class ScriptedDriver : public CameraDriver {
  private:
   std::shared_ptr<ManualMainQueue> queue_ = std::make_shared<ManualMainQueue>();
   TemporaryTree movies_{"quorvel-camera-contract"};
-  ScriptedCamera camera_;
+  SimulatedCamera camera_;
 };
 
 QUORVEL_CAMERA_CONTRACT_TESTS()
 
 INSTANTIATE_TEST_SUITE_P(Implementations, CameraContract,
                          ::testing::Values(CameraImplementation{
-                             "Scripted", [] { return std::make_unique<ScriptedDriver>(); }}),
+                             "Simulated", [] { return std::make_unique<SimulatedDriver>(); }}),
                          cameraName);
 
 TEST(CameraContractItself, CatchesEachFault) {
@@ -145,7 +145,7 @@ TEST(CameraContractItself, CatchesEachFault) {
           ::testing::ScopedFakeTestPartResultReporter::INTERCEPT_ONLY_CURRENT_THREAD, &failures);
       for (auto check : {&contract::checkSessionsOrNone, &contract::checkCodesOnTheMainQueue,
                          &contract::checkOneSessionAtATime, &contract::checkRecordings}) {
-        ScriptedDriver driver(fault);
+        SimulatedDriver driver(fault);
         check(driver);
       }
     }

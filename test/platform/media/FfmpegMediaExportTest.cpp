@@ -104,7 +104,8 @@ TEST_F(FfmpegMediaExportTest, FailsWithAReasonAndWritesNothing) {
   const fs::path nowhere = tree.path() / "missing" / "out.mp4";
   Outcome unwritable = exportMP4(makeMovie("good.mov", ""), nowhere);
   ASSERT_TRUE(unwritable.error);
-  EXPECT_NE(unwritable.error->find("cannot write"), std::string::npos) << *unwritable.error;
+  EXPECT_EQ(unwritable.error->find("cannot write " + nowhere.string() + ": "), 0u)
+      << *unwritable.error;
   EXPECT_EQ(std::distance(fs::directory_iterator(tree.path()), fs::directory_iterator()), 2)
       << "only the two movies are left";
 }

@@ -1,0 +1,43 @@
+#pragma once
+
+#include <cstdint>
+#include <map>
+#include <memory>
+#include <optional>
+#include <string>
+#include <vector>
+
+#include "quorvel/platform/AudioPlayer.h"
+#include "quorvel/virtual/VirtualRoom.h"
+
+namespace quorvel {
+
+// The app's speaker as a virtual room hears it: it plays through the real player it wraps and
+// also puts each sound into the room, where a virtual microphone (the mirror camera's) picks it
+// up. Assets are the WAV files at ":/Quorvel/sounds/<name>.wav" in the Qt resources; files are
+// anything FFmpeg reads. Stopping, a new sound and a sound the real player cannot play all end
+// the sound in the room too. Used on the main queue, like any AudioPlayer.
+class VirtualSpeaker : public AudioPlayer {
+ public:
+  VirtualSpeaker(std::shared_ptr<AudioPlayer> speaker, std::shared_ptr<VirtualRoom> room);
+
+  void playAsset(const std::string& assetName,
+                 std::function<void(bool successfully)> finished) override;
+  void playFile(const std::string& path, std::function<void(bool successfully)> finished) override;
+  void stop() override;
+  double currentTime() const override { return speaker_->currentTime(); }
+
+ private:
+  using Samples = std::shared_ptr<const std::vector<std::int16_t>>;
+
+  // Puts samples into the room in place of the sound before, and wraps finished so that a sound
+  // the real player gives up on stops sounding in the room as well.
+  std::function<void(bool)> sound(const Samples& samples, std::function<void(bool)> finished);
+
+  std::shared_ptr<AudioPlayer> speaker_;
+  std::shared_ptr<VirtualRoom> room_;
+  std::map<std::string, Samples> assets_;  // decoded once
+  std::optional<VirtualRoom::SoundId> playing_;
+};
+
+}  // namespace quorvel
