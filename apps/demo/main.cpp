@@ -1,6 +1,8 @@
 // quorvel-demo: a host application that embeds the SDK. Its page sets what a host sets and starts
 // a run; after the run it shows the completion response, which it also prints as one JSON line.
+#include <QCameraDevice>
 #include <QGuiApplication>
+#include <QMediaDevices>
 #include <QTimer>
 #include <cstdio>
 #include <iostream>
@@ -16,6 +18,8 @@
 #include "quorvel/platform/HostBundle.h"
 #include "quorvel/quick/QuickFrontEnd.h"
 #include "quorvel/ui/NavigationController.h"
+#include "quorvel/virtual/VirtualMirrorCamera.h"
+#include "quorvel/virtual/VirtualSpeaker.h"
 #include "run/ScreenTable.h"
 #include "support/JsonText.h"
 
@@ -93,7 +97,16 @@ int main(int argc, char** argv) {
   QGuiApplication application(argc, argv);
   QuickFrontEnd frontEnd;
   frontEnd.addInterfaceLocation(QUrl("qrc:/demo/"));
+  // The mirror camera films the window as a mirror in front of the device shows it, and hears
+  // in its room what the speaker plays. It gets the window once the window exists.
+  std::shared_ptr<VirtualMirrorCamera> mirror;
+  auto room = std::make_shared<VirtualRoom>();
+  if (options.autopilot || options.mirrorCamera) {
+    mirror = std::make_shared<VirtualMirrorCamera>(nullptr, room);
+    frontEnd.useCamera(mirror, mirror);
+  }
   Platform platform = frontEnd.platform();
+  if (mirror) platform.audioPlayer = std::make_shared<VirtualSpeaker>(platform.audioPlayer, room);
   platform.hostBundle = std::make_shared<StaticHostBundle>(hostInformation(options));
   // The unattended run plugs a charger that it can reach; a person plugs the real one.
   std::shared_ptr<VirtualChargerDevice> charger;
@@ -110,7 +123,7 @@ int main(int argc, char** argv) {
   std::shared_ptr<ViewController> firstScreen;
   if (options.screen) {
     const bool filmed = options.screen->rfind("device_front_video", 0) == 0;
-    if (filmed && !platform.camera) {
+    if (filmed && !mirror && QMediaDevices::videoInputs().isEmpty()) {
       std::fprintf(stderr,
                    "quorvel-demo: %s films the screen, and this machine has no camera; "
                    "--mirror-camera (or --autopilot) films the window as a mirror would\n",
@@ -150,6 +163,7 @@ int main(int argc, char** argv) {
   navigation->setNavigationBarHidden(true, false);
   frontEnd.coreWindow()->setRootViewController(navigation);
   frontEnd.show(QSize(390, 844));
+  if (mirror) mirror->setWindow(frontEnd.window());
 
   std::unique_ptr<ScreenRecorder> recorder;
   if (options.screenshots) {
