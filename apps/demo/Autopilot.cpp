@@ -2,6 +2,7 @@
 
 #include <QQuickItem>
 #include <QTimer>
+#include <utility>
 
 #include "ScreenRecorder.h"
 #include "quorvel/platform/Platform.h"
@@ -128,9 +129,8 @@ void Autopilot::filmInTheMirror(bool byButton) {
   auto raiseVolume = std::make_shared<std::function<void(std::function<void()>)>>();
   *raiseVolume = [this, raiseVolume](std::function<void()> then) {
     if (quorvel::platform().audioSession->outputVolume() >= 0.5f) {
-      auto done = std::move(then);
-      *raiseVolume = nullptr;
-      done();
+      auto self = std::exchange(*raiseVolume, nullptr);
+      then();
       return;
     }
     devices_.volumeKeys->pressUp();
@@ -146,17 +146,22 @@ void Autopilot::filmInTheMirror(bool byButton) {
           [this] { return outletJson("uiBtVideoReviewNext").value("enabled", false); },
           [this] { tap("uiBtVideoReviewNext"); });
     };
+    // The review shows once the film's first picture is in it.
+    auto reviewShown = [this] {
+      return shows("uiBtVideoReviewNext") && !outletJson("uiVideoReviewImage")["image"].is_null();
+    };
     if (!byButton) {
-      when(
-          "the review", [this] { return shows("uiBtVideoReviewNext"); }, submit);
+      when("the review", reviewShown, [this, submit] {
+        captureStep("review");
+        submit();
+      });
       return;
     }
-    when(
-        "the review's check box", [this] { return shows("uiCheckBoxTerms"); },
-        [this, submit] {
-          tap("uiCheckBoxTerms");
-          submit();
-        });
+    when("the review", reviewShown, [this, submit] {
+      captureStep("review");
+      tap("uiCheckBoxTerms");
+      submit();
+    });
   };
   (*raiseVolume)([this, byButton, review] {
     when(
@@ -224,18 +229,18 @@ void Autopilot::when(const QString& what, std::function<bool()> condition,
   *poll = [this, what, generation, waited, condition = std::move(condition),
            action = std::move(action), poll]() {
     if (generation != generation_) {
-      *poll = nullptr;
+      auto self = std::exchange(*poll, nullptr);
       return;
     }
     if (condition()) {
-      auto run = action;
-      *poll = nullptr;
-      run();
+      // Keeps this closure alive while it runs, then lets it go.
+      auto self = std::exchange(*poll, nullptr);
+      action();
       return;
     }
     *waited += kPollMilliseconds;
     if (*waited > kPatienceMilliseconds) {
-      *poll = nullptr;
+      auto self = std::exchange(*poll, nullptr);
       emit stuck(what + " never showed on " +
                  frontEnd_.bridgeFor(current_.lock())->interfaceName());
       return;

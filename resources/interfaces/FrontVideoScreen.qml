@@ -183,24 +183,23 @@ Outlet {
                         name: "uiCheckBoxTerms"
                     }
                 }
-                RowLayout {
-                    Layout.fillWidth: true
-                    TextButton {
-                        controller: screen.controller
-                        name: "uiBtTryAgain"
-                    }
-                    Item { Layout.fillWidth: true }
-                    TextButton {
-                        controller: screen.controller
-                        name: "uiBtVideoReviewCouldntComplete"
-                        pixelSize: 13
-                    }
+                TextButton {
+                    controller: screen.controller
+                    name: "uiBtTryAgain"
+                    Layout.alignment: Qt.AlignHCenter
                 }
                 MainButton {
                     controller: screen.controller
                     name: "uiBtVideoReviewNext"
+                    // The screen's action keeps its historical spelling.
+                    action: "uiBtVideoReviewNext_TouchUpInsde"
                     Layout.fillWidth: true
                     Layout.preferredHeight: 52
+                }
+                TextButton {
+                    controller: screen.controller
+                    name: "uiBtVideoReviewCouldntComplete"
+                    Layout.alignment: Qt.AlignHCenter
                 }
             }
         }

@@ -6,6 +6,8 @@ import Quorvel
 Outlet {
     id: outlet
     readonly property var o: controller ? controller.outlets[name] : undefined
+    // The action a press sends; a screen may name its own.
+    property string action: name + "_TouchUpInside"
 
     objectName: name
     visible: o ? !o.hidden : false
@@ -34,6 +36,6 @@ Outlet {
             color: outlet.o ? outlet.o.backgroundColor : "transparent"
             opacity: button.down ? 0.8 : (button.enabled ? 1 : 0.5)
         }
-        onClicked: outlet.controller.send(outlet.name + "_TouchUpInside")
+        onClicked: outlet.controller.send(outlet.action)
     }
 }

@@ -139,7 +139,7 @@ TEST(DemoProgram, AutopilotCompletesADefaultRunAgainstTheAssetsServer) {
   }
   expected << QString("%1-TestsFinishedViewController.png").arg(index);
   expected << QString("%1-ResultPageViewController.png").arg(index + 1);
-  EXPECT_EQ(shots, expected);
+  EXPECT_EQ(shots.join(" ").toStdString(), expected.join(" ").toStdString());
 }
 
 TEST(DemoProgram, FirstVideoTestReadsItsStartCodeBackFromTheMirror) {
