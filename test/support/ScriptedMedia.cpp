@@ -9,62 +9,75 @@
 
 namespace quorvel::testing {
 
-void ScriptedCamera::Session::stop() {
+// The handle a screen holds; releasing it ends the session.
+class ScriptedCamera::Session : public CameraSession {
+ public:
+  Session(ScriptedCamera& camera, std::shared_ptr<Record> record)
+      : camera_(camera), record_(std::move(record)) {}
+  ~Session() override { record_->stop(camera_); }
+
+  void stop() override { record_->stop(camera_); }
+  bool startRecording(const std::string& moviePath,
+                      std::function<void(std::optional<std::string>)> done) override {
+    if (record_->scanning || record_->stopped || record_->recording) return false;
+    record_->recording = true;
+    record_->recordingPath = moviePath;
+    record_->finished = std::move(done);
+    return true;
+  }
+  void stopRecording() override { record_->stopRecording(camera_); }
+
+ private:
+  ScriptedCamera& camera_;
+  std::shared_ptr<Record> record_;
+};
+
+void ScriptedCamera::Record::stop(ScriptedCamera& camera) {
   if (stopped) return;
-  stopRecording();
+  stopRecording(camera);
   stopped = true;
 }
 
-bool ScriptedCamera::Session::startRecording(const std::string& moviePath,
-                                             std::function<void(std::optional<std::string>)> done) {
-  if (scanning || stopped || recording) return false;
-  recording = true;
-  recordingPath = moviePath;
-  finished = std::move(done);
-  return true;
-}
-
-void ScriptedCamera::Session::stopRecording() {
+void ScriptedCamera::Record::stopRecording(ScriptedCamera& camera) {
   if (!recording) return;
   recording = false;
-  std::optional<std::string> error = camera->recordingError;
+  std::optional<std::string> error = camera.recordingError;
   if (!error) std::ofstream(recordingPath, std::ios::binary) << "movie from the mirror";
-  camera->queue_->async([done = std::move(finished), error] { done(error); });
+  camera.queue_->async([done = std::move(finished), error] { done(error); });
   finished = nullptr;
 }
 
-std::shared_ptr<ScriptedCamera::Session> ScriptedCamera::begin(bool scanning) {
+std::shared_ptr<CameraSession> ScriptedCamera::begin(
+    bool scanning, std::function<void(const std::vector<std::string>&)> codes,
+    bool withMicrophone) {
   if (!present) return nullptr;
-  if (auto before = running()) before->stop();
-  auto session = std::make_shared<Session>();
-  session->scanning = scanning;
-  session->camera = this;
-  sessions.push_back(session);
-  return session;
+  if (auto before = running()) before->stop(*this);
+  auto record = std::make_shared<Record>();
+  record->scanning = scanning;
+  record->codesRead = std::move(codes);
+  record->withMicrophone = withMicrophone;
+  sessions.push_back(record);
+  return std::make_shared<Session>(*this, record);
 }
 
 std::shared_ptr<CameraSession> ScriptedCamera::startScanning(
     std::function<void(const std::vector<std::string>&)> codesRead) {
-  auto session = begin(true);
-  if (session) session->codesRead = std::move(codesRead);
-  return session;
+  return begin(true, std::move(codesRead), false);
 }
 
 std::shared_ptr<CameraSession> ScriptedCamera::startCapture(bool withMicrophone) {
-  auto session = begin(false);
-  if (session) session->withMicrophone = withMicrophone;
-  return session;
+  return begin(false, nullptr, withMicrophone);
 }
 
-std::shared_ptr<ScriptedCamera::Session> ScriptedCamera::running() const {
+std::shared_ptr<ScriptedCamera::Record> ScriptedCamera::running() const {
   if (sessions.empty() || sessions.back()->stopped) return nullptr;
   return sessions.back();
 }
 
 bool ScriptedCamera::sees(std::vector<std::string> codes) {
-  auto session = running();
-  if (!session || !session->scanning) return false;
-  std::weak_ptr<Session> weak = session;
+  auto record = running();
+  if (!record || !record->scanning) return false;
+  std::weak_ptr<Record> weak = record;
   queue_->async([weak, codes = std::move(codes)] {
     auto alive = weak.lock();
     if (alive && !alive->stopped) alive->codesRead(codes);

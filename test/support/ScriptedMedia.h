@@ -16,9 +16,10 @@ namespace quorvel::testing {
 
 // A front camera whose view the test decides: it "sees" the codes the test shows it, and a
 // recording writes a small file when it stops. Answers come on the main queue, as a camera's do.
+// A session ends when stopped or released; the test reads every session's record.
 class ScriptedCamera : public Camera {
  public:
-  struct Session : CameraSession {
+  struct Record {
     bool scanning = false;
     bool withMicrophone = false;
     bool stopped = false;
@@ -26,12 +27,9 @@ class ScriptedCamera : public Camera {
     bool recording = false;
     std::function<void(const std::vector<std::string>&)> codesRead;
     std::function<void(std::optional<std::string>)> finished;
-    ScriptedCamera* camera = nullptr;
 
-    void stop() override;
-    bool startRecording(const std::string& moviePath,
-                        std::function<void(std::optional<std::string>)> done) override;
-    void stopRecording() override;
+    void stop(ScriptedCamera& camera);
+    void stopRecording(ScriptedCamera& camera);
   };
 
   explicit ScriptedCamera(std::shared_ptr<MainQueue> queue) : queue_(std::move(queue)) {}
@@ -41,19 +39,22 @@ class ScriptedCamera : public Camera {
   // The error the next recording reports when it ends.
   std::optional<std::string> recordingError;
   // Every session started, oldest first.
-  std::vector<std::shared_ptr<Session>> sessions;
+  std::vector<std::shared_ptr<Record>> sessions;
 
   std::shared_ptr<CameraSession> startScanning(
       std::function<void(const std::vector<std::string>&)> codesRead) override;
   std::shared_ptr<CameraSession> startCapture(bool withMicrophone) override;
 
-  // The running session, or null.
-  std::shared_ptr<Session> running() const;
-  // The running scanning session sees codes; false when none scans.
+  // The running session's record, or null.
+  std::shared_ptr<Record> running() const;
+  // The running scanning session sees codes once; false when none scans.
   bool sees(std::vector<std::string> codes);
 
  private:
-  std::shared_ptr<Session> begin(bool scanning);
+  class Session;
+  std::shared_ptr<CameraSession> begin(bool scanning,
+                                       std::function<void(const std::vector<std::string>&)> codes,
+                                       bool withMicrophone);
   std::shared_ptr<MainQueue> queue_;
 };
 

@@ -5,6 +5,7 @@
 
 #include "platform/contracts/CameraContract.h"
 #include "support/ManualMainQueue.h"
+#include "support/ScriptedMedia.h"
 #include "support/TemporaryTree.h"
 
 namespace quorvel::testing {
@@ -123,12 +124,39 @@ class SimulatedDriver : public CameraDriver {
   SimulatedCamera camera_;
 };
 
+// The test platform's camera: codes in view are seen at every step of the queue.
+class ScriptedDriver : public CameraDriver {
+ public:
+  Camera& camera() override { return *camera_; }
+  std::shared_ptr<MainQueue> queue() override { return queue_; }
+  void show(const std::string& text) override { inView_ = text; }
+  bool runUntil(const std::function<bool()>& done) override {
+    for (int step = 0; step < 100 && !done(); ++step) {
+      camera_->sees({inView_});
+      queue_->advance(0.1);
+    }
+    return done();
+  }
+  void pass(double seconds) override { queue_->advance(seconds); }
+  std::string moviePath(const std::string& name) override {
+    return (movies_.path() / name).string();
+  }
+
+ private:
+  std::shared_ptr<ManualMainQueue> queue_ = std::make_shared<ManualMainQueue>();
+  TemporaryTree movies_{"quorvel-camera-contract"};
+  std::shared_ptr<ScriptedCamera> camera_ = std::make_shared<ScriptedCamera>(queue_);
+  std::string inView_;
+};
+
 QUORVEL_CAMERA_CONTRACT_TESTS()
 
-INSTANTIATE_TEST_SUITE_P(Implementations, CameraContract,
-                         ::testing::Values(CameraImplementation{
-                             "Simulated", [] { return std::make_unique<SimulatedDriver>(); }}),
-                         cameraName);
+INSTANTIATE_TEST_SUITE_P(
+    Implementations, CameraContract,
+    ::testing::Values(
+        CameraImplementation{"Simulated", [] { return std::make_unique<SimulatedDriver>(); }},
+        CameraImplementation{"Scripted", [] { return std::make_unique<ScriptedDriver>(); }}),
+    cameraName);
 
 TEST(CameraContractItself, CatchesEachFault) {
   const std::vector<std::pair<Fault, const char*>> faults = {

@@ -79,7 +79,7 @@ class DeviceFrontVideoTest : public TestScreenFixture {
   }
   std::filesystem::path movie() const { return documents->path() / "output.mov"; }
   std::filesystem::path rendered() const { return documents->path() / "rendered-Video.mp4"; }
-  const std::shared_ptr<ScriptedCamera::Session>& lastSession() const {
+  const std::shared_ptr<ScriptedCamera::Record>& lastSession() const {
     return env.camera->sessions.back();
   }
 
