@@ -103,36 +103,15 @@ class SimulatedCamera : public Camera {
   std::weak_ptr<Session> current_;
 };
 
-class SimulatedDriver : public CameraDriver {
+// A camera on virtual time: the queue runs in steps of 0.1 s, looking at what is in view before
+// each step.
+class VirtualTimeDriver : public CameraDriver {
  public:
-  explicit SimulatedDriver(Fault fault = Fault::none) : camera_(queue_, fault) {}
-  Camera& camera() override { return camera_; }
-  std::shared_ptr<MainQueue> queue() override { return queue_; }
-  void show(const std::string& text) override { camera_.inView = text; }
-  bool runUntil(const std::function<bool()>& done) override {
-    for (int step = 0; step < 100 && !done(); ++step) queue_->advance(0.1);
-    return done();
-  }
-  void pass(double seconds) override { queue_->advance(seconds); }
-  std::string moviePath(const std::string& name) override {
-    return (movies_.path() / name).string();
-  }
-
- private:
-  std::shared_ptr<ManualMainQueue> queue_ = std::make_shared<ManualMainQueue>();
-  TemporaryTree movies_{"quorvel-camera-contract"};
-  SimulatedCamera camera_;
-};
-
-// The test platform's camera: codes in view are seen at every step of the queue.
-class ScriptedDriver : public CameraDriver {
- public:
-  Camera& camera() override { return *camera_; }
   std::shared_ptr<MainQueue> queue() override { return queue_; }
   void show(const std::string& text) override { inView_ = text; }
   bool runUntil(const std::function<bool()>& done) override {
     for (int step = 0; step < 100 && !done(); ++step) {
-      camera_->sees({inView_});
+      look(inView_);
       queue_->advance(0.1);
     }
     return done();
@@ -142,11 +121,34 @@ class ScriptedDriver : public CameraDriver {
     return (movies_.path() / name).string();
   }
 
- private:
+ protected:
+  virtual void look(const std::string& inView) = 0;
+
   std::shared_ptr<ManualMainQueue> queue_ = std::make_shared<ManualMainQueue>();
+
+ private:
   TemporaryTree movies_{"quorvel-camera-contract"};
-  std::shared_ptr<ScriptedCamera> camera_ = std::make_shared<ScriptedCamera>(queue_);
   std::string inView_;
+};
+
+class SimulatedDriver : public VirtualTimeDriver {
+ public:
+  explicit SimulatedDriver(Fault fault = Fault::none) : camera_(queue_, fault) {}
+  Camera& camera() override { return camera_; }
+
+ private:
+  void look(const std::string& inView) override { camera_.inView = inView; }
+  SimulatedCamera camera_;
+};
+
+// The test platform's camera, which sees codes only when told.
+class ScriptedDriver : public VirtualTimeDriver {
+ public:
+  Camera& camera() override { return *camera_; }
+
+ private:
+  void look(const std::string& inView) override { camera_->sees({inView}); }
+  std::shared_ptr<ScriptedCamera> camera_ = std::make_shared<ScriptedCamera>(queue_);
 };
 
 QUORVEL_CAMERA_CONTRACT_TESTS()
