@@ -149,6 +149,8 @@ std::optional<std::string> FfmpegMovieWriter::openVideo() {
   // each frame leaves the encoder at once instead of piling up for the end.
   av_opt_set(video_->priv_data, "preset", "veryfast", 0);
   av_opt_set(video_->priv_data, "tune", "zerolatency", 0);
+  // x264's statistics would land on the host's standard error.
+  av_opt_set(video_->priv_data, "x264-params", "log=-1", 0);
   int code = avcodec_open2(video_.get(), codec, nullptr);
   if (code < 0) return "cannot open the H.264 encoder: " + errorText(code);
   picture_->format = video_->pix_fmt;

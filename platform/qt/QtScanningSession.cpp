@@ -1,20 +1,29 @@
 #include "qt/QtScanningSession.h"
 
+#include "qt/QtLuminance.h"
 #include "support/Logging.h"
 
 namespace quorvel {
 
 QtScanningSession::QtScanningSession(const QCameraDevice& device,
                                      std::shared_ptr<MainQueue> mainQueue,
-                                     QtFrameCodeReader::CodesRead codesRead)
-    : reader_(std::make_shared<QtFrameCodeReader>(std::move(mainQueue), std::move(codesRead))),
+                                     QrFrameReader::CodesRead codesRead)
+    : reader_(std::make_shared<QrFrameReader>(std::move(mainQueue), std::move(codesRead))),
       camera_(device) {
   session_.setCamera(&camera_);
   session_.setVideoSink(&sink_);
   // Direct: frames may come from the backend's thread, and a busy reader drops them right there.
   QObject::connect(
       &sink_, &QVideoSink::videoFrameChanged, &sink_,
-      [reader = reader_](const QVideoFrame& frame) { reader->offer(frame); }, Qt::DirectConnection);
+      [reader = reader_](const QVideoFrame& frame) {
+        // The frame's pixels become grey on the reader's thread, not the camera's.
+        reader->offer([frame] {
+          auto grey = std::make_shared<const QImage>(QtLuminance::of(frame));
+          return QrFrameReader::Grey{grey, grey->constBits(), grey->width(), grey->height(),
+                                     static_cast<int>(grey->bytesPerLine())};
+        });
+      },
+      Qt::DirectConnection);
   QObject::connect(&camera_, &QCamera::errorOccurred, &camera_,
                    [](QCamera::Error, const QString& message) {
                      logLine("the camera stopped scanning: " + message.toStdString());

@@ -6,18 +6,18 @@
 #include <QVideoSink>
 #include <memory>
 
-#include "qt/QtFrameCodeReader.h"
+#include "media/QrFrameReader.h"
 #include "quorvel/platform/Camera.h"
 #include "quorvel/platform/MainQueue.h"
 
 namespace quorvel {
 
-// A camera session that reads the QR codes in the camera's frames (QtFrameCodeReader). It does
-// not record.
+// A camera session that reads the QR codes in the camera's frames (QrFrameReader, on the frames'
+// luminance). It does not record.
 class QtScanningSession : public CameraSession {
  public:
   QtScanningSession(const QCameraDevice& device, std::shared_ptr<MainQueue> mainQueue,
-                    QtFrameCodeReader::CodesRead codesRead);
+                    QrFrameReader::CodesRead codesRead);
   ~QtScanningSession() override;
 
   void stop() override;
@@ -27,7 +27,7 @@ class QtScanningSession : public CameraSession {
 
  private:
   // Shared with the frame handler, which may still run on the backend's thread while this goes.
-  std::shared_ptr<QtFrameCodeReader> reader_;
+  std::shared_ptr<QrFrameReader> reader_;
   bool stopped_ = false;
   // In this order, so that the capture session goes before what it uses.
   QVideoSink sink_;

@@ -10,9 +10,7 @@
 
 #include "QuickFixture.h"
 #include "qt/QtCamera.h"
-#include "qt/QtFrameCodeReader.h"
 #include "qt/QtLuminance.h"
-#include "support/GreyPicture.h"
 #include "support/PlatformSlots.h"
 #include "support/TestPlatform.h"
 
@@ -91,50 +89,6 @@ TEST_F(MediaPortsTest, WithoutACameraNeitherSessionKindStarts) {
   EXPECT_EQ(camera->startCapture(true), nullptr);
   EXPECT_EQ(camera->startCapture(false), nullptr);
   EXPECT_TRUE(frontEnd->cameraPicture().isNull());
-}
-
-// A camera frame (NV12, as webcams deliver) whose luminance is picture.
-QVideoFrame frameOf(const GreyPicture& picture) {
-  QVideoFrame frame(
-      QVideoFrameFormat(QSize(picture.width, picture.height), QVideoFrameFormat::Format_NV12));
-  if (!frame.map(QVideoFrame::WriteOnly)) return {};
-  for (int y = 0; y < picture.height; ++y) {
-    std::memcpy(frame.bits(0) + y * frame.bytesPerLine(0),
-                picture.pixels.data() + static_cast<std::size_t>(y) * picture.rowStride,
-                static_cast<std::size_t>(picture.width));
-  }
-  std::memset(frame.bits(1), 128, static_cast<std::size_t>(frame.mappedBytes(1)));
-  frame.unmap();
-  return frame;
-}
-
-TEST_F(MediaPortsTest, CodesInCameraFramesReachTheMainQueueUntilTheReaderStops) {
-  std::vector<std::vector<std::string>> reports;
-  auto reader = std::make_unique<QtFrameCodeReader>(
-      platform().mainQueue, [&](const std::vector<std::string>& codes) {
-        offQueue = offQueue || !platform().mainQueue->isCurrent();
-        reports.push_back(codes);
-      });
-  // A camera filming the screen in a mirror sees the code flipped.
-  GreyPicture picture(640, 480);
-  picture.drawCode("QRVL:scan:1", 120, 60, 8);
-  picture.mirror();
-  const QVideoFrame frame = frameOf(picture);
-  reader->offer(frame);
-  EXPECT_TRUE(reports.empty()) << "codes reported inside offer";
-  ASSERT_TRUE(waitFor([&] { return !reports.empty(); }));
-  EXPECT_EQ(reports.front(), std::vector<std::string>{"QRVL:scan:1"});
-  EXPECT_FALSE(offQueue);
-
-  // A frame still being read when the reader stops reports nothing, even once it has been read.
-  reports.clear();
-  reader->offer(frame);
-  reader->stop();
-  reader.reset();
-  bool drained = false;
-  platform().mainQueue->async([&] { drained = true; });
-  ASSERT_TRUE(waitFor([&] { return drained; }));
-  EXPECT_TRUE(reports.empty());
 }
 
 // A grey level per pixel that differs along both axes, so a wrong stride or step shows.
