@@ -106,23 +106,35 @@ std::optional<Image> ScriptedMediaExport::thumbnail(const std::string& moviePath
 
 void RecordingAudioPlayer::playAsset(const std::string& assetName,
                                      std::function<void(bool)> finished) {
+  play(assetName, std::find(assets.begin(), assets.end(), assetName) != assets.end(),
+       std::move(finished));
+}
+
+void RecordingAudioPlayer::playFile(const std::string& path, std::function<void(bool)> finished) {
+  play(path, std::filesystem::exists(path), std::move(finished));
+}
+
+void RecordingAudioPlayer::play(const std::string& name, bool exists,
+                                std::function<void(bool)> finished) {
   finishCurrent(false);
-  if (std::find(missing.begin(), missing.end(), assetName) != missing.end()) {
+  if (!exists) {
     queue_->async([finished] { finished(false); });
     return;
   }
   auto* manual = dynamic_cast<ManualMainQueue*>(queue_.get());
-  played.push_back({assetName, manual ? manual->now() : 0});
+  played.push_back({name, manual ? manual->now() : 0});
   current_ = std::move(finished);
-}
-
-void RecordingAudioPlayer::playFile(const std::string& path, std::function<void(bool)> finished) {
-  playAsset(path, std::move(finished));
+  end_ = queue_->asyncAfter(1.0, [this] {
+    end_ = nullptr;
+    finishCurrent(true);
+  });
 }
 
 void RecordingAudioPlayer::stop() { finishCurrent(false); }
 
 void RecordingAudioPlayer::finishCurrent(bool successfully) {
+  if (end_) end_->cancel();
+  end_ = nullptr;
   if (!current_) return;
   queue_->async([done = std::move(current_), successfully] { done(successfully); });
   current_ = nullptr;

@@ -70,7 +70,8 @@ class ScriptedMediaExport : public MediaExport {
   std::optional<Image> thumbnail(const std::string& moviePath) override;
 };
 
-// Writes down what is played and when, by the main queue's clock; sounds never end by themselves.
+// Writes down what is played and when, by the main queue's clock. Every sound of the bundle lasts
+// a second; other names and files that are not there fail.
 class RecordingAudioPlayer : public AudioPlayer {
  public:
   explicit RecordingAudioPlayer(std::shared_ptr<MainQueue> queue) : queue_(std::move(queue)) {}
@@ -80,8 +81,8 @@ class RecordingAudioPlayer : public AudioPlayer {
     double at;
   };
   std::vector<Played> played;
-  // Asset names that the bundle lacks.
-  std::vector<std::string> missing;
+  std::vector<std::string> assets = {"beep", "testfile", "video_test_audio_EN",
+                                     "video_test_audio_PT"};
 
   void playAsset(const std::string& assetName, std::function<void(bool)> finished) override;
   void playFile(const std::string& path, std::function<void(bool)> finished) override;
@@ -91,9 +92,11 @@ class RecordingAudioPlayer : public AudioPlayer {
   std::vector<std::string> names() const;
 
  private:
+  void play(const std::string& name, bool exists, std::function<void(bool)> finished);
   void finishCurrent(bool successfully);
   std::shared_ptr<MainQueue> queue_;
   std::function<void(bool)> current_;
+  std::shared_ptr<WorkItem> end_;
 };
 
 class RecordingVideoPlayback : public VideoPlayback {

@@ -1,0 +1,82 @@
+#pragma once
+
+#include <gtest/gtest.h>
+
+#include <functional>
+#include <memory>
+#include <string>
+#include <vector>
+
+#include "quorvel/platform/AudioPlayer.h"
+#include "quorvel/platform/MainQueue.h"
+
+namespace quorvel::testing {
+
+// What every AudioPlayer must do, whoever implements it: each play answers exactly once, on the
+// main queue and never from inside the call; a sound played to its end answers true, a stopped,
+// replaced or missing one false. A driver runs the player's main queue on the test's thread.
+class AudioPlayerDriver {
+ public:
+  virtual ~AudioPlayerDriver() = default;
+  virtual AudioPlayer& player() = 0;
+  virtual std::shared_ptr<MainQueue> queue() = 0;
+  // Runs the queue until done() holds or the driver gives up; returns done().
+  virtual bool runUntil(const std::function<bool()>& done) = 0;
+  // Runs the queue a while longer, for answers that should not come.
+  virtual void settle() = 0;
+};
+
+struct AudioPlayerImplementation {
+  std::string name;
+  std::function<std::unique_ptr<AudioPlayerDriver>()> make;
+};
+inline void PrintTo(const AudioPlayerImplementation& implementation, std::ostream* out) {
+  *out << implementation.name;
+}
+
+class AudioPlayerContract : public ::testing::TestWithParam<AudioPlayerImplementation> {
+ protected:
+  // Each answer as "name:true", in the order they come; answers off the main queue are counted.
+  std::function<void(bool)> answer(const std::string& name) {
+    return [this, name, queue = std::weak_ptr<MainQueue>(driver->queue())](bool successfully) {
+      auto alive = queue.lock();
+      if (!alive || !alive->isCurrent()) ++offQueue;
+      answers.push_back(name + (successfully ? ":true" : ":false"));
+    };
+  }
+  bool answersReach(std::size_t count) {
+    return driver->runUntil([&] { return answers.size() >= count; });
+  }
+
+  std::unique_ptr<AudioPlayerDriver> driver = GetParam().make();
+  std::vector<std::string> answers;
+  int offQueue = 0;
+};
+
+}  // namespace quorvel::testing
+
+#define QUORVEL_AUDIO_PLAYER_CONTRACT_TESTS()                                              \
+  TEST_P(AudioPlayerContract, ASoundPlayedToItsEndAnswersTrueOnce) {                       \
+    driver->player().playAsset("beep", answer("beep"));                                    \
+    EXPECT_TRUE(answers.empty()) << "answered from inside playAsset";                      \
+    ASSERT_TRUE(answersReach(1));                                                          \
+    driver->settle();                                                                      \
+    EXPECT_EQ(answers, std::vector<std::string>{"beep:true"});                             \
+    EXPECT_EQ(driver->player().currentTime(), 0.0);                                        \
+    EXPECT_EQ(offQueue, 0);                                                                \
+  }                                                                                        \
+  TEST_P(AudioPlayerContract, ReplacedStoppedAndMissingSoundsAnswerFalse) {                \
+    auto& player = driver->player();                                                       \
+    player.playAsset("video_test_audio_EN", answer("replaced"));                           \
+    player.playAsset("video_test_audio_PT", answer("stopped"));                            \
+    player.stop();                                                                         \
+    player.stop();                                                                         \
+    player.playAsset("no_such_sound", answer("missing"));                                  \
+    player.playFile("/nonexistent/sound.wav", answer("missing file"));                     \
+    EXPECT_TRUE(answers.empty()) << "answered from inside a call";                         \
+    ASSERT_TRUE(answersReach(4));                                                          \
+    driver->settle();                                                                      \
+    EXPECT_EQ(answers, (std::vector<std::string>{"replaced:false", "stopped:false",        \
+                                                 "missing:false", "missing file:false"})); \
+    EXPECT_EQ(offQueue, 0);                                                                \
+  }
