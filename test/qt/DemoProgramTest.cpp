@@ -21,8 +21,11 @@ struct Finished {
 };
 
 Finished runDemo(const QStringList& arguments) {
+  // Each run films into a documents folder of its own: runs side by side must not share a movie.
+  TemporaryTree documents{"quorvel-demo-documents"};
   QProcess demo;
   QProcessEnvironment environment = QProcessEnvironment::systemEnvironment();
+  environment.insert("XDG_DOCUMENTS_DIR", QString::fromStdString(documents.path().string()));
   environment.insert("QT_QPA_PLATFORM", "offscreen");
   // A sanitizer build of the demo would otherwise report Qt's process-long caches at exit.
   environment.insert("ASAN_OPTIONS", "detect_leaks=0");

@@ -295,7 +295,9 @@ void DeviceFrontVideoViewController::showThumbnail() {
   if (step_ != Step::review) return;
   auto exporter = platform().mediaExport;
   if (!exporter) return;
-  outlet<ImageView>("uiVideoReviewImage").image = exporter->thumbnail(moviePath());
+  auto picture = exporter->thumbnail(moviePath());
+  if (!picture) logLine("The recording has no picture to show: " + moviePath());
+  outlet<ImageView>("uiVideoReviewImage").image = std::move(picture);
 }
 
 void DeviceFrontVideoViewController::showInfo() { alert("", infoText()); }
