@@ -39,6 +39,9 @@ class DeviceFrontVideoViewController : public TestViewController {
  protected:
   enum class Step { initial, instructions, preview, recording, endCode, review, uploading, done };
 
+  // From the start of filming to the first colour.
+  static constexpr double kColoursDelay = 0.5;
+
   // version is the result's "version"; a customizable screen takes the host's texts and images
   // under its test key.
   DeviceFrontVideoViewController(std::string interfaceName, std::string testKey,

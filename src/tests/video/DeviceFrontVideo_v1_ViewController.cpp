@@ -5,12 +5,6 @@
 
 namespace quorvel {
 
-namespace {
-
-constexpr double kSequenceDelay = 0.5;
-
-}  // namespace
-
 DeviceFrontVideo_v1_ViewController::DeviceFrontVideo_v1_ViewController(ScreenContext context)
     : DeviceFrontVideoViewController("DeviceFrontVideo_v1_ViewController",
                                      ScreenType::device_front_video_v1, "1", false,
@@ -72,7 +66,7 @@ void DeviceFrontVideo_v1_ViewController::startCodeRead() {
   auto camera = platform().camera;
   setSession(camera ? camera->startCapture(false) : nullptr);
   startRecording();
-  after(kSequenceDelay, [this] {
+  after(kColoursDelay, [this] {
     playSound("testfile");
     runColourSequence(
         [this] {

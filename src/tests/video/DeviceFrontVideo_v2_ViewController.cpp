@@ -8,12 +8,6 @@ namespace quorvel {
 
 namespace keys = ScreenCustomizationKeys::device_front_video_v2;
 
-namespace {
-
-constexpr double kSequenceDelay = 0.5;
-
-}  // namespace
-
 DeviceFrontVideo_v2_ViewController::DeviceFrontVideo_v2_ViewController(ScreenContext context)
     : DeviceFrontVideoViewController("DeviceFrontVideo_v2_ViewController",
                                      ScreenType::device_front_video_v2, "2", true,
@@ -88,7 +82,7 @@ void DeviceFrontVideo_v2_ViewController::startRecordingPressed() {
   showStartCode();
   if (!startRecording()) return;
   playSound("beep");
-  after(kSequenceDelay, [this] {
+  after(kColoursDelay, [this] {
     playSound(look().context().language == SupportedLanguage::portuguese ? "video_test_audio_PT"
                                                                          : "video_test_audio_EN");
     runColourSequence([this] { outlet<Label>("uiLbDescription").text.clear(); },
