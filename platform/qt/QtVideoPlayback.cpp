@@ -4,8 +4,8 @@
 
 namespace quorvel {
 
-void QtVideoPlayback::play(const std::string& moviePath) {
-  present_(QUrl::fromLocalFile(QString::fromStdString(moviePath)));
+void QtVideoPlayback::play(const std::string& moviePath, Closed closed) {
+  present_(QUrl::fromLocalFile(QString::fromStdString(moviePath)), std::move(closed));
 }
 
 }  // namespace quorvel

@@ -11,13 +11,14 @@ namespace quorvel {
 // movie ends or the person closes it. The front end shows it when asked.
 class QtVideoPlayback : public VideoPlayback {
  public:
-  explicit QtVideoPlayback(std::function<void(const QUrl& movie)> present)
+  using Closed = std::function<void(const std::string& problem)>;
+  explicit QtVideoPlayback(std::function<void(const QUrl& movie, Closed closed)> present)
       : present_(std::move(present)) {}
 
-  void play(const std::string& moviePath) override;
+  void play(const std::string& moviePath, Closed closed) override;
 
  private:
-  std::function<void(const QUrl& movie)> present_;
+  std::function<void(const QUrl& movie, Closed closed)> present_;
 };
 
 }  // namespace quorvel

@@ -3,6 +3,7 @@
 #include <QFile>
 #include <QQmlApplicationEngine>
 #include <QTimer>
+#include <utility>
 
 #include "qt/QtAudioPlayer.h"
 #include "qt/QtCamera.h"
@@ -16,7 +17,6 @@
 #include "quorvel/ui/AlertController.h"
 #include "quorvel/ui/LoadingView.h"
 #include "quorvel/ui/NavigationController.h"
-#include "support/Logging.h"
 
 namespace quorvel {
 
@@ -64,7 +64,9 @@ QuickFrontEnd::QuickFrontEnd(QObject* parent)
                              platform_.screenshotEvents, this);
   platform_.audioPlayer = std::make_shared<QtAudioPlayer>(platform_.mainQueue);
   platform_.videoPlayback =
-      std::make_shared<QtVideoPlayback>([this](const QUrl& movie) { showMovie(movie); });
+      std::make_shared<QtVideoPlayback>([this](const QUrl& movie, QtVideoPlayback::Closed closed) {
+        showMovie(movie, std::move(closed));
+      });
   auto camera = std::make_shared<QtCamera>(platform_.mainQueue);
   useCamera(camera, camera);
   cleanup_.setSingleShot(true);
@@ -332,18 +334,23 @@ void QuickFrontEnd::useCamera(std::shared_ptr<Camera> camera,
 
 QImage QuickFrontEnd::cameraPicture() const { return pictures_ ? pictures_->picture() : QImage(); }
 
-void QuickFrontEnd::showMovie(const QUrl& movie) {
+void QuickFrontEnd::showMovie(const QUrl& movie, std::function<void(const std::string&)> closed) {
   // The same movie again starts over: the player sees its source go and come back.
   if (!movie_.isEmpty()) closeMovie();
   movie_ = movie;
+  movieClosed_ = std::move(closed);
   emit movieChanged();
 }
 
 void QuickFrontEnd::closeMovie(const QString& problem) {
   if (movie_.isEmpty()) return;
-  if (!problem.isEmpty()) logLine("the movie could not be played: " + problem.toStdString());
   movie_ = QUrl();
   emit movieChanged();
+  // Queued: the player may close from inside play, when another movie takes its place.
+  if (auto closed = std::exchange(movieClosed_, nullptr)) {
+    platform_.mainQueue->async(
+        [closed = std::move(closed), problem = problem.toStdString()] { closed(problem); });
+  }
 }
 
 }  // namespace quorvel

@@ -112,4 +112,14 @@ double loudness(const std::vector<std::int16_t>& samples, int rate, double from,
 
 bool shell(const std::string& command) { return std::system(command.c_str()) == 0; }
 
+bool makeMovie(const std::string& path, double seconds, bool withSound,
+               const std::string& arguments) {
+  const std::string length = std::to_string(seconds);
+  std::string command = "ffmpeg -v error -f lavfi -i testsrc=size=320x240:rate=15 ";
+  if (withSound) command += "-f lavfi -i sine=frequency=440:sample_rate=48000 -c:a aac ";
+  command += "-t " + length + " -c:v libx264 -preset ultrafast -pix_fmt yuv420p " + arguments +
+             " -y '" + path + "'";
+  return shell(command);
+}
+
 }  // namespace quorvel::testing

@@ -46,4 +46,9 @@ double loudness(const std::vector<std::int16_t>& samples, int rate, double from,
 // Runs a shell command; true when it exits with 0.
 bool shell(const std::string& command);
 
+// An H.264 movie of ffmpeg's test pattern (320 x 240, 15 frames/s), with a 440 Hz tone in AAC
+// when withSound, made by the ffmpeg program with extra output arguments; false if it failed.
+bool makeMovie(const std::string& path, double seconds, bool withSound,
+               const std::string& arguments = "");
+
 }  // namespace quorvel::testing

@@ -140,6 +140,28 @@ void RecordingAudioPlayer::finishCurrent(bool successfully) {
   current_ = nullptr;
 }
 
+void RecordingVideoPlayback::play(const std::string& moviePath, Closed closed) {
+  closeCurrent("");
+  played.push_back(moviePath);
+  current_ = std::move(closed);
+  if (!std::filesystem::exists(moviePath)) {
+    closeCurrent("no movie at " + moviePath);
+    return;
+  }
+  end_ = queue_->asyncAfter(1.0, [this] {
+    end_ = nullptr;
+    closeCurrent("");
+  });
+}
+
+void RecordingVideoPlayback::closeCurrent(const std::string& problem) {
+  if (end_) end_->cancel();
+  end_ = nullptr;
+  if (!current_) return;
+  queue_->async([closed = std::move(current_), problem] { closed(problem); });
+  current_ = nullptr;
+}
+
 std::vector<std::string> RecordingAudioPlayer::names() const {
   std::vector<std::string> result;
   for (const auto& each : played) result.push_back(each.name);

@@ -99,10 +99,23 @@ class RecordingAudioPlayer : public AudioPlayer {
   std::shared_ptr<WorkItem> end_;
 };
 
+// Writes down the movies played. A movie that is there plays for a second by the main queue's
+// clock; one that is not closes at once with a problem.
 class RecordingVideoPlayback : public VideoPlayback {
  public:
+  using Closed = std::function<void(const std::string& problem)>;
+  explicit RecordingVideoPlayback(std::shared_ptr<MainQueue> queue) : queue_(std::move(queue)) {}
+
   std::vector<std::string> played;
-  void play(const std::string& moviePath) override { played.push_back(moviePath); }
+  void play(const std::string& moviePath, Closed closed) override;
+  // The person closes the player.
+  void close() { closeCurrent(""); }
+
+ private:
+  void closeCurrent(const std::string& problem);
+  std::shared_ptr<MainQueue> queue_;
+  Closed current_;
+  std::shared_ptr<WorkItem> end_;
 };
 
 }  // namespace quorvel::testing

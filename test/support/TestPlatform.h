@@ -90,7 +90,8 @@ struct TestPlatform {
   std::shared_ptr<ScriptedCamera> camera = std::make_shared<ScriptedCamera>(queue);
   std::shared_ptr<ScriptedMediaExport> mediaExport = std::make_shared<ScriptedMediaExport>();
   std::shared_ptr<RecordingAudioPlayer> sounds = std::make_shared<RecordingAudioPlayer>(queue);
-  std::shared_ptr<RecordingVideoPlayback> videoPlayer = std::make_shared<RecordingVideoPlayback>();
+  std::shared_ptr<RecordingVideoPlayback> videoPlayer =
+      std::make_shared<RecordingVideoPlayback>(queue);
 
   void install();
   void setHostInfo(Dictionary info) { host = std::make_shared<StaticHostBundle>(std::move(info)); }

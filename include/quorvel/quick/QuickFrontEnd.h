@@ -10,7 +10,9 @@
 #include <QTimer>
 #include <QUrl>
 #include <QVariantList>
+#include <functional>
 #include <memory>
+#include <string>
 #include <vector>
 
 #include "quorvel/platform/Platform.h"
@@ -141,7 +143,7 @@ class QuickFrontEnd : public QObject {
   void observe(const std::shared_ptr<Observable>& observable);
   // Deletes the bridges of screens no longer shown, once their animations are over.
   void dropUnusedBridges();
-  void showMovie(const QUrl& movie);
+  void showMovie(const QUrl& movie, std::function<void(const std::string& problem)> closed);
 
   std::unique_ptr<QuorvelImageProvider> images_;  // engines get providers that share its images
   Platform platform_;
@@ -165,6 +167,7 @@ class QuickFrontEnd : public QObject {
   qreal overlayOpacity_ = 0;
   int overlayFadeMilliseconds_ = 0;
   QUrl movie_;
+  std::function<void(const std::string& problem)> movieClosed_;
   std::shared_ptr<CameraPictureSource> pictures_;
 };
 

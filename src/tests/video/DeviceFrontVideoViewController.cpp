@@ -304,7 +304,10 @@ void DeviceFrontVideoViewController::showInfo() { alert("", infoText()); }
 
 void DeviceFrontVideoViewController::playVideo() {
   if (auto player = platform().videoPlayback) {
-    player->play(moviePath());
+    // Holds nothing of the screen: it may be gone when the player closes.
+    player->play(moviePath(), [](const std::string& problem) {
+      if (!problem.empty()) logLine("The recording could not be played: " + problem);
+    });
   } else {
     logLine("No video player; the recording cannot be shown");
   }

@@ -51,11 +51,7 @@ class FfmpegMediaExportTest : public ::testing::Test {
   // A movie made by the ffmpeg program from its test sources, with extra arguments.
   fs::path makeMovie(const std::string& name, const std::string& arguments) {
     fs::path path = tree.path() / name;
-    EXPECT_TRUE(
-        shell("ffmpeg -v error -f lavfi -i testsrc=size=320x240:rate=15 -f lavfi -i "
-              "sine=frequency=440:sample_rate=48000 -t 2 -c:v libx264 -preset ultrafast "
-              "-c:a aac " +
-              arguments + " -y " + path.string()));
+    EXPECT_TRUE(testing::makeMovie(path.string(), 2, true, arguments));
     return path;
   }
 
