@@ -7,6 +7,7 @@
 #include <mutex>
 #include <string>
 #include <thread>
+#include <utility>
 #include <vector>
 
 #include "quorvel/platform/MainQueue.h"
@@ -28,6 +29,14 @@ class QrFrameReader {
     int width = 0;
     int height = 0;
     int rowStride = 0;
+
+    // Keeps a grey picture of any type with constBits, width, height and bytesPerLine (QImage).
+    template <class Picture>
+    static Grey of(Picture picture) {
+      auto kept = std::make_shared<const Picture>(std::move(picture));
+      return Grey{kept, kept->constBits(), kept->width(), kept->height(),
+                  static_cast<int>(kept->bytesPerLine())};
+    }
   };
   // Makes the grey picture of a frame; called on the reader's thread, so the camera's thread
   // only hands the frame over.

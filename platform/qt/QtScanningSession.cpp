@@ -17,11 +17,7 @@ QtScanningSession::QtScanningSession(const QCameraDevice& device,
       &sink_, &QVideoSink::videoFrameChanged, &sink_,
       [reader = reader_](const QVideoFrame& frame) {
         // The frame's pixels become grey on the reader's thread, not the camera's.
-        reader->offer([frame] {
-          auto grey = std::make_shared<const QImage>(QtLuminance::of(frame));
-          return QrFrameReader::Grey{grey, grey->constBits(), grey->width(), grey->height(),
-                                     static_cast<int>(grey->bytesPerLine())};
-        });
+        reader->offer([frame] { return QrFrameReader::Grey::of(QtLuminance::of(frame)); });
       },
       Qt::DirectConnection);
   QObject::connect(&camera_, &QCamera::errorOccurred, &camera_,

@@ -10,10 +10,7 @@ MirrorScanningSession::MirrorScanningSession(std::function<QQuickWindow*()> wind
         // Grey on the reader's thread: the GUI thread only films.
         if (reader_) {
           reader_->offer([frame] {
-            auto grey =
-                std::make_shared<const QImage>(frame.convertToFormat(QImage::Format_Grayscale8));
-            return QrFrameReader::Grey{grey, grey->constBits(), grey->width(), grey->height(),
-                                       static_cast<int>(grey->bytesPerLine())};
+            return QrFrameReader::Grey::of(frame.convertToFormat(QImage::Format_Grayscale8));
           });
         }
       }) {
