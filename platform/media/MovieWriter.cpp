@@ -45,7 +45,9 @@ struct Sound {
 class FfmpegMovieWriter final : public MovieWriter {
  public:
   explicit FfmpegMovieWriter(const Options& options)
-      : options_(options), channels_(options.audioChannels) {}
+      : options_(options),
+        channels_(options.audioChannels),
+        inputRate_(options.audioInputRate > 0 ? options.audioInputRate : options.audioSampleRate) {}
   ~FfmpegMovieWriter() override { finish(); }
 
   std::optional<std::string> open(const std::string& path);
@@ -63,6 +65,7 @@ class FfmpegMovieWriter final : public MovieWriter {
   void encode(const VideoFrame& frame);
   void encode(const Sound& sound);
   void putSound(const std::int16_t* samples, std::size_t frameCount);
+  void convertSound(const std::uint8_t* in, int inCount);
   void sendSound(int frameCount);
   void send(AVCodecContext& codec, AVStream& stream, const AVFrame* frame);
   void close();
@@ -70,6 +73,7 @@ class FfmpegMovieWriter final : public MovieWriter {
 
   const Options options_;
   const int channels_;
+  const int inputRate_;
   std::string path_;
   OutputContext output_;
   Packet packet_;
@@ -103,29 +107,42 @@ class FfmpegMovieWriter final : public MovieWriter {
 
 std::optional<std::string> FfmpegMovieWriter::open(const std::string& path) {
   path_ = path;
-  if (options_.width < 2 || options_.height < 2 || !(options_.framesPerSecond > 0) ||
-      options_.audioSampleRate < 0 || (options_.audioSampleRate > 0 && channels_ < 1)) {
-    return std::string("a movie needs a picture size, a frame rate and a sound format");
+  const bool recording = path.size() > 4 && path.compare(path.size() - 4, 4, ".m4a") == 0;
+  const bool picture = options_.width != 0 || options_.height != 0;
+  if (recording ? picture || options_.audioSampleRate <= 0
+                : options_.width < 2 || options_.height < 2 || !(options_.framesPerSecond > 0)) {
+    return std::string(recording ? "a sound recording has a sound format and no picture"
+                                 : "a movie needs a picture size and a frame rate");
+  }
+  if (options_.audioSampleRate < 0 || (options_.audioSampleRate > 0 && channels_ < 1) ||
+      inputRate_ < 0) {
+    return std::string("the sound format is not one");
   }
   const std::string cannotWrite = "cannot write " + path + ": ";
   AVFormatContext* raw = nullptr;
-  int code = avformat_alloc_output_context2(&raw, nullptr, "mov", path.c_str());
+  // "ipod" is the muxer FFmpeg itself picks for .m4a.
+  int code =
+      avformat_alloc_output_context2(&raw, nullptr, recording ? "ipod" : "mov", path.c_str());
   if (code < 0) return cannotWrite + errorText(code);
   output_.reset(raw);
   packet_.reset(av_packet_alloc());
   if (!packet_) return std::string("out of memory");
-  if (auto error = openVideo()) return error;
+  if (picture) {
+    if (auto error = openVideo()) return error;
+    videoStream_ = addStream(*video_);
+    if (videoStream_ == nullptr) return std::string("out of memory");
+  }
   if (options_.audioSampleRate > 0) {
     if (auto error = openAudio()) return error;
-  }
-  videoStream_ = addStream(*video_);
-  if (audio_) audioStream_ = addStream(*audio_);
-  if (videoStream_ == nullptr || (audio_ && audioStream_ == nullptr)) {
-    return std::string("out of memory");
+    audioStream_ = addStream(*audio_);
+    if (audioStream_ == nullptr) return std::string("out of memory");
   }
   code = avio_open(&raw->pb, path.c_str(), AVIO_FLAG_WRITE);
   if (code < 0) return cannotWrite + errorText(code);
-  code = avformat_write_header(raw, nullptr);
+  AVDictionary* settings = nullptr;
+  if (recording) av_dict_set(&settings, "movflags", "+faststart", 0);
+  code = avformat_write_header(raw, &settings);
+  av_dict_free(&settings);
   if (code < 0) return cannotWrite + errorText(code);
   thread_ = std::thread([this] { run(); });
   return std::nullopt;
@@ -175,9 +192,8 @@ std::optional<std::string> FfmpegMovieWriter::openAudio() {
   if (code < 0) return "cannot open the AAC encoder: " + errorText(code);
 
   SwrContext* raw = nullptr;
-  code =
-      swr_alloc_set_opts2(&raw, &audio_->ch_layout, AV_SAMPLE_FMT_FLTP, audio_->sample_rate,
-                          &audio_->ch_layout, AV_SAMPLE_FMT_S16, audio_->sample_rate, 0, nullptr);
+  code = swr_alloc_set_opts2(&raw, &audio_->ch_layout, AV_SAMPLE_FMT_FLTP, audio_->sample_rate,
+                             &audio_->ch_layout, AV_SAMPLE_FMT_S16, inputRate_, 0, nullptr);
   resampler_.reset(raw);
   if (code < 0 || swr_init(raw) < 0) return std::string("cannot convert the sound for AAC");
   // The encoder takes whole frames of frame_size samples; the FIFO gathers them.
@@ -197,7 +213,7 @@ AVStream* FfmpegMovieWriter::addStream(const AVCodecContext& codec) {
 
 void FfmpegMovieWriter::addVideoFrame(const std::uint8_t* pixels, int width, int height,
                                       int rowStride, double seconds) {
-  if (pixels == nullptr || width <= 0 || height <= 0 || rowStride < width * 4) return;
+  if (!video_ || pixels == nullptr || width <= 0 || height <= 0 || rowStride < width * 4) return;
   if (!(seconds >= 0) || !thread_.joinable()) return;
   const std::int64_t pts = std::llround(seconds * kVideoTimeBase.den);
   {
@@ -224,7 +240,7 @@ void FfmpegMovieWriter::addVideoFrame(const std::uint8_t* pixels, int width, int
 
 void FfmpegMovieWriter::addAudio(const std::int16_t* samples, std::size_t frameCount) {
   if (!audio_ || samples == nullptr || frameCount == 0 || !thread_.joinable()) return;
-  const double budget = kQueuedSoundSeconds * options_.audioSampleRate;
+  const double budget = kQueuedSoundSeconds * inputRate_;
   std::unique_lock lock(mutex_);
   if (!options_.realTime) {
     taken_.wait(lock, [&] {
@@ -321,16 +337,20 @@ void FfmpegMovieWriter::encode(const Sound& sound) {
 }
 
 void FfmpegMovieWriter::putSound(const std::int16_t* samples, std::size_t frameCount) {
+  convertSound(reinterpret_cast<const std::uint8_t*>(samples), static_cast<int>(frameCount));
+}
+
+// Converts (and resamples) input frames into the FIFO; null input drains the resampler.
+void FfmpegMovieWriter::convertSound(const std::uint8_t* in, int inCount) {
   Frame planar(av_frame_alloc());
   if (!planar) return fail("cannot convert the sound", AVERROR(ENOMEM));
   planar->format = AV_SAMPLE_FMT_FLTP;
-  planar->nb_samples = static_cast<int>(frameCount);
+  planar->nb_samples = std::max(1, swr_get_out_samples(resampler_.get(), inCount));
   int code = av_channel_layout_copy(&planar->ch_layout, &audio_->ch_layout);
   if (code >= 0) code = av_frame_get_buffer(planar.get(), 0);
-  const auto* in = reinterpret_cast<const std::uint8_t*>(samples);
   if (code >= 0) {
-    code = swr_convert(resampler_.get(), planar->extended_data, planar->nb_samples, &in,
-                       planar->nb_samples);
+    code = swr_convert(resampler_.get(), planar->extended_data, planar->nb_samples,
+                       in ? &in : nullptr, inCount);
   }
   if (code >= 0) {
     code = av_audio_fifo_write(fifo_.get(), reinterpret_cast<void**>(planar->extended_data), code);
@@ -379,10 +399,12 @@ void FfmpegMovieWriter::send(AVCodecContext& codec, AVStream& stream, const AVFr
 }
 
 void FfmpegMovieWriter::close() {
-  if (audio_ && av_audio_fifo_size(fifo_.get()) > 0) {
-    sendSound(av_audio_fifo_size(fifo_.get()));  // a last, shorter frame
+  // The resampler's own delay and a last, shorter frame: no tail of the sound is lost.
+  if (audio_ && inputRate_ != audio_->sample_rate) convertSound(nullptr, 0);
+  if (!error_ && audio_ && av_audio_fifo_size(fifo_.get()) > 0) {
+    sendSound(av_audio_fifo_size(fifo_.get()));
   }
-  if (!error_) send(*video_, *videoStream_, nullptr);
+  if (!error_ && video_) send(*video_, *videoStream_, nullptr);
   if (!error_ && audio_) send(*audio_, *audioStream_, nullptr);
   if (error_) return;
   int code = av_write_trailer(output_.get());
