@@ -91,6 +91,22 @@ std::string removingWhitespace(std::string_view text) {
   return out;
 }
 
+std::string lowercased(std::string_view text) {
+  std::string lower(text);
+  for (std::size_t i = 0; i < lower.size(); ++i) {
+    auto byte = static_cast<unsigned char>(lower[i]);
+    if (byte >= 'A' && byte <= 'Z') {
+      lower[i] = static_cast<char>(byte + 32);
+    } else if (byte == 0xC3 && i + 1 < lower.size()) {
+      // U+00C0...U+00DE are the capitals of U+00E0...U+00FE, but for U+00D7 (multiplication).
+      auto next = static_cast<unsigned char>(lower[i + 1]);
+      if (next >= 0x80 && next <= 0x9E && next != 0x97) lower[i + 1] = static_cast<char>(next + 32);
+      ++i;
+    }
+  }
+  return lower;
+}
+
 std::string trimmingWhitespace(std::string_view text) {
   std::size_t first = text.size();
   std::size_t end = 0;

@@ -21,4 +21,8 @@ inline bool hasText(const std::optional<std::string>& value) { return value && !
 // text without whitespace and line breaks at both ends.
 std::string trimmingWhitespace(std::string_view text);
 
+// text with the capitals of ASCII and Latin-1 (the letters of English and Portuguese, accented
+// ones too) in lower case; other characters as they are.
+std::string lowercased(std::string_view text);
+
 }  // namespace quorvel

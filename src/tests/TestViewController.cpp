@@ -1,6 +1,7 @@
 #include "tests/TestViewController.h"
 
 #include "quorvel/platform/Platform.h"
+#include "quorvel/ui/AlertController.h"
 #include "support/Timestamp.h"
 #include "widgets/HeaderViewHelper.h"
 
@@ -59,6 +60,18 @@ void TestViewController::keepObserving(const std::string& group, Subscription su
 void TestViewController::stopObserving(const std::string& group) { observations_.erase(group); }
 
 void TestViewController::stopObserving() { observations_.clear(); }
+
+void TestViewController::alert(const std::string& title, const std::string& message) {
+  auto controller = AlertController::make(title, message);
+  controller->addAction({look_.copy("ok"), AlertActionStyle::standard, nullptr});
+  present(controller, true);
+}
+
+bool TestViewController::warnIfVolumeLow(float volume) {
+  if (volume >= 0.5f) return false;
+  alert("", look_.copy("alert_sound_level_ios"));
+  return true;
+}
 
 Dictionary TestViewController::stamped(Dictionary values) {
   values["timestamp"] = currentTimestamp();

@@ -39,6 +39,12 @@ class TestViewController : public ViewController {
 
   const ScreenAppearance& look() const { return look_; }
 
+  // An alert with message and one "ok" button that only closes it.
+  void alert(const std::string& title, const std::string& message);
+  // Sound tests need the output at half its level or more; below, an alert says so. Advisory:
+  // the test goes on. True when it was low.
+  bool warnIfVolumeLow(float volume);
+
   // Keeps subscription under group until stopObserving(group), stopObserving(), disappearance
   // or cancel.
   void keepObserving(const std::string& group, Subscription subscription);

@@ -3,6 +3,7 @@
 #include <memory>
 
 #include "quorvel/platform/AudioPlayer.h"
+#include "quorvel/platform/AudioRecorder.h"
 #include "quorvel/platform/AudioSession.h"
 #include "quorvel/platform/Camera.h"
 #include "quorvel/platform/Clock.h"
@@ -42,6 +43,7 @@ class Application;
   PORT(ScreenshotEvents, screenshotEvents) \
   PORT(AudioSession, audioSession)         \
   PORT(AudioPlayer, audioPlayer)           \
+  PORT(AudioRecorder, audioRecorder)       \
   PORT(Camera, camera)                     \
   PORT(MediaExport, mediaExport)           \
   PORT(VideoPlayback, videoPlayback)       \
@@ -49,8 +51,8 @@ class Application;
 
 // One of each port. A front end installs its Platform before the host calls performTests. Only
 // imagePicker may stay empty (without one, the photo route of the IMEI screen is not offered),
-// and the media ports outside a front end: the Qt one fills the camera, the sound player and
-// movie playback; no adapter of this build exports movies yet.
+// and the ports that need a front end: the Qt one fills the camera, the sound player and
+// recorder, and movie playback.
 struct Platform {
 #define QUORVEL_PORT_SLOT(Type, name) std::shared_ptr<Type> name;
   QUORVEL_PORTS(QUORVEL_PORT_SLOT)

@@ -14,8 +14,21 @@ class TrackedAudioSession : public AudioSession {
  public:
   explicit TrackedAudioSession(float outputVolume = 1.0f) : outputVolume_(outputVolume) {}
 
-  void setActive(bool active) override { active_ = active; }
+  std::optional<std::string> setCategory(AudioCategory category, AudioMode,
+                                         AudioCategoryOptions options) override {
+    category_ = category;
+    route_ = category == AudioCategory::playAndRecord && !options.defaultToSpeaker
+                 ? AudioRoute::earpiece
+                 : AudioRoute::loudspeaker;
+    return std::nullopt;
+  }
+  std::optional<std::string> setActive(bool active) override {
+    active_ = active;
+    return std::nullopt;
+  }
   bool isActive() const override { return active_; }
+  AudioCategory category() const override { return category_; }
+  AudioRoute outputRoute() const override { return route_; }
   float outputVolume() const override { return outputVolume_; }
   Subscription observeOutputVolume(std::function<void(float volume)> observer) override {
     return observers_.add(std::move(observer));
@@ -29,6 +42,8 @@ class TrackedAudioSession : public AudioSession {
 
  private:
   bool active_ = false;
+  AudioCategory category_ = AudioCategory::playback;
+  AudioRoute route_ = AudioRoute::loudspeaker;
   float outputVolume_;
   ObserverList<float> observers_;
 };

@@ -5,7 +5,6 @@
 #include <filesystem>
 #include <system_error>
 
-#include "backend/AssetUploaderWebService.h"
 #include "device/CryptoHelper.h"
 #include "quorvel/platform/Platform.h"
 #include "quorvel/ui/AlertController.h"
@@ -13,6 +12,7 @@
 #include "quorvel/ui/LoadingView.h"
 #include "support/Logging.h"
 #include "support/Timestamp.h"
+#include "tests/RecordingUpload.h"
 #include "tests/video/QRCodeHelper.h"
 
 namespace quorvel {
@@ -156,12 +156,6 @@ void DeviceFrontVideoViewController::playSound(const std::string& assetName) {
   }
   if (ports.audioSession) ports.audioSession->setActive(true);
   ports.audioPlayer->playAsset(assetName, [](bool) {});
-}
-
-void DeviceFrontVideoViewController::alert(const std::string& title, const std::string& message) {
-  auto controller = AlertController::make(title, message);
-  controller->addAction({look().copy("ok"), AlertActionStyle::standard, nullptr});
-  present(controller, true);
 }
 
 void DeviceFrontVideoViewController::showScanningNotSupported() {
@@ -344,36 +338,12 @@ void DeviceFrontVideoViewController::submit() {
 void DeviceFrontVideoViewController::exported(bool succeeded) {
   if (step_ != Step::uploading) return;
   const std::string file = succeeded ? renderedMoviePath() : moviePath();
-  const auto& uploader = look().context().uploader;
-  if (!uploader) {
-    logLine("No assets backend for this screen; the recording is not uploaded");
-    uploaded(std::nullopt);
-    return;
-  }
-  auto queue = platform().mainQueue;
-  std::weak_ptr<ViewController> weak = weak_from_this();
-  uploader->uploadFile(
-      file, [queue, weak](std::optional<Dictionary> response, std::optional<std::string>) {
-        queue->async([weak, response] {
-          auto self = std::static_pointer_cast<DeviceFrontVideoViewController>(weak.lock());
-          if (self) self->uploaded(response);
-        });
-      });
+  RecordingUpload::send(look().context(), file, moviePath(), weak_from_this(),
+                        [this](std::optional<std::string> url) { uploaded(url); });
 }
 
-void DeviceFrontVideoViewController::uploaded(const std::optional<Dictionary>& response) {
+void DeviceFrontVideoViewController::uploaded(const std::optional<std::string>& url) {
   if (step_ != Step::uploading) return;
-  std::error_code error;
-  if (!std::filesystem::exists(moviePath(), error)) {
-    logLine("File does not exist");
-  } else if (!std::filesystem::remove(moviePath(), error)) {
-    logLine("An error took place: " + error.message());
-  }
-  std::optional<std::string> url;
-  if (response && response->is_object() && response->contains("url") &&
-      (*response)["url"].is_string()) {
-    url = (*response)["url"].get<std::string>();
-  }
   if (loadingView_) loadingView_->fadeOutAndRemove(0.1);
   finish(result(url.has_value(), url));
 }

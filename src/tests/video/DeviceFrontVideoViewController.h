@@ -64,7 +64,6 @@ class DeviceFrontVideoViewController : public TestViewController {
   void playSound(const std::string& assetName);
   // The alert for a device whose camera cannot scan or record; the session is dropped.
   void showScanningNotSupported();
-  void alert(const std::string& title, const std::string& message);
 
   // The camera session that runs; starting one ends the one before.
   void setSession(std::shared_ptr<CameraSession> session);
@@ -103,7 +102,7 @@ class DeviceFrontVideoViewController : public TestViewController {
   void playVideo();
   void submit();
   void exported(bool succeeded);
-  void uploaded(const std::optional<Dictionary>& response);
+  void uploaded(const std::optional<std::string>& url);
   void finish(const Dictionary& result);
   // work once the recording's file is complete (at once when none runs).
   void whenRecordingEnds(std::function<void()> work);

@@ -14,9 +14,7 @@ DeviceFrontVideo_v1_ViewController::DeviceFrontVideo_v1_ViewController(ScreenCon
 
 void DeviceFrontVideo_v1_ViewController::viewDidLoad() {
   DeviceFrontVideoViewController::viewDidLoad();
-  if (platform().audioSession->outputVolume() < 0.5f) {
-    alert("", look().copy("alert_sound_level_ios"));
-  }
+  warnIfVolumeLow(platform().audioSession->outputVolume());
 }
 
 void DeviceFrontVideo_v1_ViewController::showInstructions() {

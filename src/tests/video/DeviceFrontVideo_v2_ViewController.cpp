@@ -43,10 +43,7 @@ void DeviceFrontVideo_v2_ViewController::initialShown() {
 
 void DeviceFrontVideo_v2_ViewController::next() {
   if (step() != Step::initial) return;
-  if (currentVolume_ < 0.5f) {
-    alert("", look().copy("alert_sound_level_ios"));
-    return;
-  }
+  if (warnIfVolumeLow(currentVolume_)) return;
   showPreview();
 }
 

@@ -1,0 +1,159 @@
+#include "tests/audio/HeardWordViewController.h"
+
+#include "quorvel/platform/Platform.h"
+#include "support/Logging.h"
+#include "support/Utf8.h"
+#include "tests/audio/WordLists.h"
+
+namespace quorvel {
+
+HeardWordViewController::HeardWordViewController(std::string interfaceName, std::string testKey,
+                                                 std::string copyPrefix, bool defaultToSpeaker,
+                                                 ScreenContext context)
+    : TestViewController(std::move(interfaceName), std::move(testKey),
+                         "uiViewProgressBarBackground", std::move(context)),
+      copyPrefix_(std::move(copyPrefix)),
+      defaultToSpeaker_(defaultToSpeaker) {
+  registerOutlet<Label>("uiLbTitle");
+  registerOutlet<Label>("uiLbDescription");
+  for (const char* name : {"uiBtChangeWord", "uiBtPlay", "uiBtNext", "uiBtInfo"}) {
+    registerOutlet<Button>(name);
+  }
+  registerOutlet<TextField>("uiTfWord");
+  registerOutlet<ActivityIndicator>("uiActivityIndicator");
+  registerAction("uiBtPlay_TouchUpInside", [this] { play(); });
+  registerAction("uiBtChangeWord_TouchUpInside", [this] { changeWord(); });
+  registerAction("uiBtNext_TouchUpInside", [this] { next(); });
+  registerAction("uiBtInfo_TouchUpInside",
+                 [this] { alert("", look().copy("alert_sound_tests_info_ios")); });
+  registerAction("uiTfWord_EditingDidEnd", [this] { editingEnded(); });
+  // A tap anywhere else ends the editing, as it hides a phone's keyboard.
+  registerAction("view_Tapped", [this] {
+    outlet<TextField>("uiTfWord").isFirstResponder = false;
+    editingEnded();
+  });
+}
+
+void HeardWordViewController::viewDidLoad() {
+  TestViewController::viewDidLoad();
+  outlet<View>("view").backgroundColor = look().backgroundColor();
+  auto& title = outlet<Label>("uiLbTitle");
+  title.text = look().copy(copyPrefix_ + "_test_title");
+  look().styleTitle(title);
+  auto& description = outlet<Label>("uiLbDescription");
+  description.text = look().copy(copyPrefix_ + "_test_description");
+  look().styleBody(description);
+  auto& field = outlet<TextField>("uiTfWord");
+  field.placeholder = look().copy(copyPrefix_ + "_test_placeholder");
+  field.textColor = look().textAccentColor();
+  field.tintColor = look().themeColor();
+  auto& change = outlet<Button>("uiBtChangeWord");
+  change.title = look().copy("change_word");
+  change.titleColor = look().themeColor();
+  auto& next = outlet<Button>("uiBtNext");
+  next.title = look().copy("next");
+  look().styleMainButton(next);
+  auto& info = outlet<Button>("uiBtInfo");
+  info.image = Image::asset("info.circle", true);
+  info.tintColor = look().themeColor();
+  outlet<ActivityIndicator>("uiActivityIndicator").hidden = true;
+
+  words_ = WordLists::heardWords(look().context().language);
+  randomIndex_ = WordLists::randomIndex(words_.size());
+  showPlayButton();
+  warnIfVolumeLow(platform().audioSession->outputVolume());
+  editingEnded();
+}
+
+void HeardWordViewController::viewWillDisappear(bool animated) {
+  TestViewController::viewWillDisappear(animated);
+  // Nothing speaks behind the next screen.
+  if (playing_ && platform().audioPlayer) platform().audioPlayer->stop();
+}
+
+bool HeardWordViewController::wordsMatch(const std::string& typed, const std::string& expected) {
+  return lowercased(trimmingWhitespace(typed)) == lowercased(trimmingWhitespace(expected));
+}
+
+void HeardWordViewController::play() {
+  auto& ports = platform();
+  if (!ports.audioPlayer) {
+    logLine("No sound player; the word is not played");
+    return;
+  }
+  if (playing_) ports.audioPlayer->stop();
+  const std::string asset = WordLists::assetName(look().context().language, word());
+  if (asset.empty()) return;
+  auto& session = *ports.audioSession;
+  auto error = session.setCategory(AudioCategory::playAndRecord, AudioMode::standard,
+                                   AudioCategoryOptions{defaultToSpeaker_});
+  if (!error) error = session.setActive(true);
+  if (error) {
+    logLine(*error);
+    return;
+  }
+  playing_ = true;
+  showPlayButton();
+  // Each play answers once; only the latest one's end turns the button back.
+  const unsigned playback = ++playback_;
+  ports.audioPlayer->playAsset(asset, whileAlive<bool>([this, playback](bool) {
+                                 if (playback == playback_) playEnded();
+                               }));
+}
+
+void HeardWordViewController::playEnded() {
+  playing_ = false;
+  showPlayButton();
+}
+
+void HeardWordViewController::showPlayButton() {
+  auto& button = outlet<Button>("uiBtPlay");
+  button.image = Image::asset("play.circle.fill", true);
+  button.tintColor = playing_ ? Color::white() : look().themeColor();
+  button.backgroundColor = playing_ ? std::optional<Color>(look().themeColor()) : std::nullopt;
+}
+
+void HeardWordViewController::changeWord() {
+  if (words_.size() < 2) return;  // no other word to change to
+  std::size_t index = randomIndex_;
+  while (index == randomIndex_) index = WordLists::randomIndex(words_.size());
+  randomIndex_ = index;
+}
+
+void HeardWordViewController::editingEnded() {
+  outlet<Button>("uiBtNext").hidden =
+      trimmingWhitespace(outlet<TextField>("uiTfWord").text).empty();
+}
+
+void HeardWordViewController::next() {
+  if (finished_) return;
+  const std::string& typed = outlet<TextField>("uiTfWord").text;
+  if (!wordsMatch(typed, word())) {
+    alert("", look().copy("alert_words_dont_match"));
+    return;
+  }
+  WordLists::removeHeardWord(look().context().language, word());
+  finished_ = true;
+  reportFinished(result(true));
+}
+
+void HeardWordViewController::couldNotCompleteTest() {
+  if (finished_) return;
+  finished_ = true;
+  reportFinished(result(false));
+}
+
+void HeardWordViewController::cancelTest() {
+  if (finished_) return;
+  finished_ = true;
+  reportCancelled();
+}
+
+Dictionary HeardWordViewController::result(bool success) const {
+  return stamped({{"success", success},
+                  {"audio_word", word()},
+                  {"input_word", outlet<TextField>("uiTfWord").text},
+                  {"version", "1"}});
+}
+
+}  // namespace quorvel

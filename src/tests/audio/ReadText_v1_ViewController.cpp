@@ -1,0 +1,169 @@
+#include "tests/audio/ReadText_v1_ViewController.h"
+
+#include <cmath>
+#include <cstdio>
+
+#include "quorvel/ScreenType.h"
+#include "quorvel/platform/Platform.h"
+#include "support/Logging.h"
+#include "tests/audio/WordLists.h"
+
+namespace quorvel {
+
+namespace {
+constexpr double kTimerInterval = 0.5;
+}
+
+ReadText_v1_ViewController::ReadText_v1_ViewController(ScreenContext context)
+    : RecordingViewController("ReadText_v1_ViewController", ScreenType::read_text_v1,
+                              "uiViewProgressBarBackground", "recordingReadWord.m4a",
+                              std::move(context)) {
+  for (const char* name : {"uiLbTitle", "uiLbDescription", "uiLbWord", "uiLbTimer"}) {
+    registerOutlet<Label>(name);
+  }
+  for (const char* name : {"uiBtRecord", "uiBtPlay", "uiBtRecordAgain", "uiBtNext"}) {
+    registerOutlet<Button>(name);
+  }
+  registerAction("uiBtRecord_TouchUpInside", [this] { record(); });
+  registerAction("uiBtPlay_TouchUpInside", [this] { play(); });
+  registerAction("uiBtRecordAgain_TouchUpInside", [this] { showIdle(); });
+  registerAction("uiBtNext_TouchUpInside", [this] { submit(); });
+}
+
+ReadText_v1_ViewController::~ReadText_v1_ViewController() {
+  if (timer_) timer_->cancel();
+}
+
+void ReadText_v1_ViewController::viewDidLoad() {
+  outlet<View>("view").backgroundColor = look().backgroundColor();
+  auto& title = outlet<Label>("uiLbTitle");
+  title.text = look().copy("read_word_test_title");
+  look().styleTitle(title);
+  auto& description = outlet<Label>("uiLbDescription");
+  description.text = look().copy("read_word_test_description");
+  look().styleBody(description);
+  look().styleTitle(outlet<Label>("uiLbWord"));
+  auto& timer = outlet<Label>("uiLbTimer");
+  look().styleBody(timer);
+  timer.hidden = true;
+  auto& record = outlet<Button>("uiBtRecord");
+  record.image = Image::asset("record.circle", true);
+  record.tintColor = look().themeColor();
+  auto& play = outlet<Button>("uiBtPlay");
+  play.image = Image::asset("play.circle.fill", true);
+  play.tintColor = look().themeColor();
+  auto& again = outlet<Button>("uiBtRecordAgain");
+  again.title = look().copy("record_again");
+  again.titleColor = look().themeColor();
+  auto& next = outlet<Button>("uiBtNext");
+  next.title = look().copy("next");
+  look().styleMainButton(next);
+  showIdle();
+  RecordingViewController::viewDidLoad();
+}
+
+void ReadText_v1_ViewController::viewWillDisappear(bool animated) {
+  RecordingViewController::viewWillDisappear(animated);
+  if (timer_) timer_->cancel();
+  timer_ = nullptr;
+}
+
+std::string ReadText_v1_ViewController::timerText(double seconds) {
+  const long whole = seconds > 0 ? static_cast<long>(std::floor(seconds)) : 0;
+  char text[32];
+  std::snprintf(text, sizeof text, "%02ld:%02ld", whole / 60, whole % 60);
+  return text;
+}
+
+void ReadText_v1_ViewController::permissionAnswered() {
+  outlet<Button>("uiBtNext").hidden = true;
+  showIdle();
+  const auto& words = WordLists::readWords(look().context().language);
+  word_ = words[WordLists::randomIndex(words.size())];
+  outlet<Label>("uiLbWord").text = word_;
+  tick();
+}
+
+void ReadText_v1_ViewController::showIdle() {
+  if (finished()) return;
+  outlet<Button>("uiBtRecord").hidden = false;
+  outlet<Button>("uiBtPlay").hidden = true;
+  outlet<Button>("uiBtRecordAgain").hidden = true;
+  outlet<Button>("uiBtNext").hidden = true;
+}
+
+void ReadText_v1_ViewController::record() {
+  if (finished()) return;
+  if (isRecording()) {
+    stopRecording();  // its end shows the review buttons
+    return;
+  }
+  if (!recordAvailable()) return;
+  if (playing_) {
+    playing_ = false;
+    if (auto player = platform().audioPlayer) player->stop();
+  }
+  if (!startRecording(
+          whileAlive<bool>([this](bool successfully) { recordingEnded(successfully); }))) {
+    logLine("The recording could not start");
+  }
+}
+
+void ReadText_v1_ViewController::recordingEnded(bool successfully) {
+  if (finished()) return;
+  if (!successfully) {
+    // A spoiled recording is not offered for review: the person records again.
+    logLine("The recording failed");
+    showIdle();
+    return;
+  }
+  outlet<Button>("uiBtRecordAgain").hidden = false;
+  outlet<Button>("uiBtPlay").hidden = false;
+  outlet<Button>("uiBtNext").hidden = false;
+  outlet<Button>("uiBtRecord").hidden = true;
+}
+
+void ReadText_v1_ViewController::play() {
+  auto player = platform().audioPlayer;
+  if (finished() || isRecording() || !player || !preparePlayAndRecord()) return;
+  playing_ = true;
+  const unsigned playback = ++playback_;
+  player->playFile(recordingPath(), whileAlive<bool>([this, playback](bool) {
+                     if (playback == playback_) playing_ = false;
+                   }));
+}
+
+void ReadText_v1_ViewController::tick() {
+  auto player = platform().audioPlayer;
+  auto& label = outlet<Label>("uiLbTimer");
+  if (playing_ && player) {
+    label.text = timerText(player->currentTime());
+    label.hidden = false;
+  } else if (isRecording()) {
+    recordingDuration_ = recordedSeconds();
+    label.text = timerText(recordingDuration_);
+    label.hidden = false;
+  } else {
+    label.hidden = true;
+  }
+  timer_ = platform().mainQueue->asyncAfter(kTimerInterval, whileAlive<>([this] { tick(); }));
+}
+
+Dictionary ReadText_v1_ViewController::result(bool success,
+                                              const std::optional<std::string>& url) const {
+  Dictionary values = RecordingViewController::result(success, url);
+  values["text"] = word_;
+  return values;
+}
+
+void ReadText_v1_ViewController::reportFinished(const Dictionary& result) {
+  if (timer_) timer_->cancel();
+  if (auto target = delegate.lock()) target->ReadText_v1_ViewControllerFinished(*this, result);
+}
+
+void ReadText_v1_ViewController::reportCancelled() {
+  if (timer_) timer_->cancel();
+  if (auto target = delegate.lock()) target->ReadText_v1_ViewControllerCancelled(*this);
+}
+
+}  // namespace quorvel

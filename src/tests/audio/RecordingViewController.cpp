@@ -1,0 +1,129 @@
+#include "tests/audio/RecordingViewController.h"
+
+#include <filesystem>
+
+#include "quorvel/platform/Platform.h"
+#include "quorvel/ui/Application.h"
+#include "quorvel/ui/LoadingView.h"
+#include "support/Logging.h"
+#include "tests/RecordingUpload.h"
+
+namespace quorvel {
+
+RecordingViewController::RecordingViewController(std::string interfaceName, std::string testKey,
+                                                 std::string headerView, std::string recordingName,
+                                                 ScreenContext context)
+    : TestViewController(std::move(interfaceName), std::move(testKey), std::move(headerView),
+                         std::move(context)),
+      recordingPath_(documentsFile(recordingName)) {}
+
+RecordingViewController::~RecordingViewController() {
+  if (recording_) recording_->stop();
+  if (loadingView_) loadingView_->removeFromWindow();
+}
+
+std::string RecordingViewController::documentsFile(const std::string& name) {
+  return (std::filesystem::path(platform().device->documentsDirectory()) / name).string();
+}
+
+void RecordingViewController::viewDidLoad() {
+  TestViewController::viewDidLoad();
+  preparePlayAndRecord();
+  auto recorder = platform().audioRecorder;
+  if (!recorder) {
+    logLine("No sound recorder; nothing can be recorded");
+    permissionAnswered();
+    return;
+  }
+  recorder->requestRecordPermission(whileAlive<bool>([this](bool granted) {
+    recordAvailable_ = granted;
+    permissionAnswered();
+  }));
+}
+
+void RecordingViewController::viewWillDisappear(bool animated) {
+  TestViewController::viewWillDisappear(animated);
+  // Nothing records or plays behind the next screen.
+  if (!uploading_) stopRecording();
+  if (auto player = platform().audioPlayer) player->stop();
+}
+
+bool RecordingViewController::preparePlayAndRecord() {
+  auto& session = *platform().audioSession;
+  auto error = session.setCategory(AudioCategory::playAndRecord, AudioMode::standard, {});
+  if (!error) error = session.setActive(true);
+  if (error) logLine(*error);
+  return !error;
+}
+
+bool RecordingViewController::startRecording(std::function<void(bool)> ended) {
+  stopRecording();
+  auto recorder = platform().audioRecorder;
+  const unsigned number = ++recordingNumber_;
+  // A replaced recording's end is not this one's.
+  recording_ = recorder ? recorder->record(recordingPath_, AudioRecorder::Settings{},
+                                           whileAlive<bool>([this, number, ended](bool done) {
+                                             if (number == recordingNumber_) ended(done);
+                                           }))
+                        : nullptr;
+  return recording_ != nullptr;
+}
+
+void RecordingViewController::stopRecording() {
+  if (recording_) recording_->stop();
+}
+
+void RecordingViewController::showLoadingView() {
+  if (!loadingView_) loadingView_ = std::make_shared<LoadingView>();
+  if (auto application = platform().application) loadingView_->show(application->keyWindow());
+}
+
+void RecordingViewController::removeLoadingView() {
+  if (loadingView_) loadingView_->removeFromWindow();
+}
+
+void RecordingViewController::submit() {
+  if (uploading_ || finished_) return;
+  uploading_ = true;
+  stopRecording();
+  showLoadingView();
+  RecordingUpload::send(look().context(), recordingPath_, recordingPath_, weak_from_this(),
+                        [this](std::optional<std::string> url) { finish(result(bool(url), url)); });
+}
+
+void RecordingViewController::finish(const Dictionary& outcome) {
+  if (finished_) return;
+  finished_ = true;
+  stopRecording();
+  recording_ = nullptr;
+  if (loadingView_) {
+    if (outcome.value("success", false)) {
+      loadingView_->fadeOutAndRemove(0.1);
+    } else {
+      loadingView_->removeFromWindow();
+    }
+  }
+  reportFinished(outcome);
+}
+
+Dictionary RecordingViewController::result(bool success,
+                                           const std::optional<std::string>& url) const {
+  Dictionary values = stamped({{"success", success}, {"version", "1"}});
+  if (url) values["url"] = *url;
+  return values;
+}
+
+void RecordingViewController::couldNotCompleteTest() {
+  if (uploading_) return;
+  finish(result(false, std::nullopt));
+}
+
+void RecordingViewController::cancelTest() {
+  if (uploading_ || finished_) return;
+  finished_ = true;
+  stopRecording();
+  if (loadingView_) loadingView_->removeFromWindow();
+  reportCancelled();
+}
+
+}  // namespace quorvel
