@@ -2,6 +2,7 @@
 
 #include <QAudioOutput>
 #include <QFileInfo>
+#include <QMediaDevices>
 #include <QMediaPlayer>
 
 #include "quorvel/Fatal.h"
@@ -9,8 +10,9 @@
 
 namespace quorvel {
 
-QtAudioPlayer::QtAudioPlayer(std::shared_ptr<MainQueue> mainQueue)
-    : mainQueue_(std::move(mainQueue)) {
+QtAudioPlayer::QtAudioPlayer(std::shared_ptr<MainQueue> mainQueue,
+                             std::shared_ptr<AudioSession> session)
+    : mainQueue_(std::move(mainQueue)), session_(std::move(session)) {
   if (!mainQueue_) QUORVEL_FATAL("the sound player needs a main queue");
 }
 
@@ -18,6 +20,18 @@ QtAudioPlayer::~QtAudioPlayer() { stop(); }
 
 QString QtAudioPlayer::assetPath(const std::string& name) {
   return ":/Quorvel/sounds/" + QString::fromStdString(name) + ".wav";
+}
+
+QAudioDevice QtAudioPlayer::outputFor(AudioRoute route) {
+  if (route == AudioRoute::earpiece) {
+    for (const QAudioDevice& device : QMediaDevices::audioOutputs()) {
+      const QString name = device.description() + " " + QString::fromUtf8(device.id());
+      for (const char* word : {"earpiece", "handset", "receiver"}) {
+        if (name.contains(QLatin1String(word), Qt::CaseInsensitive)) return device;
+      }
+    }
+  }
+  return QMediaDevices::defaultAudioOutput();
 }
 
 void QtAudioPlayer::playAsset(const std::string& assetName,
@@ -40,7 +54,8 @@ void QtAudioPlayer::play(const QString& localPath, const std::string& what,
     return;
   }
   auto* player = new QMediaPlayer;
-  player->setAudioOutput(new QAudioOutput(player));
+  const AudioRoute route = session_ ? session_->outputRoute() : AudioRoute::loudspeaker;
+  player->setAudioOutput(new QAudioOutput(outputFor(route), player));
   QObject::connect(player, &QMediaPlayer::mediaStatusChanged, player,
                    [this](QMediaPlayer::MediaStatus status) {
                      if (status == QMediaPlayer::EndOfMedia) finish(true);

@@ -6,6 +6,7 @@
 #include <utility>
 
 #include "qt/QtAudioPlayer.h"
+#include "qt/QtAudioRecorder.h"
 #include "qt/QtCamera.h"
 #include "qt/QtHardwareKeys.h"
 #include "qt/QtImagePicker.h"
@@ -62,7 +63,9 @@ QuickFrontEnd::QuickFrontEnd(QObject* parent)
   platform_.imagePicker = picker_;
   keys_ = new QtHardwareKeys(platform_.volumeEvents, platform_.audioSession,
                              platform_.screenshotEvents, this);
-  platform_.audioPlayer = std::make_shared<QtAudioPlayer>(platform_.mainQueue);
+  platform_.audioPlayer =
+      std::make_shared<QtAudioPlayer>(platform_.mainQueue, platform_.audioSession);
+  platform_.audioRecorder = std::make_shared<QtAudioRecorder>(platform_.mainQueue);
   platform_.videoPlayback =
       std::make_shared<QtVideoPlayback>([this](const QUrl& movie, QtVideoPlayback::Closed closed) {
         showMovie(movie, std::move(closed));
