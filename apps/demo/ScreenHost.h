@@ -21,27 +21,8 @@ class ScreenHost : public TestScreensDelegate {
 
   std::vector<std::string> multipleTestsList() const override;
 
-  void Buttons_v1_ViewControllerFinished(Buttons_v1_ViewController&,
-                                         const Dictionary& results) override;
-  void Buttons_v1_ViewControllerCancelled(Buttons_v1_ViewController&) override;
-  void Charging_v1_ViewControllerFinished(Charging_v1_ViewController&,
-                                          const Dictionary& result) override;
-  void Charging_v1_ViewControllerCancelled(Charging_v1_ViewController&) override;
-  void MultiTouch_v1_ViewControllerFinished(MultiTouch_v1_ViewController&,
-                                            const Dictionary& result) override;
-  void MultiTouch_v1_ViewControllerCancelled(MultiTouch_v1_ViewController&) override;
-  void MultiTouch_v2_ViewControllerFinished(MultiTouch_v2_ViewController&,
-                                            const Dictionary& result) override;
-  void MultiTouch_v2_ViewControllerCancelled(MultiTouch_v2_ViewController&) override;
-  void MultipleTests_v2_ViewControllerFinished(MultipleTests_v2_ViewController&,
-                                               const Dictionary& result) override;
-  void MultipleTests_v2_ViewControllerCancelled(MultipleTests_v2_ViewController&) override;
-  void DeviceFrontVideo_v1_ViewControllerFinished(DeviceFrontVideo_v1_ViewController&,
-                                                  const Dictionary& result) override;
-  void DeviceFrontVideo_v1_ViewControllerCancelled(DeviceFrontVideo_v1_ViewController&) override;
-  void DeviceFrontVideo_v2_ViewControllerFinished(DeviceFrontVideo_v2_ViewController&,
-                                                  const Dictionary& result) override;
-  void DeviceFrontVideo_v2_ViewControllerCancelled(DeviceFrontVideo_v2_ViewController&) override;
+  void testScreenFinished(TestViewController& screen, const Dictionary& result) override;
+  void testScreenCancelled(TestViewController& screen) override;
 
  private:
   void report(const Dictionary& result);

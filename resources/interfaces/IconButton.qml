@@ -1,4 +1,5 @@
-// A button outlet drawn as its image alone (info, play, record), in the image's tint.
+// A button outlet drawn as its image alone (info, play, record), in the image's tint, on its
+// background colour.
 import QtQuick
 import QtQuick.Controls.Basic
 import Quorvel
@@ -13,6 +14,12 @@ Outlet {
     implicitWidth: 44
     implicitHeight: 44
 
+    // A round plate in the button's background colour (clear unless the core sets one).
+    Rectangle {
+        anchors.fill: parent
+        radius: width / 2
+        color: outlet.o ? outlet.o.backgroundColor : "transparent"
+    }
     AbstractButton {
         id: button
         anchors.fill: parent

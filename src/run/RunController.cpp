@@ -23,6 +23,7 @@
 #include "support/MainQueueCheck.h"
 #include "support/Utf8.h"
 #include "support/Uuid.h"
+#include "tests/TestViewController.h"
 
 namespace quorvel {
 
@@ -259,8 +260,13 @@ void RunController::nextScreen() {
   }
 }
 
-void RunController::testFinished(const std::string& resultKey, const Dictionary& result) {
-  testResults_[resultKey] = result;
+void RunController::testScreenFinished(TestViewController& screen, const Dictionary& result) {
+  const std::string& key = screen.testKey();
+  if (key == ScreenType::multiple_tests_v2) {
+    multipleTestsFinished(result);
+    return;
+  }
+  testResults_[key.substr(0, key.rfind("_v"))] = result;
   nextScreen();
 }
 
@@ -276,7 +282,7 @@ void RunController::multipleTestsFinished(const Dictionary& result) {
   nextScreen();
 }
 
-void RunController::testCancelled() {
+void RunController::testScreenCancelled(TestViewController&) {
   testResults_ = Dictionary::object();
   cancelTests();
 }

@@ -63,27 +63,10 @@ class RunController : public std::enable_shared_from_this<RunController>,
   void IMEIViewControllerPressedCancel(IMEIViewController& vc) override;
   void TestsFinishedViewControllerTestAgainPressed(TestsFinishedViewController& vc) override;
   void TestsFinishedViewControllerDidFinish(TestsFinishedViewController& vc) override;
-  void Buttons_v1_ViewControllerFinished(Buttons_v1_ViewController& vc,
-                                         const Dictionary& results) override;
-  void Buttons_v1_ViewControllerCancelled(Buttons_v1_ViewController& vc) override;
-  void Charging_v1_ViewControllerFinished(Charging_v1_ViewController& vc,
-                                          const Dictionary& result) override;
-  void Charging_v1_ViewControllerCancelled(Charging_v1_ViewController& vc) override;
-  void MultiTouch_v1_ViewControllerFinished(MultiTouch_v1_ViewController& vc,
-                                            const Dictionary& result) override;
-  void MultiTouch_v1_ViewControllerCancelled(MultiTouch_v1_ViewController& vc) override;
-  void MultiTouch_v2_ViewControllerFinished(MultiTouch_v2_ViewController& vc,
-                                            const Dictionary& result) override;
-  void MultiTouch_v2_ViewControllerCancelled(MultiTouch_v2_ViewController& vc) override;
-  void DeviceFrontVideo_v1_ViewControllerFinished(DeviceFrontVideo_v1_ViewController& vc,
-                                                  const Dictionary& result) override;
-  void DeviceFrontVideo_v1_ViewControllerCancelled(DeviceFrontVideo_v1_ViewController& vc) override;
-  void DeviceFrontVideo_v2_ViewControllerFinished(DeviceFrontVideo_v2_ViewController& vc,
-                                                  const Dictionary& result) override;
-  void DeviceFrontVideo_v2_ViewControllerCancelled(DeviceFrontVideo_v2_ViewController& vc) override;
-  void MultipleTests_v2_ViewControllerFinished(MultipleTests_v2_ViewController& vc,
-                                               const Dictionary& result) override;
-  void MultipleTests_v2_ViewControllerCancelled(MultipleTests_v2_ViewController& vc) override;
+  // Each test screen's result is filed under its key without the version ("buttons_v1" files
+  // under "buttons"); the combined screen's entries each under their own; a cancel ends the run.
+  void testScreenFinished(TestViewController& screen, const Dictionary& result) override;
+  void testScreenCancelled(TestViewController& screen) override;
 
  private:
   void setUpNavigation();
@@ -92,12 +75,8 @@ class RunController : public std::enable_shared_from_this<RunController>,
   void recordDeviceInfo();
   DeviceIdentifiers identifiers() const;
   void nextScreen();
-  // What every test screen's delegate operations come down to: file the result under its key
-  // (replacing an earlier one) and show the next screen, or end the run without results.
-  void testFinished(const std::string& resultKey, const Dictionary& result);
   // The combined screen's result: its "charging" and "buttons" entries, each removed when absent.
   void multipleTestsFinished(const Dictionary& result);
-  void testCancelled();
   void cancelTests(std::optional<Dictionary> response = std::nullopt);
   void repeatTests();
   void giveNavigationBack();

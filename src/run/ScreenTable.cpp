@@ -4,6 +4,10 @@
 
 #include "quorvel/ScreenType.h"
 #include "run/TestScreensDelegate.h"
+#include "tests/audio/Earspeaker_v1_ViewController.h"
+#include "tests/audio/Loudspeaker_v1_ViewController.h"
+#include "tests/audio/ReadText_v1_ViewController.h"
+#include "tests/audio/SpeakerRecording_v1_ViewController.h"
 #include "tests/physical/Buttons_v1_ViewController.h"
 #include "tests/physical/Charging_v1_ViewController.h"
 #include "tests/physical/MultiTouch_v1_ViewController.h"
@@ -40,6 +44,10 @@ ScreenTable::ScreenTable() {
   bind(ScreenType::multi_touch_v2, reportingTo<MultiTouch_v2_ViewController>);
   bind(ScreenType::device_front_video_v1, reportingTo<DeviceFrontVideo_v1_ViewController>);
   bind(ScreenType::device_front_video_v2, reportingTo<DeviceFrontVideo_v2_ViewController>);
+  bind(ScreenType::loudspeaker_v1, reportingTo<Loudspeaker_v1_ViewController>);
+  bind(ScreenType::earspeaker_v1, reportingTo<Earspeaker_v1_ViewController>);
+  bind(ScreenType::speaker_recording_v1, reportingTo<SpeakerRecording_v1_ViewController>);
+  bind(ScreenType::read_text_v1, reportingTo<ReadText_v1_ViewController>);
 }
 
 const std::vector<std::string>& ScreenTable::keys() {

@@ -46,9 +46,8 @@ void ReadText_v1_ViewController::viewDidLoad() {
   auto& timer = outlet<Label>("uiLbTimer");
   look().styleBody(timer);
   timer.hidden = true;
-  auto& record = outlet<Button>("uiBtRecord");
-  record.image = Image::asset("record.circle", true);
-  record.tintColor = look().themeColor();
+  outlet<Button>("uiBtRecord").image = Image::asset("record.circle", true);
+  showRecordButton(false);
   auto& play = outlet<Button>("uiBtPlay");
   play.image = Image::asset("play.circle.fill", true);
   play.tintColor = look().themeColor();
@@ -106,11 +105,21 @@ void ReadText_v1_ViewController::record() {
   if (!startRecording(
           whileAlive<bool>([this](bool successfully) { recordingEnded(successfully); }))) {
     logLine("The recording could not start");
+    return;
   }
+  showRecordButton(true);
+}
+
+void ReadText_v1_ViewController::showRecordButton(bool recording) {
+  // While recording, the same button stops: it shows so, as the play button does while playing.
+  auto& button = outlet<Button>("uiBtRecord");
+  button.tintColor = recording ? Color::white() : look().themeColor();
+  button.backgroundColor = recording ? std::optional<Color>(look().themeColor()) : std::nullopt;
 }
 
 void ReadText_v1_ViewController::recordingEnded(bool successfully) {
   if (finished()) return;
+  showRecordButton(false);
   if (!successfully) {
     // A spoiled recording is not offered for review: the person records again.
     logLine("The recording failed");

@@ -35,6 +35,7 @@ class ReadText_v1_ViewController : public RecordingViewController {
   void recordingEnded(bool successfully);
   void play();
   void showIdle();
+  void showRecordButton(bool recording);
   void tick();
   Dictionary result(bool success, const std::optional<std::string>& url) const override;
   void reportFinished(const Dictionary& result) override;

@@ -1,0 +1,4 @@
+// The earspeaker word test: see HeardWordScreen.
+import Quorvel
+
+HeardWordScreen {}

@@ -1,0 +1,4 @@
+// The loudspeaker word test: see HeardWordScreen.
+import Quorvel
+
+HeardWordScreen {}
