@@ -111,6 +111,15 @@ void Autopilot::act(const QString& name) {
     filmInTheMirror(true);
   } else if (name == "DeviceFrontVideo_v1_ViewController") {
     filmInTheMirror(false);
+  } else if (name == "Loudspeaker_v1_ViewController" || name == "Earspeaker_v1_ViewController") {
+    typeTheWordHeard();
+  } else if (name == "SpeakerRecording_v1_ViewController") {
+    // The sound plays and is recorded; the test ends with it.
+    when(
+        "the start button", [this] { return shows("uiBtStartTest"); },
+        [this] { tap("uiBtStartTest"); });
+  } else if (name == "ReadText_v1_ViewController") {
+    readTheWordAloud();
   } else if (name == "TestsFinishedViewController") {
     when(
         "the Finish button", [this] { return shows("uiBtDone"); }, [this] { tap("uiBtDone"); });
@@ -183,6 +192,68 @@ void Autopilot::filmInTheMirror(bool byButton) {
               });
         });
   });
+}
+
+void Autopilot::typeTheWordHeard() {
+  if (!devices_.person) {
+    emit stuck("no one in the room to hear the word");
+    return;
+  }
+  auto person = devices_.person;
+  const std::string before = person->lastWordHeard();
+  when(
+      "the play button", [this] { return shows("uiBtPlay"); },
+      [this, person, before] {
+        tap("uiBtPlay");
+        // Typed once heard to the end, as the play button says when it turns back.
+        when(
+            "the word",
+            [this, person, before] {
+              return person->lastWordHeard() != before &&
+                     !outletJson("uiBtPlay")["backgroundColor"].is_string();
+            },
+            [this, person] {
+              captureStep("heard");
+              tap("uiTfWord");
+              QTimer::singleShot(200, this, [this, person] {
+                devices_.keyboard->type(QString::fromStdString(person->lastWordHeard()));
+                // The return key ends the editing, which shows Next.
+                devices_.keyboard->pressKey(Qt::Key_Return);
+                when(
+                    "the Next button", [this] { return shows("uiBtNext"); },
+                    [this] { tap("uiBtNext"); });
+              });
+            });
+      });
+}
+
+void Autopilot::readTheWordAloud() {
+  if (!devices_.person) {
+    emit stuck("no one in the room to read the word");
+    return;
+  }
+  auto word = [this] { return outletJson("uiLbWord").value("text", std::string()); };
+  when(
+      "the word and the record button",
+      [this, word] { return !word().empty() && shows("uiBtRecord"); },
+      [this, word] {
+        tap("uiBtRecord");
+        // A breath, the word, a breath, then stop.
+        QTimer::singleShot(400, this, [this, word] {
+          const double seconds = devices_.person->say(word());
+          if (seconds <= 0) {
+            emit stuck("no voice for the word " + QString::fromStdString(word()));
+            return;
+          }
+          captureStep("recording");
+          QTimer::singleShot(static_cast<int>(seconds * 1000) + 500, this, [this] {
+            tap("uiBtRecord");
+            when(
+                "the Next button", [this] { return shows("uiBtNext"); },
+                [this] { tap("uiBtNext"); });
+          });
+        });
+      });
 }
 
 void Autopilot::captureStep(const QString& step) {

@@ -10,6 +10,7 @@
 #include "quorvel/quick/QuickFrontEnd.h"
 #include "quorvel/virtual/VirtualChargerDevice.h"
 #include "quorvel/virtual/VirtualKeyboard.h"
+#include "quorvel/virtual/VirtualPerson.h"
 #include "quorvel/virtual/VirtualTouchScreen.h"
 #include "quorvel/virtual/VirtualVolumeKeys.h"
 
@@ -29,6 +30,8 @@ class Autopilot : public QObject {
     VirtualVolumeKeys* volumeKeys = nullptr;
     VirtualTouchScreen* touchScreen = nullptr;
     VirtualKeyboard* keyboard = nullptr;
+    // Hears the speaker and speaks to the microphone.
+    std::shared_ptr<VirtualPerson> person;
   };
 
   // recorder, when given, captures every screen before the autopilot acts on it.
@@ -51,6 +54,10 @@ class Autopilot : public QObject {
   // The screen video tests: the sound up, Next, filming (by the button for v2, by the start code
   // for v1), then the review's box and Next.
   void filmInTheMirror(bool byButton);
+  // The heard-word tests: play, listen, type the word heard, Next.
+  void typeTheWordHeard();
+  // The read-word test: record, say the word shown, stop, Next.
+  void readTheWordAloud();
   // Screenshots of the steps within one screen ("<screen>-<step>"), and of the film's moments.
   void captureStep(const QString& step);
   void captureFilm();

@@ -18,7 +18,9 @@
 #include "quorvel/platform/HostBundle.h"
 #include "quorvel/quick/QuickFrontEnd.h"
 #include "quorvel/ui/NavigationController.h"
+#include "quorvel/virtual/VirtualAudioRecorder.h"
 #include "quorvel/virtual/VirtualMirrorCamera.h"
+#include "quorvel/virtual/VirtualPerson.h"
 #include "quorvel/virtual/VirtualSpeaker.h"
 #include "run/ScreenTable.h"
 #include "support/JsonText.h"
@@ -106,7 +108,15 @@ int main(int argc, char** argv) {
     frontEnd.useCamera(mirror, mirror);
   }
   Platform platform = frontEnd.platform();
-  if (mirror) platform.audioPlayer = std::make_shared<VirtualSpeaker>(platform.audioPlayer, room);
+  // The person in the room hears the speaker and speaks to the virtual microphone.
+  std::shared_ptr<VirtualPerson> person;
+  if (mirror) {
+    person = std::make_shared<VirtualPerson>(room);
+    auto speaker = std::make_shared<VirtualSpeaker>(platform.audioPlayer, room);
+    speaker->setListener([person](const std::string& assetName) { person->hear(assetName); });
+    platform.audioPlayer = speaker;
+    platform.audioRecorder = std::make_shared<VirtualAudioRecorder>(room, platform.mainQueue);
+  }
   platform.hostBundle = std::make_shared<StaticHostBundle>(hostInformation(options));
   // The unattended run plugs a charger that it can reach; a person plugs the real one.
   std::shared_ptr<VirtualChargerDevice> charger;
@@ -178,7 +188,7 @@ int main(int argc, char** argv) {
   VirtualKeyboard keyboard(frontEnd.window());
   if (options.autopilot) {
     autopilot = std::make_unique<Autopilot>(
-        frontEnd, Autopilot::Devices{charger, &volumeKeys, &touchScreen, &keyboard},
+        frontEnd, Autopilot::Devices{charger, &volumeKeys, &touchScreen, &keyboard, person},
         options.imei.empty() ? "490154203237518" : options.imei, recorder.get());
     // A run ends on the host's result page; a screen alone ends with its report.
     QObject::connect(autopilot.get(), &Autopilot::arrived, &application,

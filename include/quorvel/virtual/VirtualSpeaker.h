@@ -5,6 +5,7 @@
 #include <memory>
 #include <optional>
 #include <string>
+#include <utility>
 #include <vector>
 
 #include "quorvel/platform/AudioPlayer.h"
@@ -27,9 +28,15 @@ class VirtualSpeaker : public AudioPlayer {
   void stop() override;
   double currentTime() const override { return speaker_->currentTime(); }
 
- private:
   using Samples = std::shared_ptr<const std::vector<std::int16_t>>;
+  // An asset's sound at the room's rate; null when there is no such asset.
+  static Samples assetSamples(const std::string& assetName);
+  // Told the name of each asset played from now on, as a person in the room would hear it.
+  void setListener(std::function<void(const std::string& assetName)> listener) {
+    listener_ = std::move(listener);
+  }
 
+ private:
   // Puts samples into the room in place of the sound before, and wraps finished so that a sound
   // the real player gives up on stops sounding in the room as well.
   std::function<void(bool)> sound(const Samples& samples, std::function<void(bool)> finished);
@@ -38,6 +45,15 @@ class VirtualSpeaker : public AudioPlayer {
   std::shared_ptr<VirtualRoom> room_;
   std::map<std::string, Samples> assets_;  // decoded once
   std::optional<VirtualRoom::SoundId> playing_;
+  std::function<void(const std::string&)> listener_;
+  // The answer of the sound that plays, given once.
+  struct Pending {
+    std::function<void(bool)> finished;
+    void answer(bool successfully) {
+      if (auto done = std::exchange(finished, nullptr)) done(successfully);
+    }
+  };
+  std::weak_ptr<Pending> pending_;
 };
 
 }  // namespace quorvel
