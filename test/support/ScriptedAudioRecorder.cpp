@@ -1,5 +1,6 @@
 #include "support/ScriptedAudioRecorder.h"
 
+#include <filesystem>
 #include <fstream>
 
 #include "support/ManualMainQueue.h"
@@ -22,7 +23,10 @@ void ScriptedAudioRecorder::requestRecordPermission(std::function<void(bool gran
 std::shared_ptr<AudioRecording> ScriptedAudioRecorder::record(
     const std::string& path, const Settings& settings,
     std::function<void(bool successfully)> finished) {
-  if (!canRecord) return nullptr;
+  // As a real recorder, nothing starts that cannot be written.
+  if (!canRecord || !std::filesystem::is_directory(std::filesystem::path(path).parent_path())) {
+    return nullptr;
+  }
   auto recording = std::make_shared<Recording>();
   auto* manual = dynamic_cast<ManualMainQueue*>(queue_.get());
   recording->now = [manual] { return manual ? manual->now() : 0.0; };
