@@ -81,8 +81,11 @@ class RecordingAudioPlayer : public AudioPlayer {
     double at;
   };
   std::vector<Played> played;
-  std::vector<std::string> assets = {"beep", "testfile", "video_test_audio_EN",
-                                     "video_test_audio_PT"};
+  std::vector<std::string> assets = {
+      "beep",           "testfile",      "video_test_audio_EN", "video_test_audio_PT",
+      "en-US-computer", "en-US-dog",     "en-US-paper",         "en-US-purple",
+      "en-US-table",    "pt-PT-cadeira", "pt-PT-computador",    "pt-PT-livro",
+      "pt-PT-mesa",     "pt-PT-telefone"};
 
   void playAsset(const std::string& assetName, std::function<void(bool)> finished) override;
   void playFile(const std::string& path, std::function<void(bool)> finished) override;

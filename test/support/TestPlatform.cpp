@@ -35,6 +35,7 @@ void TestPlatform::install() {
   p.mediaExport = mediaExport;
   p.audioPlayer = sounds;
   p.videoPlayback = videoPlayer;
+  p.audioRecorder = recorder;
   // HTTP, images and types stay real (loopback, FFmpeg, shared-mime-info); the rest is scripted.
   installPlatform(p);
 }

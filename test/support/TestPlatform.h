@@ -8,6 +8,7 @@
 #include "quorvel/platform/Platform.h"
 #include "quorvel/ui/Application.h"
 #include "support/ManualMainQueue.h"
+#include "support/ScriptedAudioRecorder.h"
 #include "support/ScriptedDevice.h"
 #include "support/ScriptedMedia.h"
 #include "support/ScriptedVolume.h"
@@ -90,6 +91,7 @@ struct TestPlatform {
   std::shared_ptr<ScriptedCamera> camera = std::make_shared<ScriptedCamera>(queue);
   std::shared_ptr<ScriptedMediaExport> mediaExport = std::make_shared<ScriptedMediaExport>();
   std::shared_ptr<RecordingAudioPlayer> sounds = std::make_shared<RecordingAudioPlayer>(queue);
+  std::shared_ptr<ScriptedAudioRecorder> recorder = std::make_shared<ScriptedAudioRecorder>(queue);
   std::shared_ptr<RecordingVideoPlayback> videoPlayer =
       std::make_shared<RecordingVideoPlayback>(queue);
 

@@ -15,8 +15,8 @@ TEST(PlatformSlots, EveryPortIsFilledExceptThoseThatNeedAFrontEnd) {
   // A port added to the list without an adapter in the default platform shows up here. The photo
   // picker, sound, camera and movie playback need a front end (the Qt one fills them, see the Qt
   // suite).
-  const std::vector<std::string> withoutFrontEnd = {"imagePicker", "audioPlayer", "camera",
-                                                    "videoPlayback"};
+  const std::vector<std::string> withoutFrontEnd = {"imagePicker", "audioPlayer", "audioRecorder",
+                                                    "camera", "videoPlayback"};
   EXPECT_EQ(emptySlots(makeDefaultPlatform()), withoutFrontEnd);
   installPlatform(Platform{});
   EXPECT_EQ(emptySlots(platform()), withoutFrontEnd);
