@@ -2,7 +2,6 @@
 #include <gtest/gtest.h>
 
 #include <filesystem>
-#include <fstream>
 
 #include "AssetsServer.h"
 #include "backend/AssetUploaderWebService.h"
