@@ -1,5 +1,4 @@
 #include <gtest/gtest.h>
-#include <httplib.h>
 #include <sys/wait.h>
 
 #include <csignal>
@@ -36,10 +35,8 @@ TEST_F(AssetsServerProgram, BadFlagsPrintTheReasonAndUsageAndExitWithTwo) {
     std::string arguments, reason;
   };
   const std::vector<Case> cases = {
-      {"--bogus", "unknown option '--bogus'"},
       {"--port 70000 --storage " + storage + " --api-key k", "'70000'"},
       {"--port 0 --storage " + storage, "--api-key is required"},
-      {"--port 0 --storage " + storage + " --api-key", "--api-key needs a value"},
   };
   for (const auto& c : cases) {
     std::FILE* pipe = popen((program + " " + c.arguments + " 2>&1 >/dev/null").c_str(), "r");
@@ -51,39 +48,22 @@ TEST_F(AssetsServerProgram, BadFlagsPrintTheReasonAndUsageAndExitWithTwo) {
   EXPECT_FALSE(std::filesystem::exists(storage));
 }
 
-TEST_F(AssetsServerProgram, ServesOnTheAddressItPrintsUntilAskedToStop) {
-  for (int stopSignal : {SIGTERM, SIGINT}) {
-    std::filesystem::path storage = tree.path() / std::to_string(stopSignal);
-    // The shell prints its process ID, then becomes the server.
-    std::FILE* pipe = popen(("echo $$; exec " + program + " --port 0 --storage " +
-                             storage.string() + " --api-key one --api-key two")
-                                .c_str(),
-                            "r");
-    char line[256] = {};
-    ASSERT_TRUE(std::fgets(line, sizeof line, pipe));
-    pid_t server = std::stoi(line);
-    ASSERT_TRUE(std::fgets(line, sizeof line, pipe));
-    std::string address = line;
-    std::size_t at = address.find("http://127.0.0.1:");
-    ASSERT_NE(at, std::string::npos) << address;
-    address = address.substr(at, address.find('\n') - at);
+// Serving what it stores is the package check's part (test/package/check).
+TEST_F(AssetsServerProgram, PrintsItsAddressAndStopsCleanlyOnTerm) {
+  std::filesystem::path storage = tree.path() / "s";
+  // The shell prints its process ID, then becomes the server.
+  std::FILE* pipe = popen(("echo $$; exec " + program + " --port 0 --storage " + storage.string() +
+                           " --api-key one --api-key two")
+                              .c_str(),
+                          "r");
+  char line[256] = {};
+  ASSERT_TRUE(std::fgets(line, sizeof line, pipe));
+  pid_t server = std::stoi(line);
+  ASSERT_TRUE(std::fgets(line, sizeof line, pipe));
+  EXPECT_NE(std::string(line).find("http://127.0.0.1:"), std::string::npos) << line;
 
-    std::string body =
-        "\r\n--B\r\nContent-Disposition: form-data; name=\"content\"; filename=\"a.txt\"\r\n"
-        "Content-Type: text/plain\r\n\r\nabc\r\n--B--\r\n";
-    auto result = httplib::Client(address).Post("/v3/applications/app/asset-upload",
-                                                {{"Authorization", "Bearer two"}}, body,
-                                                "multipart/form-data; boundary=B");
-    ASSERT_TRUE(result);
-    EXPECT_EQ(result->status, 200) << result->body;
-    EXPECT_NE(result->body.find(address + "/assets/app/"), std::string::npos) << result->body;
-
-    kill(server, stopSignal);
-    EXPECT_TRUE(exitedWith(pclose(pipe), 0)) << stopSignal;
-    EXPECT_EQ(std::distance(std::filesystem::directory_iterator(storage / "app"),
-                            std::filesystem::directory_iterator()),
-              2);
-  }
+  kill(server, SIGTERM);
+  EXPECT_TRUE(exitedWith(pclose(pipe), 0));
 }
 
 }  // namespace

@@ -9,22 +9,11 @@ namespace {
 using namespace quorvel;
 
 TEST(IMEIValidityTest, FifteenDigitsWithALuhnChecksum) {
-  struct Case {
-    const char* text;
-    bool valid;
-  };
-  for (const auto& c : std::vector<Case>{
-           {"490154203237518", true},
-           {"490154203237519", false},       // last digit changed
-           {"\t49015 42032 37518\n", true},  // blanks anywhere are removed
-           {"49015420323751", false},        // 14 digits
-           {"4901542032375180", false},      // 16 digits
-           {"49015420323751A", false},
-           {"000000000000000", true},    // checksum only, as on the device
-           {"４90154203237518", false},  // a full-width digit is not a decimal digit
-           {"", false},
-       }) {
-    EXPECT_EQ(IMEIViewController::isValidIMEI(c.text), c.valid) << c.text;
+  EXPECT_TRUE(IMEIViewController::isValidIMEI("\t49015 42032 37518\n"));  // blanks are removed
+  EXPECT_TRUE(IMEIViewController::isValidIMEI("000000000000000"));        // checksum only
+  for (const char* bad : {"490154203237519", "49015420323751", "4901542032375180",
+                          "49015420323751A", "４90154203237518", ""}) {
+    EXPECT_FALSE(IMEIViewController::isValidIMEI(bad)) << bad;
   }
 }
 
@@ -35,7 +24,6 @@ class IMEIViewControllerTest : public quorvel::testing::SdkFixture {
   };
   struct Recorder : IMEIViewControllerDelegate {
     std::vector<Reported> successes;
-    int errors = 0;
     int cancels = 0;
     void IMEIViewControllerIMEIInputSuccessful(IMEIViewController&, std::optional<std::string> a,
                                                std::optional<std::string> b,
@@ -43,7 +31,7 @@ class IMEIViewControllerTest : public quorvel::testing::SdkFixture {
                                                std::optional<std::string> d) override {
       successes.push_back({a, b, c, d});
     }
-    void IMEIViewControllerErrorOccurred(IMEIViewController&) override { ++errors; }
+    void IMEIViewControllerErrorOccurred(IMEIViewController&) override {}
     void IMEIViewControllerPressedCancel(IMEIViewController&) override { ++cancels; }
   };
 
@@ -68,51 +56,46 @@ class IMEIViewControllerTest : public quorvel::testing::SdkFixture {
   std::shared_ptr<IMEIViewController> screen;
 };
 
-TEST_F(IMEIViewControllerTest, ModesSwitchPlaceholderAndKeyboardAndKeepTheText) {
-  const auto& field = screen->outlet<TextField>("uiTfIMEI");
-  EXPECT_TRUE(screen->outlet<RadioButton>("uiRBIMEI").isChecked);
-  EXPECT_EQ(field.placeholder, "Enter IMEI number");
-  EXPECT_EQ(field.keyboardType, KeyboardType::numberPad);
-  type("C02XYZ");
-  send("uiRBSerialNumber_TouchUpInside");
-  EXPECT_FALSE(screen->outlet<RadioButton>("uiRBIMEI").isChecked);
-  EXPECT_TRUE(screen->outlet<RadioButton>("uiRBSerialNumber").isChecked);
-  EXPECT_EQ(field.placeholder, "Enter serial number");
-  EXPECT_EQ(field.keyboardType, KeyboardType::standard);
-  EXPECT_EQ(field.text, "C02XYZ");
-}
-
-TEST_F(IMEIViewControllerTest, NextReportsTrimmedValuesAndRejectsInvalidIMEIs) {
+TEST_F(IMEIViewControllerTest, NextReportsTrimmedTextInTheChosenModeAndRejectsInvalidIMEIs) {
   type("   \n");
   send("uiBtNext_TouchUpInside");
-  EXPECT_TRUE(recorder->successes.empty());
   EXPECT_FALSE(alert());
 
   type("490154203237519");
   send("uiBtNext_TouchUpInside");
   ASSERT_TRUE(alert());
   EXPECT_EQ(alert()->title(), "The value is not a valid IMEI number");
-  ASSERT_EQ(alert()->actions().size(), 1u);
   alert()->performAction(0);
-  EXPECT_FALSE(alert());
   EXPECT_TRUE(recorder->successes.empty());
 
   type(" 49015 42032 37518 \n");
   send("uiBtNext_TouchUpInside");
-  send("uiRBSerialNumber_TouchUpInside");
+  // The serial mode keeps the text, switches the keyboard and checks nothing.
+  const auto& field = screen->outlet<TextField>("uiTfIMEI");
+  EXPECT_EQ(field.keyboardType, KeyboardType::numberPad);
   type("  not-checked serial ");
+  send("uiRBSerialNumber_TouchUpInside");
+  EXPECT_FALSE(screen->outlet<RadioButton>("uiRBIMEI").isChecked);
+  EXPECT_EQ(field.keyboardType, KeyboardType::standard);
+  EXPECT_EQ(field.text, "  not-checked serial ");
   send("uiBtNext_TouchUpInside");
   ASSERT_EQ(recorder->successes.size(), 2u);
   EXPECT_EQ(recorder->successes[0].imei, "49015 42032 37518");
-  EXPECT_FALSE(recorder->successes[0].imeiUrl || recorder->successes[0].serial ||
-               recorder->successes[0].serialUrl);
+  EXPECT_FALSE(recorder->successes[0].imeiUrl || recorder->successes[0].serial);
   EXPECT_EQ(recorder->successes[1].serial, "not-checked serial");
   EXPECT_FALSE(recorder->successes[1].imei);
+
+  // The settings path is filled into the description, and its link opens the settings.
+  EXPECT_EQ(screen->outlet<Label>("uiLbDescription").text.find('%'), std::string::npos);
+  send(screen->outlet<Label>("uiLbDescription").linkAction);
+  EXPECT_EQ(env.opener->opened, std::vector<std::string>{"App-prefs:root=General&path=About"});
+  send("uiBtCancel_TouchUpInside");
+  EXPECT_EQ(recorder->cancels, 1);
 }
 
 TEST_F(IMEIViewControllerTest, AttachedPhotoIsUploadedInsteadOfTheTypedText) {
-  std::vector<Dictionary> answers = {Dictionary{{"filename", "a.png"}},  // no url
-                                     Dictionary{{"url", 7}},             // not a string
+  // Answers without a text "url" are failures the person may retry.
+  std::vector<Dictionary> answers = {Dictionary{{"filename", "a.png"}}, Dictionary{{"url", 7}},
                                      Dictionary{{"url", "https://assets/imei.png"}}};
   int uploads = 0;
   screen->imageUploader = [&](const Image& image, IMEIViewController::UploadCompletion done) {
@@ -123,18 +106,15 @@ TEST_F(IMEIViewControllerTest, AttachedPhotoIsUploadedInsteadOfTheTypedText) {
   env.picker->next = Image::encoded({9, 8, 7});
   send("uiBtAttachImage_TouchUpInside");
   EXPECT_FALSE(screen->outlet<ImageView>("uiIvImage").hidden);
-  EXPECT_TRUE(screen->outlet<View>("uiViewNoImage").hidden);
 
   type("490154203237519");  // invalid, but ignored with a photo attached
   send("uiBtNext_TouchUpInside");
-  ASSERT_TRUE(alert());
-  EXPECT_EQ(alert()->title(), "A server error occurred.");
-  alert()->performAction(0);  // try again
-  settle();
-  ASSERT_TRUE(alert());
-  alert()->performAction(0);
-  settle();
-  EXPECT_EQ(uploads, 3);
+  for (int retry = 0; retry < 2; ++retry) {
+    ASSERT_TRUE(alert());
+    EXPECT_EQ(alert()->title(), "A server error occurred.");
+    alert()->performAction(0);  // try again
+    settle();
+  }
   ASSERT_EQ(recorder->successes.size(), 1u);
   EXPECT_EQ(recorder->successes[0].imeiUrl, "https://assets/imei.png");
   EXPECT_FALSE(recorder->successes[0].imei);
@@ -142,14 +122,9 @@ TEST_F(IMEIViewControllerTest, AttachedPhotoIsUploadedInsteadOfTheTypedText) {
   EXPECT_FALSE(screen->loadingView->isShown());
 }
 
-TEST_F(IMEIViewControllerTest, PhotoInSerialModeReportsTheSerialAddressAndCancelReportsError) {
-  bool succeed = true;
+TEST_F(IMEIViewControllerTest, PhotoInSerialModeReportsTheSerialAddressUntilRemoved) {
   screen->imageUploader = [&](const Image&, IMEIViewController::UploadCompletion done) {
-    if (succeed) {
-      done(Dictionary{{"url", "https://assets/sn.png"}}, std::nullopt);
-    } else {
-      done(std::nullopt, "connection refused");
-    }
+    done(Dictionary{{"url", "https://assets/sn.png"}}, std::nullopt);
   };
   env.picker->next = Image::encoded({1});
   send("uiBtAttachImage_TouchUpInside");
@@ -158,52 +133,18 @@ TEST_F(IMEIViewControllerTest, PhotoInSerialModeReportsTheSerialAddressAndCancel
   ASSERT_EQ(recorder->successes.size(), 1u);
   EXPECT_EQ(recorder->successes[0].serialUrl, "https://assets/sn.png");
 
-  succeed = false;
-  send("uiBtNext_TouchUpInside");
-  alert()->performAction(1);
-  EXPECT_EQ(recorder->errors, 1);
-
   // Removing the photo brings the typed text back into play.
   send("uiBtRemoveImage_TouchUpInside");
-  EXPECT_FALSE(screen->imeiImage());
   EXPECT_TRUE(screen->outlet<ImageView>("uiIvImage").hidden);
   type("SN-2");
   send("uiBtNext_TouchUpInside");
   EXPECT_EQ(recorder->successes.back().serial, "SN-2");
 }
 
-TEST_F(IMEIViewControllerTest, SettingsLinkAndCancel) {
-  const auto& description = screen->outlet<Label>("uiLbDescription");
-  EXPECT_EQ(description.link, "General / About");
-  send(description.linkAction);
-  EXPECT_EQ(env.opener->opened, std::vector<std::string>{"App-prefs:root=General&path=About"});
-  send("uiBtCancel_TouchUpInside");
-  EXPECT_EQ(recorder->cancels, 1);
-}
-
-TEST_F(IMEIViewControllerTest, HostOverridesApplyInPortugueseToo) {
-  ScreenContext context;
-  context.language = SupportedLanguage::portuguese;
-  auto custom = std::make_shared<Customization>();
-  custom->customScreens.emplace_back(
-      "imei_screen",
-      std::map<std::string, std::string>{
-          {"title", "Identifique o aparelho"}, {"text", "Veja em %1$@ > %2$@."}, {"or", ""}});
-  context.customization = custom;
-  auto portuguese = std::make_shared<IMEIViewController>(context);
-  portuguese->loadViewIfNeeded();
-  EXPECT_EQ(portuguese->outlet<Label>("uiLbTitle").text, "Identifique o aparelho");
-  EXPECT_EQ(portuguese->outlet<Label>("uiLbDescription").text,
-            "Veja em Definições > Geral / Informações.");
-  EXPECT_EQ(portuguese->outlet<Label>("uiLbOr").text,
-            Localization::copy("or", SupportedLanguage::portuguese));
-}
-
 TEST_F(IMEIViewControllerTest, WithoutAPhotoPickerThePhotoRouteIsHidden) {
   Platform p = platform();
   p.imagePicker = nullptr;
   installPlatform(p);
-  // installPlatform fills the gap from the default platform, which has no picker either.
   auto plain = std::make_shared<IMEIViewController>();
   plain->loadViewIfNeeded();
   EXPECT_TRUE(plain->outlet<Button>("uiBtAttachImage").hidden);

@@ -1,10 +1,7 @@
-// quorvel-package-host: a host that knows the SDK only through its installed package. It checks
-// two things and exits 0 when both hold:
-//  1. an argument error (an empty app ID) reaches the completion with 401 before performTests
-//     returns;
-//  2. a whole run shown in the host's own scene, driven as a person would through the virtual
-//     devices (start, the combined tests passed with the charger and the volume keys, "I couldn't
-//     complete this test" for the slide test, Finish), ends with 200 and the uploaded results.
+// quorvel-package-host: a host that knows the SDK only through its installed package. It exits 0
+// when a whole run shown in the host's own scene, driven as a person would through the virtual
+// devices (start, the combined tests passed with the charger and the volume keys, "I couldn't
+// complete this test" for the others, Finish), ends with 200 and the uploaded results.
 // Usage: quorvel-package-host --assets-host URL --api-key KEY
 #include <quorvel/QuorvelSDK.h>
 #include <quorvel/platform/HostBundle.h>
@@ -41,19 +38,10 @@ struct Options {
 };
 
 std::optional<Options> parse(int argc, char** argv) {
-  Options options;
-  for (int i = 1; i + 1 < argc; i += 2) {
-    const std::string flag = argv[i];
-    if (flag == "--assets-host") {
-      options.assetsHost = argv[i + 1];
-    } else if (flag == "--api-key") {
-      options.apiKey = argv[i + 1];
-    } else {
-      return std::nullopt;
-    }
+  if (argc != 5 || std::string(argv[1]) != "--assets-host" || std::string(argv[3]) != "--api-key") {
+    return std::nullopt;
   }
-  if (argc % 2 == 0 || options.assetsHost.empty() || options.apiKey.empty()) return std::nullopt;
-  return options;
+  return Options{argv[2], argv[4]};
 }
 
 void fail(const std::string& why) {
@@ -159,18 +147,6 @@ int main(int argc, char** argv) {
   platform.device = charger;
   installPlatform(platform);
 
-  auto& sdk = QuorvelSDK::shared();
-  std::optional<int> synchronous;
-  sdk.performTests("", options->apiKey, std::nullopt, std::nullopt, std::nullopt, nullptr,
-                   [&](std::optional<Dictionary> response) {
-                     synchronous = response ? response->value("status_code", 0) : 0;
-                   });
-  if (synchronous != 401) {
-    std::fprintf(stderr, "quorvel-package-host: an empty app ID answered %s, not 401 at once\n",
-                 synchronous ? std::to_string(*synchronous).c_str() : "nothing");
-    return 1;
-  }
-
   auto hostPage = std::make_shared<ViewController>("PackageHostPage");
   auto navigation = NavigationController::make(hostPage);
   navigation->setNavigationBarHidden(true, false);
@@ -186,18 +162,18 @@ int main(int argc, char** argv) {
   Person person(frontEnd, *charger);
 
   int exitCode = 1;
-  sdk.hideStartScreen = false;
-  sdk.performTests("package-host", options->apiKey, std::nullopt, kImei, std::nullopt, nullptr,
-                   [&](std::optional<Dictionary> response) {
-                     std::cout << (response ? response->dump(-1, ' ', false,
-                                                             Dictionary::error_handler_t::replace)
-                                            : "null")
-                               << std::endl;
-                     const bool uploaded = response && response->value("status_code", 0) == 200 &&
-                                           response->contains("uploaded_results_info");
-                     exitCode = uploaded ? 0 : 1;
-                     QCoreApplication::exit(exitCode);
-                   });
+  QuorvelSDK::shared().performTests(
+      "package-host", options->apiKey, std::nullopt, kImei, std::nullopt, nullptr,
+      [&](std::optional<Dictionary> response) {
+        std::cout << (response
+                          ? response->dump(-1, ' ', false, Dictionary::error_handler_t::replace)
+                          : "null")
+                  << std::endl;
+        const bool uploaded = response && response->value("status_code", 0) == 200 &&
+                              response->contains("uploaded_results_info");
+        exitCode = uploaded ? 0 : 1;
+        QCoreApplication::exit(exitCode);
+      });
   const int code = application.exec();
   return code != 0 ? code : exitCode;
 }

@@ -34,46 +34,34 @@ class FirstGenerationResultsTest : public SdkFixture {
 };
 
 TEST_F(FirstGenerationResultsTest, EachScreenIsFiledUnderItsResultKey) {
-  struct Case {
-    const char* resultKey;
-    std::function<void(RunController&)> report;
-  };
   const Dictionary result = {{"success", true}, {"version", "1"}};
-  const std::vector<Case> cases = {
-      {"charging",
-       [&](RunController& run) {
-         Charging_v1_ViewController screen;
-         run.Charging_v1_ViewControllerFinished(screen, result);
-       }},
-      {"buttons",
-       [&](RunController& run) {
-         Buttons_v1_ViewController screen;
-         run.Buttons_v1_ViewControllerFinished(screen, result);
-       }},
-      {"multi_touch",
-       [&](RunController& run) {
-         MultiTouch_v1_ViewController screen;
-         run.MultiTouch_v1_ViewControllerFinished(screen, result);
-       }},
-      {"device_front_video",
-       [&](RunController& run) {
-         DeviceFrontVideo_v1_ViewController screen;
-         run.DeviceFrontVideo_v1_ViewControllerFinished(screen, result);
-       }},
+  auto reportOf = [&](auto screen, auto finished) {
+    return std::function<void(RunController&)>(
+        [=](RunController& run) { (run.*finished)(*screen, result); });
   };
-  for (const auto& c : cases) {
-    SCOPED_TRACE(c.resultKey);
+  const std::vector<std::pair<const char*, std::function<void(RunController&)>>> cases = {
+      {"charging", reportOf(std::make_shared<Charging_v1_ViewController>(),
+                            &RunController::Charging_v1_ViewControllerFinished)},
+      {"buttons", reportOf(std::make_shared<Buttons_v1_ViewController>(),
+                           &RunController::Buttons_v1_ViewControllerFinished)},
+      {"multi_touch", reportOf(std::make_shared<MultiTouch_v1_ViewController>(),
+                               &RunController::MultiTouch_v1_ViewControllerFinished)},
+      {"device_front_video", reportOf(std::make_shared<DeviceFrontVideo_v1_ViewController>(),
+                                      &RunController::DeviceFrontVideo_v1_ViewControllerFinished)},
+  };
+  for (const auto& [resultKey, report] : cases) {
+    SCOPED_TRACE(resultKey);
     outcome = std::make_shared<Outcome>();
     auto run = std::make_shared<RunController>(sdk);
     // One test, so the report ends the tests and the end screen follows.
     run->performTests("app", "key", std::vector<std::string>{"multi_touch_v2"}, "490154203237518",
                       std::nullopt, nullptr, completion());
-    c.report(*run);
+    report(*run);
     settle();
     ASSERT_EQ(topInterface(), "TestsFinishedViewController");
     press("uiBtDone_TouchUpInside");
     ASSERT_TRUE(waitUntil([&] { return outcome->calls > 0; }));
-    EXPECT_EQ(outcome->response->at("tests_results"), (Dictionary{{c.resultKey, result}}));
+    EXPECT_EQ(outcome->response->at("tests_results"), (Dictionary{{resultKey, result}}));
   }
 }
 

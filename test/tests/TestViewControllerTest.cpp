@@ -56,12 +56,8 @@ TEST_F(TestViewControllerTest, HeaderButtonsAndPortraitOnEveryAppearance) {
     custom->skipTestButtonColor = Color::rgb(200, 0, 0);
     context.customization = custom;
     auto screen = c.show();
-    const auto& cancel = screen->outlet<Button>("uiBtCancel");
-    EXPECT_EQ(cancel.title, "Cancel");
-    EXPECT_EQ(cancel.titleColor, Color::rgb(0, 128, 0));
-    const auto& skip = screen->outlet<Button>("uiBtCouldntCompleteTest");
-    EXPECT_EQ(skip.title, "I couldn't complete this test");
-    EXPECT_EQ(skip.titleColor, Color::rgb(200, 0, 0));
+    EXPECT_EQ(screen->outlet<Button>("uiBtCancel").titleColor, Color::rgb(0, 128, 0));
+    EXPECT_EQ(screen->outlet<Button>("uiBtCouldntCompleteTest").titleColor, Color::rgb(200, 0, 0));
     EXPECT_EQ(screen->outlet<Label>("uiLbTestCounter").text, "Test 1/1");
     EXPECT_EQ(screen->outlet<ProgressBar>("uiStackViewProgressBar").segments,
               (std::vector<std::optional<Color>>{custom->progressBarSelectedColor}));
