@@ -21,55 +21,19 @@ class RecordingTestDelegate : public TestScreensDelegate {
     return {"buttons_v2", "charging_v2"};
   }
 
-  void Buttons_v1_ViewControllerFinished(Buttons_v1_ViewController&,
-                                         const Dictionary& results) override {
-    reports.push_back({false, results});
-  }
-  void Buttons_v1_ViewControllerCancelled(Buttons_v1_ViewController&) override {
-    reports.push_back({true, nullptr});
-  }
-  void Charging_v1_ViewControllerFinished(Charging_v1_ViewController&,
-                                          const Dictionary& result) override {
-    reports.push_back({false, result});
-  }
-  void Charging_v1_ViewControllerCancelled(Charging_v1_ViewController&) override {
-    reports.push_back({true, nullptr});
-  }
-  void MultiTouch_v1_ViewControllerFinished(MultiTouch_v1_ViewController&,
-                                            const Dictionary& result) override {
-    reports.push_back({false, result});
-  }
-  void MultiTouch_v1_ViewControllerCancelled(MultiTouch_v1_ViewController&) override {
-    reports.push_back({true, nullptr});
-  }
-  void MultiTouch_v2_ViewControllerFinished(MultiTouch_v2_ViewController&,
-                                            const Dictionary& result) override {
-    reports.push_back({false, result});
-  }
-  void MultiTouch_v2_ViewControllerCancelled(MultiTouch_v2_ViewController&) override {
-    reports.push_back({true, nullptr});
-  }
-  void MultipleTests_v2_ViewControllerFinished(MultipleTests_v2_ViewController&,
-                                               const Dictionary& result) override {
-    reports.push_back({false, result});
-  }
-  void MultipleTests_v2_ViewControllerCancelled(MultipleTests_v2_ViewController&) override {
-    reports.push_back({true, nullptr});
-  }
-  void DeviceFrontVideo_v1_ViewControllerFinished(DeviceFrontVideo_v1_ViewController&,
-                                                  const Dictionary& result) override {
-    reports.push_back({false, result});
-  }
-  void DeviceFrontVideo_v1_ViewControllerCancelled(DeviceFrontVideo_v1_ViewController&) override {
-    reports.push_back({true, nullptr});
-  }
-  void DeviceFrontVideo_v2_ViewControllerFinished(DeviceFrontVideo_v2_ViewController&,
-                                                  const Dictionary& result) override {
-    reports.push_back({false, result});
-  }
-  void DeviceFrontVideo_v2_ViewControllerCancelled(DeviceFrontVideo_v2_ViewController&) override {
-    reports.push_back({true, nullptr});
-  }
+#define QUORVEL_RECORD_REPORTS(Screen)                                \
+  void Screen##Finished(Screen&, const Dictionary& result) override { \
+    reports.push_back({false, result});                               \
+  }                                                                   \
+  void Screen##Cancelled(Screen&) override { reports.push_back({true, nullptr}); }
+  QUORVEL_RECORD_REPORTS(Buttons_v1_ViewController)
+  QUORVEL_RECORD_REPORTS(Charging_v1_ViewController)
+  QUORVEL_RECORD_REPORTS(MultiTouch_v1_ViewController)
+  QUORVEL_RECORD_REPORTS(MultiTouch_v2_ViewController)
+  QUORVEL_RECORD_REPORTS(MultipleTests_v2_ViewController)
+  QUORVEL_RECORD_REPORTS(DeviceFrontVideo_v1_ViewController)
+  QUORVEL_RECORD_REPORTS(DeviceFrontVideo_v2_ViewController)
+#undef QUORVEL_RECORD_REPORTS
 };
 
 }  // namespace quorvel::testing

@@ -83,9 +83,8 @@ TEST_P(HttpClientContract, StreamsPrefixFileAndSuffixAsOneBodyOfItsLength) {
   EXPECT_EQ(std::string(outcome->response->body.begin(), outcome->response->body.end()),
             R"({"url":"http://127.0.0.1/x"})");
   EXPECT_NE(outcome->thread, std::this_thread::get_id());
-  auto requests = server.requests();
-  ASSERT_EQ(requests.size(), 1u);
-  const auto& received = requests.front();
+  ASSERT_EQ(server.requests().size(), 1u);
+  const auto received = server.requests().front();
   EXPECT_EQ(received.body, request.bodyPrefix + content + request.bodySuffix);
   EXPECT_EQ(received.headerCount("Content-Length"), 1);
   EXPECT_EQ(received.header("Transfer-Encoding"), "");
@@ -112,6 +111,19 @@ TEST_P(HttpClientContract, CancelTimeOutAndRefusalEachEndWithAnError) {
   ASSERT_TRUE(finished());
   EXPECT_TRUE(outcome->error);
   EXPECT_FALSE(outcome->response);
+}
+
+// The declared size is what the file held when the upload was set up: a file that shrinks since
+// fails at once instead of waiting for the time-out.
+TEST_P(HttpClientContract, AFileThatShrinksFailsAtOnce) {
+  files.write("shrinking.bin", std::string(4096, 'x'));
+  HttpRequest request = post(server.origin());
+  request.bodyFile = HttpFileContent{(files.path() / "shrinking.bin").string(), 4096 + (1 << 20)};
+  request.timeout = std::chrono::minutes(5);
+  send(request);
+  ASSERT_TRUE(finished());
+  ASSERT_TRUE(outcome->error);
+  EXPECT_NE(outcome->error->find("shorter"), std::string::npos) << *outcome->error;
 }
 
 INSTANTIATE_TEST_SUITE_P(
