@@ -5,9 +5,6 @@
 
 #include <condition_variable>
 #include <filesystem>
-#include <fstream>
-#include <functional>
-#include <memory>
 #include <mutex>
 
 #include "media/FfmpegMediaExport.h"
@@ -24,10 +21,6 @@ struct MediaExportImplementation {
   std::string name;
   std::function<std::unique_ptr<MediaExport>()> make;
 };
-
-void PrintTo(const MediaExportImplementation& implementation, std::ostream* out) {
-  *out << implementation.name;
-}
 
 class MediaExportContract : public ::testing::TestWithParam<MediaExportImplementation> {
  protected:
