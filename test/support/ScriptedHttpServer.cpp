@@ -156,23 +156,15 @@ void ScriptedHttpServer::handle(int connection) {
     reply = replies_.front();
     if (replies_.size() > 1) replies_.pop_front();
   }
-  switch (reply.kind) {
-    case Reply::Kind::send:
-      sendAll(connection, reply.bytes);
-      ::shutdown(connection, SHUT_WR);
-      break;
-    case Reply::Kind::resetMidBody: {
-      sendAll(connection, reply.bytes);
-      // A zero linger time makes close() send a reset instead of an orderly end.
-      linger hard{1, 0};
-      ::setsockopt(connection, SOL_SOCKET, SO_LINGER, &hard, sizeof hard);
-      break;
-    }
-    case Reply::Kind::stall: {
-      std::unique_lock lock(mutex_);
-      stopped_.wait_for(lock, std::chrono::seconds(30), [this] { return stopping_; });
-      break;
-    }
+  if (reply.kind == Reply::Kind::stall) {
+    std::unique_lock lock(mutex_);
+    stopped_.wait_for(lock, std::chrono::seconds(30), [this] { return stopping_; });
+  } else if (sendAll(connection, reply.bytes); reply.kind == Reply::Kind::send) {
+    ::shutdown(connection, SHUT_WR);
+  } else {
+    // A zero linger time makes close() send a reset instead of an orderly end.
+    linger hard{1, 0};
+    ::setsockopt(connection, SOL_SOCKET, SO_LINGER, &hard, sizeof hard);
   }
   ::close(connection);
 }
