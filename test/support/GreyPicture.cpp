@@ -19,22 +19,16 @@ int GreyPicture::drawCode(const std::string& text, int x, int y, int moduleSize)
   const QrCode code = QrCode::encodeSegments({QrSegment::makeBytes(bytes)}, QrCode::Ecc::MEDIUM,
                                              QrCode::MIN_VERSION, QrCode::MAX_VERSION, -1, false);
   constexpr int kQuiet = 4;
-  const int modules = code.getSize() + 2 * kQuiet;
-  for (int my = 0; my < modules; ++my) {
-    for (int mx = 0; mx < modules; ++mx) {
-      const bool dark = code.getModule(mx - kQuiet, my - kQuiet);  // false outside the symbol
-      for (int py = 0; py < moduleSize; ++py) {
-        const int row = y + my * moduleSize + py;
-        if (row < 0 || row >= height) continue;
-        for (int px = 0; px < moduleSize; ++px) {
-          const int column = x + mx * moduleSize + px;
-          if (column < 0 || column >= width) continue;
-          pixels[static_cast<std::size_t>(row * rowStride + column)] = dark ? 0 : 255;
-        }
-      }
+  const int side = (code.getSize() + 2 * kQuiet) * moduleSize;
+  for (int row = std::max(y, 0); row < std::min(y + side, height); ++row) {
+    for (int column = std::max(x, 0); column < std::min(x + side, width); ++column) {
+      // getModule is false outside the symbol, so the quiet zone is light.
+      const bool dark =
+          code.getModule((column - x) / moduleSize - kQuiet, (row - y) / moduleSize - kQuiet);
+      pixels[static_cast<std::size_t>(row * rowStride + column)] = dark ? 0 : 255;
     }
   }
-  return modules * moduleSize;
+  return side;
 }
 
 void GreyPicture::mirror() {

@@ -2,12 +2,14 @@
 
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <atomic>
 #include <functional>
 #include <memory>
 #include <mutex>
 #include <string>
 #include <thread>
+#include <utility>
 #include <vector>
 
 #include "quorvel/platform/MainQueue.h"
@@ -53,28 +55,23 @@ inline void checkOrder(MainQueueDriver& driver) {
 // Delayed work runs in the order it falls due, never before its delay, and work due at the same
 // moment runs in submission order.
 inline void checkDelays(MainQueueDriver& driver) {
-  struct Run {
-    std::string name;
-    double at;
-  };
-  std::vector<Run> runs;
-  auto record = [&](std::string name) {
-    return [&runs, &driver, name] { runs.push_back({name, driver.now()}); };
-  };
-  double start = driver.now();
-  driver.queue().asyncAfter(0.12, record("late"));
-  driver.queue().asyncAfter(0.04, record("early"));
-  driver.queue().asyncAfter(0.08, record("tie-a"));
-  driver.queue().asyncAfter(0.08, record("tie-b"));
+  std::vector<std::pair<std::string, double>> runs;  // name, seconds after start
+  const double start = driver.now();
+  for (auto [name, delay] :
+       {std::pair{"late", 0.12}, {"early", 0.04}, {"tie-a", 0.08}, {"tie-b", 0.08}}) {
+    driver.queue().asyncAfter(delay, [&runs, &driver, start, name = std::string(name)] {
+      runs.emplace_back(name, driver.now() - start);
+    });
+  }
   driver.pass(0.02);
   EXPECT_TRUE(runs.empty()) << "delayed work ran before its time";
   driver.pass(0.2);
-  std::vector<std::string> order;
-  for (const auto& run : runs) order.push_back(run.name);
-  EXPECT_EQ(order, (std::vector<std::string>{"early", "tie-a", "tie-b", "late"}));
-  const std::vector<double> delays = {0.04, 0.08, 0.08, 0.12};
-  for (std::size_t i = 0; i < runs.size() && i < delays.size(); ++i) {
-    EXPECT_GE(runs[i].at - start, delays[i] - 1e-9) << runs[i].name << " ran before its time";
+  const std::vector<std::pair<std::string, double>> due = {
+      {"early", 0.04}, {"tie-a", 0.08}, {"tie-b", 0.08}, {"late", 0.12}};
+  ASSERT_EQ(runs.size(), due.size());
+  for (std::size_t i = 0; i < runs.size(); ++i) {
+    EXPECT_EQ(runs[i].first, due[i].first);
+    EXPECT_GE(runs[i].second, due[i].second - 1e-9) << runs[i].first << " ran before its time";
   }
 }
 
@@ -84,23 +81,23 @@ inline void checkCancellation(MainQueueDriver& driver) {
   int dropped = 0;
   auto cancelled = driver.queue().asyncAfter(0.03, [&] { ++dropped; });
   driver.queue().asyncAfter(0.03, [&] { ++kept; });
-  auto cancelledAtOnce = driver.queue().asyncAfter(0, [&] { ++dropped; });
-  cancelledAtOnce->cancel();
+  driver.queue().asyncAfter(0, [&] { ++dropped; })->cancel();
   driver.pass(0.01);
   cancelled->cancel();
   driver.pass(0.1);
   EXPECT_EQ(dropped, 0);
   EXPECT_EQ(kept, 1);
-  EXPECT_TRUE(cancelled->isCancelled());
 }
 
-// Work handed in from other threads all runs, on the queue's thread, each thread's in its order.
+// Work handed in from other threads all runs, on the queue's thread, each thread's plain async
+// work in its order.
 inline void checkOtherThreads(MainQueueDriver& driver) {
   constexpr int kThreads = 4;
   constexpr int kEach = 200;
   std::mutex mutex;
   std::vector<std::vector<int>> ran(kThreads);
   std::atomic<int> offQueue{0};
+  std::atomic<int> total{0};
   std::atomic<bool> askedElsewhere{true};
   std::vector<std::thread> threads;
   for (int t = 0; t < kThreads; ++t) {
@@ -110,7 +107,8 @@ inline void checkOtherThreads(MainQueueDriver& driver) {
         auto work = [&, t, i] {
           if (!driver.queue().isCurrent()) ++offQueue;
           std::lock_guard lock(mutex);
-          ran[static_cast<std::size_t>(t)].push_back(i);
+          if (i % 10 != 0) ran[static_cast<std::size_t>(t)].push_back(i);
+          ++total;
         };
         if (i % 10 == 0) {
           driver.queue().asyncAfter(0, work);
@@ -123,23 +121,11 @@ inline void checkOtherThreads(MainQueueDriver& driver) {
   for (auto& thread : threads) thread.join();
   EXPECT_TRUE(driver.queue().isCurrent());
   EXPECT_TRUE(askedElsewhere) << "isCurrent() said yes on another thread";
-  for (int round = 0; round < 50; ++round) {
-    driver.pass(0.01);
-    std::lock_guard lock(mutex);
-    std::size_t total = 0;
-    for (const auto& each : ran) total += each.size();
-    if (total == kThreads * kEach) break;
-  }
+  for (int round = 0; round < 50 && total < kThreads * kEach; ++round) driver.pass(0.01);
+  EXPECT_EQ(total, kThreads * kEach) << "work was lost";
   EXPECT_EQ(offQueue, 0) << "work ran off the queue's thread";
-  for (const auto& each : ran) {
-    ASSERT_EQ(each.size(), static_cast<std::size_t>(kEach)) << "work was lost";
-    // Plain async work keeps its thread's order.
-    std::vector<int> plain;
-    for (int i : each) {
-      if (i % 10 != 0) plain.push_back(i);
-    }
-    EXPECT_TRUE(std::is_sorted(plain.begin(), plain.end()));
-  }
+  std::lock_guard lock(mutex);
+  for (const auto& each : ran) EXPECT_TRUE(std::is_sorted(each.begin(), each.end()));
 }
 
 }  // namespace contract

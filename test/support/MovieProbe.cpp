@@ -67,26 +67,20 @@ std::optional<RgbPicture> toRgb(const AVFrame& frame) {
 }  // namespace
 
 std::uint32_t RgbPicture::at(int x, int y) const {
-  const std::uint8_t* p = &rgb[(static_cast<std::size_t>(y) * static_cast<std::size_t>(width) +
-                                static_cast<std::size_t>(x)) *
-                               3];
+  const std::uint8_t* p = &rgb[static_cast<std::size_t>((y * width + x) * 3)];
   return (std::uint32_t{p[0]} << 16) | (std::uint32_t{p[1]} << 8) | p[2];
 }
 
 std::optional<RgbPicture> firstPicture(const std::string& path) {
   InputContext input = openInput(path);
-  if (!input) return std::nullopt;
-  Frame frame = firstVideoFrame(*input);
-  if (!frame) return std::nullopt;
-  return toRgb(*frame);
+  Frame frame = input ? firstVideoFrame(*input) : nullptr;
+  return frame ? toRgb(*frame) : std::nullopt;
 }
 
 std::optional<RgbPicture> decodeStill(const std::vector<std::uint8_t>& bytes) {
   MemoryInput input(bytes);
-  if (input.format() == nullptr) return std::nullopt;
-  Frame frame = firstVideoFrame(*input.format());
-  if (!frame) return std::nullopt;
-  return toRgb(*frame);
+  Frame frame = input.format() ? firstVideoFrame(*input.format()) : nullptr;
+  return frame ? toRgb(*frame) : std::nullopt;
 }
 
 bool similarColour(std::uint32_t a, std::uint32_t b, int tolerance) {

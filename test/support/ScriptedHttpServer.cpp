@@ -59,32 +59,27 @@ ScriptedHttpServer::Reply ScriptedHttpServer::Reply::resetAfterHeaders() {
                "{\"url\": \"http://127.0.0.1/"};
 }
 
-std::string ScriptedHttpServer::Request::header(const std::string& name) const {
-  std::string wanted = lower(name) + ":";
-  std::size_t start = 0;
-  while ((start = head.find("\r\n", start)) != std::string::npos) {
-    start += 2;
-    std::size_t end = head.find("\r\n", start);
-    std::string line =
-        head.substr(start, end == std::string::npos ? std::string::npos : end - start);
-    if (lower(line).rfind(wanted, 0) == 0) {
-      std::string value = line.substr(wanted.size());
-      value.erase(0, value.find_first_not_of(' '));
-      return value;
-    }
+// The values of the header lines called name, in order.
+static std::vector<std::string> values(const std::string& head, const std::string& name) {
+  const std::string wanted = "\r\n" + lower(name) + ":";
+  const std::string text = lower(head);
+  std::vector<std::string> found;
+  for (std::size_t at = text.find(wanted); at != std::string::npos;
+       at = text.find(wanted, at + 1)) {
+    const std::size_t start =
+        std::min(head.find_first_not_of(' ', at + wanted.size()), head.size());
+    found.push_back(head.substr(start, head.find("\r\n", start) - start));
   }
-  return "";
+  return found;
+}
+
+std::string ScriptedHttpServer::Request::header(const std::string& name) const {
+  auto found = values(head, name);
+  return found.empty() ? "" : found.front();
 }
 
 int ScriptedHttpServer::Request::headerCount(const std::string& name) const {
-  std::string wanted = "\r\n" + lower(name) + ":";
-  std::string text = lower(head);
-  int count = 0;
-  for (std::size_t at = text.find(wanted); at != std::string::npos;
-       at = text.find(wanted, at + 1)) {
-    ++count;
-  }
-  return count;
+  return static_cast<int>(values(head, name).size());
 }
 
 ScriptedHttpServer::ScriptedHttpServer() {
@@ -161,23 +156,15 @@ void ScriptedHttpServer::handle(int connection) {
     reply = replies_.front();
     if (replies_.size() > 1) replies_.pop_front();
   }
-  switch (reply.kind) {
-    case Reply::Kind::send:
-      sendAll(connection, reply.bytes);
-      ::shutdown(connection, SHUT_WR);
-      break;
-    case Reply::Kind::resetMidBody: {
-      sendAll(connection, reply.bytes);
-      // A zero linger time makes close() send a reset instead of an orderly end.
-      linger hard{1, 0};
-      ::setsockopt(connection, SOL_SOCKET, SO_LINGER, &hard, sizeof hard);
-      break;
-    }
-    case Reply::Kind::stall: {
-      std::unique_lock lock(mutex_);
-      stopped_.wait_for(lock, std::chrono::seconds(30), [this] { return stopping_; });
-      break;
-    }
+  if (reply.kind == Reply::Kind::stall) {
+    std::unique_lock lock(mutex_);
+    stopped_.wait_for(lock, std::chrono::seconds(30), [this] { return stopping_; });
+  } else if (sendAll(connection, reply.bytes); reply.kind == Reply::Kind::send) {
+    ::shutdown(connection, SHUT_WR);
+  } else {
+    // A zero linger time makes close() send a reset instead of an orderly end.
+    linger hard{1, 0};
+    ::setsockopt(connection, SOL_SOCKET, SO_LINGER, &hard, sizeof hard);
   }
   ::close(connection);
 }

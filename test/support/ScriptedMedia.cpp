@@ -41,10 +41,8 @@ void ScriptedCamera::Record::stop(ScriptedCamera& camera) {
 void ScriptedCamera::Record::stopRecording(ScriptedCamera& camera) {
   if (!recording) return;
   recording = false;
-  std::optional<std::string> error = camera.recordingError;
-  if (!error) std::ofstream(recordingPath, std::ios::binary) << "movie from the mirror";
-  camera.queue_->async([done = std::move(finished), error] { done(error); });
-  finished = nullptr;
+  std::ofstream(recordingPath, std::ios::binary) << "movie from the mirror";
+  camera.queue_->async([done = std::exchange(finished, nullptr)] { done(std::nullopt); });
 }
 
 std::shared_ptr<CameraSession> ScriptedCamera::begin(
@@ -87,21 +85,17 @@ bool ScriptedCamera::sees(std::vector<std::string> codes) {
 
 void ScriptedMediaExport::exportMP4(const std::string& moviePath, const std::string& mp4Path,
                                     std::function<void(std::optional<std::string>)> completion) {
-  exports.emplace_back(moviePath, mp4Path);
   std::error_code error;
-  if (fails || !std::filesystem::copy_file(
-                   moviePath, mp4Path, std::filesystem::copy_options::overwrite_existing, error)) {
-    completion(fails ? "the exporter was told to fail" : error.message());
-    return;
-  }
-  completion(std::nullopt);
+  if (fails) return completion("the exporter was told to fail");
+  std::filesystem::copy_file(moviePath, mp4Path, std::filesystem::copy_options::overwrite_existing,
+                             error);
+  completion(error ? std::optional(error.message()) : std::nullopt);
 }
 
 std::optional<Image> ScriptedMediaExport::thumbnail(const std::string& moviePath) {
   std::ifstream file(moviePath, std::ios::binary);
   if (!file) return std::nullopt;
-  std::vector<std::uint8_t> bytes(std::istreambuf_iterator<char>(file), {});
-  return Image::encoded(std::move(bytes));
+  return Image::encoded(std::vector<std::uint8_t>(std::istreambuf_iterator<char>(file), {}));
 }
 
 void RecordingAudioPlayer::playAsset(const std::string& assetName,
@@ -116,56 +110,24 @@ void RecordingAudioPlayer::playFile(const std::string& path, std::function<void(
 
 void RecordingAudioPlayer::play(const std::string& name, bool exists,
                                 std::function<void(bool)> finished) {
-  finishCurrent(false);
-  if (!exists) {
-    queue_->async([finished] { finished(false); });
-    return;
+  if (exists) {
+    auto* manual = dynamic_cast<ManualMainQueue*>(playing_.queue_.get());
+    played.push_back({name, manual ? manual->now() : 0});
   }
-  auto* manual = dynamic_cast<ManualMainQueue*>(queue_.get());
-  played.push_back({name, manual ? manual->now() : 0});
-  current_ = std::move(finished);
-  end_ = queue_->asyncAfter(1.0, [this] {
-    end_ = nullptr;
-    finishCurrent(true);
-  });
-}
-
-void RecordingAudioPlayer::stop() { finishCurrent(false); }
-
-void RecordingAudioPlayer::finishCurrent(bool successfully) {
-  if (end_) end_->cancel();
-  end_ = nullptr;
-  if (!current_) return;
-  queue_->async([done = std::move(current_), successfully] { done(successfully); });
-  current_ = nullptr;
-}
-
-void RecordingVideoPlayback::play(const std::string& moviePath, Closed closed) {
-  closeCurrent("");
-  played.push_back(moviePath);
-  current_ = std::move(closed);
-  if (!std::filesystem::exists(moviePath)) {
-    closeCurrent("no movie at " + moviePath);
-    return;
-  }
-  end_ = queue_->asyncAfter(1.0, [this] {
-    end_ = nullptr;
-    closeCurrent("");
-  });
-}
-
-void RecordingVideoPlayback::closeCurrent(const std::string& problem) {
-  if (end_) end_->cancel();
-  end_ = nullptr;
-  if (!current_) return;
-  queue_->async([closed = std::move(current_), problem] { closed(problem); });
-  current_ = nullptr;
+  playing_.start(std::move(finished), true);
+  if (!exists) playing_.end(false);
 }
 
 std::vector<std::string> RecordingAudioPlayer::names() const {
   std::vector<std::string> result;
   for (const auto& each : played) result.push_back(each.name);
   return result;
+}
+
+void RecordingVideoPlayback::play(const std::string& moviePath, Closed closed) {
+  played.push_back(moviePath);
+  playing_.start(std::move(closed), "");
+  if (!std::filesystem::exists(moviePath)) playing_.end("no movie at " + moviePath);
 }
 
 }  // namespace quorvel::testing

@@ -36,8 +36,6 @@ class ScriptedCamera : public Camera {
 
   // false: the device has no usable front camera.
   bool present = true;
-  // The error the next recording reports when it ends.
-  std::optional<std::string> recordingError;
   // Every session started, oldest first.
   std::vector<std::shared_ptr<Record>> sessions;
 
@@ -58,23 +56,49 @@ class ScriptedCamera : public Camera {
   std::shared_ptr<MainQueue> queue_;
 };
 
-// Export as a copy of the movie (or a failure the test asks for); the thumbnail is a file's first
+// Export as a copy of the movie (or a failure the test asks for); the thumbnail is a file's
 // bytes, so a test can tell which file it came from.
 class ScriptedMediaExport : public MediaExport {
  public:
   bool fails = false;
-  std::vector<std::pair<std::string, std::string>> exports;
 
   void exportMP4(const std::string& moviePath, const std::string& mp4Path,
                  std::function<void(std::optional<std::string>)> completion) override;
   std::optional<Image> thumbnail(const std::string& moviePath) override;
 };
 
+// One thing playing at a time for a second by the main queue's clock; it ends with an answer on
+// the queue, when its second is over or when something takes its place.
+template <class Answer>
+class OnePlaying {
+ public:
+  explicit OnePlaying(std::shared_ptr<MainQueue> queue) : queue_(std::move(queue)) {}
+  ~OnePlaying() {
+    if (timer_) timer_->cancel();
+  }
+
+  void start(std::function<void(Answer)> done, Answer atTheEnd) {
+    end(Answer{});
+    done_ = std::move(done);
+    timer_ = queue_->asyncAfter(1.0, [this, atTheEnd] { end(atTheEnd); });
+  }
+  void end(Answer answer) {
+    if (timer_) timer_->cancel();
+    timer_ = nullptr;
+    if (done_) queue_->async([done = std::exchange(done_, nullptr), answer] { done(answer); });
+  }
+  std::shared_ptr<MainQueue> queue_;
+
+ private:
+  std::function<void(Answer)> done_;
+  std::shared_ptr<WorkItem> timer_;
+};
+
 // Writes down what is played and when, by the main queue's clock. Every sound of the bundle lasts
 // a second; other names and files that are not there fail.
 class RecordingAudioPlayer : public AudioPlayer {
  public:
-  explicit RecordingAudioPlayer(std::shared_ptr<MainQueue> queue) : queue_(std::move(queue)) {}
+  explicit RecordingAudioPlayer(std::shared_ptr<MainQueue> queue) : playing_(std::move(queue)) {}
 
   struct Played {
     std::string name;
@@ -89,17 +113,14 @@ class RecordingAudioPlayer : public AudioPlayer {
 
   void playAsset(const std::string& assetName, std::function<void(bool)> finished) override;
   void playFile(const std::string& path, std::function<void(bool)> finished) override;
-  void stop() override;
+  void stop() override { playing_.end(false); }
   double currentTime() const override { return 0; }
 
   std::vector<std::string> names() const;
 
  private:
   void play(const std::string& name, bool exists, std::function<void(bool)> finished);
-  void finishCurrent(bool successfully);
-  std::shared_ptr<MainQueue> queue_;
-  std::function<void(bool)> current_;
-  std::shared_ptr<WorkItem> end_;
+  OnePlaying<bool> playing_;
 };
 
 // Writes down the movies played. A movie that is there plays for a second by the main queue's
@@ -107,18 +128,15 @@ class RecordingAudioPlayer : public AudioPlayer {
 class RecordingVideoPlayback : public VideoPlayback {
  public:
   using Closed = std::function<void(const std::string& problem)>;
-  explicit RecordingVideoPlayback(std::shared_ptr<MainQueue> queue) : queue_(std::move(queue)) {}
+  explicit RecordingVideoPlayback(std::shared_ptr<MainQueue> queue) : playing_(std::move(queue)) {}
 
   std::vector<std::string> played;
   void play(const std::string& moviePath, Closed closed) override;
   // The person closes the player.
-  void close() { closeCurrent(""); }
+  void close() { playing_.end(""); }
 
  private:
-  void closeCurrent(const std::string& problem);
-  std::shared_ptr<MainQueue> queue_;
-  Closed current_;
-  std::shared_ptr<WorkItem> end_;
+  OnePlaying<std::string> playing_;
 };
 
 }  // namespace quorvel::testing

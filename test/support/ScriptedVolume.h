@@ -1,5 +1,6 @@
 #pragma once
 
+#include <algorithm>
 #include <memory>
 
 #include "quorvel/platform/TrackedAudioSession.h"
@@ -19,11 +20,13 @@ struct ScriptedVolume {
   void pressUp() { press(kStep); }
   void pressDown() { press(-kStep); }
   // A change that the system or another app made, not the keys.
-  void systemChange(float level);
+  void systemChange(float to) { reportVolumeChange(*events, *session, {to, false}); }
   float level() const { return session->outputVolume(); }
 
  private:
-  void press(float step);
+  void press(float step) {
+    reportVolumeChange(*events, *session, {std::clamp(level() + step, 0.0f, 1.0f), true});
+  }
 };
 
 }  // namespace quorvel::testing

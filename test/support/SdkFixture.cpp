@@ -5,7 +5,6 @@
 
 #include "backend/AssetUploaderWebService.h"
 #include "quorvel/ui/Application.h"
-#include "quorvel/ui/LoadingView.h"
 
 namespace quorvel::testing {
 
@@ -21,13 +20,13 @@ void resetSettings(QuorvelSDK& sdk) {
 
 }  // namespace
 
+// Also runs again within a test, to start over as a fresh process.
 void SdkFixture::SetUp() {
   env = TestPlatform{};
   outcome = std::make_shared<Outcome>();
   window.reset();
   hostNavigation.reset();
   hostRoot.reset();
-  hostDetail.reset();
   documents = std::make_unique<TemporaryTree>("quorvel-documents");
   env.device->documents = documents->path().string();
   env.install();
@@ -42,19 +41,17 @@ void SdkFixture::TearDown() {
 
 bool SdkFixture::waitUntil(const std::function<bool()>& done) {
   auto deadline = std::chrono::steady_clock::now() + std::chrono::seconds(10);
-  for (;;) {
-    settle();
-    if (done()) return true;
+  for (settle(); !done(); settle()) {
     if (std::chrono::steady_clock::now() > deadline) return false;
     std::this_thread::sleep_for(std::chrono::milliseconds(2));
   }
+  return true;
 }
 
 void SdkFixture::hostWithNavigation() {
   hostRoot = std::make_shared<ViewController>("HostHome");
-  hostDetail = std::make_shared<ViewController>("HostDetail");
   hostNavigation = NavigationController::make(hostRoot);
-  hostNavigation->pushViewController(hostDetail, false);
+  hostNavigation->pushViewController(std::make_shared<ViewController>("HostDetail"), false);
   window = std::make_shared<Window>(hostNavigation);
   env.application->makeKeyWindow(window);
 }
@@ -72,8 +69,7 @@ void SdkFixture::hostWithoutKeyWindow() {
 }
 
 SdkFixture::Completion SdkFixture::completion() {
-  auto shared = outcome;
-  return [shared](std::optional<Dictionary> response) {
+  return [shared = outcome](std::optional<Dictionary> response) {
     ++shared->calls;
     shared->response = std::move(response);
   };
@@ -105,9 +101,8 @@ std::string SdkFixture::topInterface() const {
 std::vector<std::string> SdkFixture::stack() const {
   std::vector<std::string> names;
   if (auto stackShown = navigation()) {
-    for (const auto& screen : stackShown->viewControllers()) {
+    for (const auto& screen : stackShown->viewControllers())
       names.push_back(screen->interfaceName());
-    }
   }
   return names;
 }

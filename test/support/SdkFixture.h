@@ -57,7 +57,6 @@ class SdkFixture : public ::testing::Test {
   std::shared_ptr<Window> window;
   std::shared_ptr<NavigationController> hostNavigation;
   std::shared_ptr<ViewController> hostRoot;
-  std::shared_ptr<ViewController> hostDetail;
   std::shared_ptr<Outcome> outcome = std::make_shared<Outcome>();
   // The host's documents folder, fresh for every test.
   std::unique_ptr<TemporaryTree> documents;

@@ -6,6 +6,8 @@ extern "C" {
 
 #include <stdexcept>
 
+#include "support/MovieProbe.h"
+
 namespace quorvel::testing {
 
 std::vector<std::uint8_t> makePng(int width, int height) {
@@ -43,24 +45,8 @@ std::vector<std::uint8_t> makePng(int width, int height) {
 }
 
 ImageSize decodedSize(const std::vector<std::uint8_t>& bytes) {
-  AVCodecID id = (bytes.size() > 2 && bytes[0] == 0xFF && bytes[1] == 0xD8) ? AV_CODEC_ID_MJPEG
-                                                                            : AV_CODEC_ID_PNG;
-  const AVCodec* codec = avcodec_find_decoder(id);
-  AVCodecContext* context = avcodec_alloc_context3(codec);
-  AVPacket* packet = av_packet_alloc();
-  AVFrame* frame = av_frame_alloc();
-  ImageSize size;
-  if (avcodec_open2(context, codec, nullptr) == 0 &&
-      av_new_packet(packet, static_cast<int>(bytes.size())) == 0) {
-    std::copy(bytes.begin(), bytes.end(), packet->data);
-    if (avcodec_send_packet(context, packet) == 0 && avcodec_receive_frame(context, frame) == 0) {
-      size = {frame->width, frame->height};
-    }
-  }
-  av_frame_free(&frame);
-  av_packet_free(&packet);
-  avcodec_free_context(&context);
-  return size;
+  auto picture = decodeStill(bytes);
+  return picture ? ImageSize{picture->width, picture->height} : ImageSize{};
 }
 
 }  // namespace quorvel::testing

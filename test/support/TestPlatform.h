@@ -1,5 +1,6 @@
 #pragma once
 
+#include <algorithm>
 #include <memory>
 #include <mutex>
 #include <string>
@@ -25,9 +26,17 @@ class CapturingLog : public Log {
     std::lock_guard lock(mutex_);
     return lines_;
   }
-  bool contains(std::string_view line) const;
+  bool contains(std::string_view line) const {
+    auto all = lines();
+    return std::find(all.begin(), all.end(), line) != all.end();
+  }
   // Index of the first line that starts with prefix, or -1.
-  long indexOf(std::string_view prefix) const;
+  long indexOf(std::string_view prefix) const {
+    auto all = lines();
+    auto it =
+        std::find_if(all.begin(), all.end(), [&](auto& l) { return l.rfind(prefix, 0) == 0; });
+    return it == all.end() ? -1 : static_cast<long>(it - all.begin());
+  }
   void clear() {
     std::lock_guard lock(mutex_);
     lines_.clear();
@@ -95,7 +104,27 @@ struct TestPlatform {
   std::shared_ptr<RecordingVideoPlayback> videoPlayer =
       std::make_shared<RecordingVideoPlayback>(queue);
 
-  void install();
+  // HTTP, images and types stay real (loopback, FFmpeg, shared-mime-info); the rest is scripted.
+  void install() {
+    Platform p;
+    p.mainQueue = queue;
+    p.clock = clock;
+    p.log = log;
+    p.hostBundle = host;
+    p.device = device;
+    p.imagePicker = picker;
+    p.urlOpener = opener;
+    p.application = application;
+    p.volumeEvents = volume.events;
+    p.audioSession = volume.session;
+    p.screenshotEvents = screenshots;
+    p.camera = camera;
+    p.mediaExport = mediaExport;
+    p.audioPlayer = sounds;
+    p.videoPlayback = videoPlayer;
+    p.audioRecorder = recorder;
+    installPlatform(p);
+  }
   void setHostInfo(Dictionary info) { host = std::make_shared<StaticHostBundle>(std::move(info)); }
   // Points every environment's assets host at origin and installs the platform again.
   void setAssetsHost(const std::string& origin) {

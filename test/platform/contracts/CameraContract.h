@@ -45,51 +45,34 @@ inline void PrintTo(const CameraImplementation& implementation, std::ostream* ou
 
 namespace contract {
 
-// Held weakly by callbacks, which may wait in the queue itself.
-inline bool onQueue(const std::weak_ptr<MainQueue>& queue) {
-  auto alive = queue.lock();
-  return alive && alive->isCurrent();
-}
-
-// Counts a recording's finished calls and where they ran. The callback shares the counts, so a
-// late call after a failed check touches nothing that is gone.
-struct Finished {
+// Counts a callback's calls and those off the camera's main queue, keeping the last argument. The
+// callback shares the counts, so a late call after a failed check touches nothing that is gone.
+template <class Value>
+struct Calls {
   struct Counts {
     int calls = 0;
     int offQueue = 0;
-    std::optional<std::string> error;
+    Value last{};
   };
   std::shared_ptr<Counts> counts = std::make_shared<Counts>();
 
-  std::function<void(std::optional<std::string>)> callback(CameraDriver& driver) const {
-    return [counts = counts,
-            queue = std::weak_ptr<MainQueue>(driver.queue())](std::optional<std::string> error) {
+  template <class Argument>
+  std::function<void(Argument)> callback(CameraDriver& driver) const {
+    return [counts = counts, queue = std::weak_ptr<MainQueue>(driver.queue())](Argument value) {
+      auto alive = queue.lock();
       ++counts->calls;
-      if (!onQueue(queue)) ++counts->offQueue;
-      counts->error = std::move(error);
+      if (!alive || !alive->isCurrent()) ++counts->offQueue;
+      counts->last = value;
     };
   }
   int calls() const { return counts->calls; }
 };
-
-// Counts a scanning session's reports and where they ran.
-struct Reports {
-  struct Counts {
-    int calls = 0;
-    int offQueue = 0;
-    std::vector<std::string> codes;
-  };
-  std::shared_ptr<Counts> counts = std::make_shared<Counts>();
-
-  std::function<void(const std::vector<std::string>&)> callback(CameraDriver& driver) const {
-    return [counts = counts, queue = std::weak_ptr<MainQueue>(driver.queue())](
-               const std::vector<std::string>& codes) {
-      ++counts->calls;
-      if (!onQueue(queue)) ++counts->offQueue;
-      counts->codes = codes;
-    };
-  }
-  int calls() const { return counts->calls; }
+using Codes = std::vector<std::string>;
+struct Reports : Calls<Codes> {
+  auto callback(CameraDriver& d) const { return Calls::callback<const Codes&>(d); }
+};
+struct Finished : Calls<std::optional<std::string>> {
+  auto callback(CameraDriver& d) const { return Calls::callback<std::optional<std::string>>(d); }
 };
 
 inline bool nonEmptyFile(const std::string& path) {
@@ -99,7 +82,7 @@ inline bool nonEmptyFile(const std::string& path) {
 
 // "No camera" is both kinds of session being null; otherwise both kinds exist.
 inline void checkSessionsOrNone(CameraDriver& driver) {
-  auto scanning = driver.camera().startScanning([](const std::vector<std::string>&) {});
+  auto scanning = driver.camera().startScanning([](const Codes&) {});
   auto capture = driver.camera().startCapture(false);
   EXPECT_EQ(scanning == nullptr, capture == nullptr)
       << "a camera that scans must also capture, and one without a camera does neither";
@@ -113,12 +96,11 @@ inline void checkCodesOnTheMainQueue(CameraDriver& driver) {
   auto session = driver.camera().startScanning(reports.callback(driver));
   if (!session) return;
   EXPECT_EQ(reports.calls(), 0) << "codes reported before startScanning returned";
-  ASSERT_TRUE(driver.runUntil([&] { return reports.calls() > 0; })) << "no code was read";
-  EXPECT_EQ(reports.counts->codes, std::vector<std::string>{"QRVL:contract:1"});
-  driver.show("QRVL:contract:2");
-  EXPECT_TRUE(driver.runUntil([&] {
-    return reports.counts->codes == std::vector<std::string>{"QRVL:contract:2"};
-  })) << "a new code in view was not read";
+  for (const char* code : {"QRVL:contract:1", "QRVL:contract:2"}) {
+    driver.show(code);
+    EXPECT_TRUE(driver.runUntil([&] { return reports.counts->last == Codes{code}; }))
+        << code << " in view was not read";
+  }
   session->stop();
   session->stop();
   const int calls = reports.calls();
@@ -142,10 +124,9 @@ inline void checkOneSessionAtATime(CameraDriver& driver) {
 
   auto second = driver.camera().startCapture(false);
   ASSERT_TRUE(second);
-  Finished refused;
+  Finished refused, recorded;
   EXPECT_FALSE(first->startRecording(driver.moviePath("ended.mov"), refused.callback(driver)))
       << "a session that a newer one ended still records";
-  Finished recorded;
   EXPECT_TRUE(second->startRecording(driver.moviePath("second.mov"), recorded.callback(driver)));
   driver.pass(0.3);
   second->stop();
@@ -156,56 +137,51 @@ inline void checkOneSessionAtATime(CameraDriver& driver) {
 }
 
 // Only a running capture session that is not recording starts a recording; finished comes once,
-// on the main queue, after the file is complete, however the recording ends.
+// on the main queue, after the file is complete, however the recording ends (stopRecording, stop
+// or release).
 inline void checkRecordings(CameraDriver& driver) {
   driver.show("QRVL:contract:recording");
-  auto scanning = driver.camera().startScanning([](const std::vector<std::string>&) {});
+  auto scanning = driver.camera().startScanning([](const Codes&) {});
   if (!scanning) return;
   Finished never;
-  EXPECT_FALSE(scanning->startRecording(driver.moviePath("scanning.mov"), never.callback(driver)))
-      << "a scanning session records";
-
+  auto refuse = [&](CameraSession& session, const char* why) {
+    EXPECT_FALSE(session.startRecording(driver.moviePath("refused.mov"), never.callback(driver)))
+        << why;
+  };
+  refuse(*scanning, "a scanning session records");
   auto capture = driver.camera().startCapture(true);
   ASSERT_TRUE(capture) << "a camera that scans must also capture";
   capture->stopRecording();  // none runs: nothing happens
-  const std::string movie = driver.moviePath("first.mov");
-  Finished first;
-  ASSERT_TRUE(capture->startRecording(movie, first.callback(driver)));
-  EXPECT_FALSE(capture->startRecording(driver.moviePath("twice.mov"), never.callback(driver)))
-      << "a second recording started while one runs";
+
+  const std::string movies[] = {driver.moviePath("stopped-recording.mov"),
+                                driver.moviePath("stopped.mov"), driver.moviePath("released.mov")};
+  Finished finished[3];
+  ASSERT_TRUE(capture->startRecording(movies[0], finished[0].callback(driver)));
+  refuse(*capture, "a second recording started while one runs");
   driver.pass(0.6);
   capture->stopRecording();
   capture->stopRecording();
-  EXPECT_TRUE(driver.runUntil([&] { return first.calls() > 0; })) << "finished never ran";
-  EXPECT_EQ(first.counts->error, std::nullopt);
-  EXPECT_TRUE(nonEmptyFile(movie)) << "finished ran before the movie was written";
+  EXPECT_TRUE(driver.runUntil([&] { return finished[0].calls() > 0; })) << "finished never ran";
+  EXPECT_EQ(finished[0].counts->last, std::nullopt);
+  EXPECT_TRUE(nonEmptyFile(movies[0])) << "finished ran before the movie was written";
 
-  // Stopping the session ends its recording too; released sessions end theirs.
-  Finished stopped;
-  const std::string stoppedMovie = driver.moviePath("stopped.mov");
-  ASSERT_TRUE(capture->startRecording(stoppedMovie, stopped.callback(driver)));
+  ASSERT_TRUE(capture->startRecording(movies[1], finished[1].callback(driver)));
   driver.pass(0.3);
   capture->stop();
   capture->stopRecording();
-  EXPECT_FALSE(capture->startRecording(driver.moviePath("after.mov"), never.callback(driver)))
-      << "a stopped session records";
-  Finished released;
-  const std::string releasedMovie = driver.moviePath("released.mov");
+  refuse(*capture, "a stopped session records");
   auto other = driver.camera().startCapture(false);
-  ASSERT_TRUE(other && other->startRecording(releasedMovie, released.callback(driver)));
+  ASSERT_TRUE(other && other->startRecording(movies[2], finished[2].callback(driver)));
   driver.pass(0.3);
   other.reset();
-  EXPECT_TRUE(driver.runUntil([&] { return stopped.calls() > 0 && released.calls() > 0; }));
-  EXPECT_TRUE(nonEmptyFile(stoppedMovie));
-  EXPECT_TRUE(nonEmptyFile(releasedMovie));
-
+  EXPECT_TRUE(driver.runUntil([&] { return finished[1].calls() > 0 && finished[2].calls() > 0; }));
   driver.pass(0.3);
-  EXPECT_EQ(first.calls(), 1);
-  EXPECT_EQ(stopped.calls(), 1);
-  EXPECT_EQ(released.calls(), 1);
+  for (int i = 0; i < 3; ++i) {
+    EXPECT_TRUE(nonEmptyFile(movies[i])) << movies[i];
+    EXPECT_EQ(finished[i].calls(), 1) << movies[i];
+    EXPECT_EQ(finished[i].counts->offQueue, 0) << "finished ran off the main queue";
+  }
   EXPECT_EQ(never.calls(), 0) << "finished ran for a recording that was refused";
-  EXPECT_EQ(first.counts->offQueue + stopped.counts->offQueue + released.counts->offQueue, 0)
-      << "finished ran off the main queue";
 }
 
 }  // namespace contract

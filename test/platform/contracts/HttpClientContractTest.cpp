@@ -1,10 +1,6 @@
 #include <gtest/gtest.h>
 
-#include <chrono>
-#include <condition_variable>
-#include <functional>
-#include <memory>
-#include <mutex>
+#include <future>
 #include <thread>
 
 #include "curl/CurlHttpClient.h"
@@ -23,44 +19,37 @@ struct HttpClientImplementation {
 };
 
 // What every HttpClient must do against a loopback peer: stream a body in one piece with its
-// length, and end with an error on cancel, time-out and refusal, always on its own thread.
+// length, and end with an error on cancel, time-out, refusal and a file that shrank, always once
+// and on its own thread.
 class HttpClientContract : public ::testing::TestWithParam<HttpClientImplementation> {
  protected:
   struct Outcome {
-    std::mutex mutex;
-    std::condition_variable changed;
-    bool done = false;
     std::optional<HttpResponse> response;
     std::optional<std::string> error;
     std::thread::id thread;
   };
 
-  std::shared_ptr<HttpTask> send(HttpRequest request) {
-    return client->send(std::move(request), [outcome = outcome](std::optional<HttpResponse> r,
-                                                                std::optional<std::string> e) {
-      std::lock_guard lock(outcome->mutex);
-      outcome->response = std::move(r);
-      outcome->error = std::move(e);
-      outcome->thread = std::this_thread::get_id();
-      outcome->done = true;
-      outcome->changed.notify_all();
+  // Sends a post to origin (the peer's by default), changed by change.
+  std::shared_ptr<HttpTask> send(const std::function<void(HttpRequest&)>& change = nullptr,
+                                 const std::string& origin = "") {
+    HttpRequest request;
+    request.url = (origin.empty() ? server.origin() : origin) + "/v3/applications/app/asset-upload";
+    request.headers = {{"Expect", ""}};
+    if (change) change(request);
+    auto promise = std::make_shared<std::promise<Outcome>>();
+    pending = promise->get_future();
+    return client->send(std::move(request), [promise](auto response, auto error) {
+      promise->set_value({std::move(response), std::move(error), std::this_thread::get_id()});
     });
   }
-
-  bool finished() {
-    std::unique_lock lock(outcome->mutex);
-    return outcome->changed.wait_for(lock, std::chrono::seconds(10), [&] { return outcome->done; });
-  }
-
-  HttpRequest post(const std::string& origin) {
-    HttpRequest request;
-    request.url = origin + "/v3/applications/app/asset-upload";
-    request.headers = {{"Expect", ""}};
-    return request;
+  // The outcome of the last send, or nothing after ten seconds.
+  std::optional<Outcome> outcome() {
+    if (pending.wait_for(std::chrono::seconds(10)) != std::future_status::ready) return {};
+    return pending.get();
   }
 
   std::shared_ptr<HttpClient> client = GetParam().make();
-  std::shared_ptr<Outcome> outcome = std::make_shared<Outcome>();
+  std::future<Outcome> pending;
   ScriptedHttpServer server;
   TemporaryTree files{"quorvel-http-contract"};
 };
@@ -70,48 +59,57 @@ TEST_P(HttpClientContract, StreamsPrefixFileAndSuffixAsOneBodyOfItsLength) {
   std::string content(300000, '\0');
   for (std::size_t i = 0; i < content.size(); ++i) content[i] = static_cast<char>(i * 7);
   files.write("content.bin", content);
-  HttpRequest request = post(server.origin());
-  request.bodyPrefix = "--b\r\nhead\r\n\r\n";
-  request.bodyFile = HttpFileContent{(files.path() / "content.bin").string(), content.size()};
-  request.bodySuffix = "\r\n--b--\r\n";
-  request.headers.emplace_back("Content-Length", std::to_string(request.contentLength()));
-  send(request);
-  ASSERT_TRUE(finished());
-  EXPECT_FALSE(outcome->error);
-  ASSERT_TRUE(outcome->response);
-  EXPECT_EQ(outcome->response->statusCode, 201);
-  EXPECT_EQ(std::string(outcome->response->body.begin(), outcome->response->body.end()),
+  send([&](HttpRequest& request) {
+    request.bodyPrefix = "--b\r\nhead\r\n\r\n";
+    request.bodyFile = HttpFileContent{(files.path() / "content.bin").string(), content.size()};
+    request.bodySuffix = "\r\n--b--\r\n";
+    request.headers.emplace_back("Content-Length", std::to_string(request.contentLength()));
+  });
+  auto got = outcome();
+  ASSERT_TRUE(got && got->response);
+  EXPECT_FALSE(got->error);
+  EXPECT_EQ(got->response->statusCode, 201);
+  EXPECT_EQ(std::string(got->response->body.begin(), got->response->body.end()),
             R"({"url":"http://127.0.0.1/x"})");
-  EXPECT_NE(outcome->thread, std::this_thread::get_id());
-  auto requests = server.requests();
-  ASSERT_EQ(requests.size(), 1u);
-  const auto& received = requests.front();
-  EXPECT_EQ(received.body, request.bodyPrefix + content + request.bodySuffix);
+  EXPECT_NE(got->thread, std::this_thread::get_id());
+  ASSERT_EQ(server.requests().size(), 1u);
+  const auto received = server.requests().front();
+  EXPECT_EQ(received.body, "--b\r\nhead\r\n\r\n" + content + "\r\n--b--\r\n");
   EXPECT_EQ(received.headerCount("Content-Length"), 1);
   EXPECT_EQ(received.header("Transfer-Encoding"), "");
 }
 
-TEST_P(HttpClientContract, CancelTimeOutAndRefusalEachEndWithAnError) {
+TEST_P(HttpClientContract, CancelTimeOutRefusalAndAShrunkFileEachEndWithAnError) {
   server.script({Reply::stall()});
-  auto task = send(post(server.origin()));
+  auto task = send();
   while (server.requests().empty()) std::this_thread::sleep_for(std::chrono::milliseconds(5));
   task->cancel();
-  ASSERT_TRUE(finished()) << "cancel did not end a stalled request";
-  EXPECT_EQ(outcome->error, std::optional<std::string>("cancelled"));
-  EXPECT_FALSE(outcome->response);
+  auto cancelled = outcome();
+  ASSERT_TRUE(cancelled) << "cancel did not end a stalled request";
+  EXPECT_EQ(cancelled->error, std::optional<std::string>("cancelled"));
+  EXPECT_FALSE(cancelled->response);
 
-  outcome = std::make_shared<Outcome>();
-  HttpRequest slow = post(server.origin());
-  slow.timeout = std::chrono::milliseconds(300);
-  send(slow);
-  ASSERT_TRUE(finished()) << "the time-out never fired";
-  EXPECT_TRUE(outcome->error);
+  send([](HttpRequest& request) { request.timeout = std::chrono::milliseconds(300); });
+  auto timedOut = outcome();
+  ASSERT_TRUE(timedOut) << "the time-out never fired";
+  EXPECT_TRUE(timedOut->error);
 
-  outcome = std::make_shared<Outcome>();
-  send(post("http://127.0.0.1:" + std::to_string(ScriptedHttpServer::closedPort())));
-  ASSERT_TRUE(finished());
-  EXPECT_TRUE(outcome->error);
-  EXPECT_FALSE(outcome->response);
+  send(nullptr, "http://127.0.0.1:" + std::to_string(ScriptedHttpServer::closedPort()));
+  auto refused = outcome();
+  ASSERT_TRUE(refused);
+  EXPECT_TRUE(refused->error);
+  EXPECT_FALSE(refused->response);
+
+  // The declared size is what the file held when the upload was set up: a file that shrank
+  // since fails at once instead of waiting for the time-out.
+  files.write("shrinking.bin", std::string(4096, 'x'));
+  send([&](HttpRequest& request) {
+    request.bodyFile = HttpFileContent{(files.path() / "shrinking.bin").string(), 4096 + (1 << 20)};
+    request.timeout = std::chrono::minutes(5);
+  });
+  auto shrunk = outcome();
+  ASSERT_TRUE(shrunk && shrunk->error);
+  EXPECT_NE(shrunk->error->find("shorter"), std::string::npos) << *shrunk->error;
 }
 
 INSTANTIATE_TEST_SUITE_P(

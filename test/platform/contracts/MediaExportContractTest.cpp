@@ -5,9 +5,6 @@
 
 #include <condition_variable>
 #include <filesystem>
-#include <fstream>
-#include <functional>
-#include <memory>
 #include <mutex>
 
 #include "media/FfmpegMediaExport.h"
@@ -24,10 +21,6 @@ struct MediaExportImplementation {
   std::string name;
   std::function<std::unique_ptr<MediaExport>()> make;
 };
-
-void PrintTo(const MediaExportImplementation& implementation, std::ostream* out) {
-  *out << implementation.name;
-}
 
 class MediaExportContract : public ::testing::TestWithParam<MediaExportImplementation> {
  protected:
@@ -60,30 +53,23 @@ class MediaExportContract : public ::testing::TestWithParam<MediaExportImplement
 
 TEST_P(MediaExportContract, ExportsOnceReplacingTheOlderFileAndFailsWithoutLeavingOne) {
   const fs::path movie = tree.path() / "output.mov";
-  ASSERT_TRUE(
-      shell("ffmpeg -v error -f lavfi -i testsrc=size=160x120:rate=15 -t 1 -c:v libx264 "
-            "-preset ultrafast -y " +
-            movie.string()));
+  ASSERT_TRUE(makeMovie(movie.string(), 1, false));
   const fs::path mp4 = tree.path() / "rendered-Video.mp4";
   tree.write("rendered-Video.mp4", "an older export");
-
   auto outcomes = exportMP4(movie, mp4);
-  ASSERT_EQ(outcomes.size(), 1u);
-  EXPECT_EQ(outcomes[0], std::nullopt);
+  EXPECT_EQ(outcomes, decltype(outcomes){std::nullopt});
   EXPECT_GT(fs::file_size(mp4), std::string("an older export").size());
   EXPECT_TRUE(exporter->thumbnail(movie).has_value());
 
   // No movie, or nowhere to write: a reason, once, and no file.
   fs::remove(mp4);
-  outcomes = exportMP4(tree.path() / "absent.mov", mp4);
-  ASSERT_EQ(outcomes.size(), 1u);
-  EXPECT_TRUE(outcomes[0].has_value());
-  EXPECT_FALSE(fs::exists(mp4));
-  const fs::path nowhere = tree.path() / "missing" / "out.mp4";
-  outcomes = exportMP4(movie, nowhere);
-  ASSERT_EQ(outcomes.size(), 1u);
-  EXPECT_TRUE(outcomes[0].has_value());
-  EXPECT_FALSE(fs::exists(nowhere));
+  for (const auto& [from, to] :
+       {std::pair{tree.path() / "absent.mov", mp4}, {movie, tree.path() / "missing" / "out.mp4"}}) {
+    outcomes = exportMP4(from, to);
+    ASSERT_EQ(outcomes.size(), 1u);
+    EXPECT_TRUE(outcomes[0].has_value());
+    EXPECT_FALSE(fs::exists(to));
+  }
   EXPECT_FALSE(exporter->thumbnail((tree.path() / "absent.mov").string()).has_value());
 }
 

@@ -1,6 +1,8 @@
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <cmath>
+#include <fstream>
 
 #include "media/MovieWriter.h"
 #include "media/SoundDecoder.h"
@@ -17,23 +19,12 @@ std::vector<std::uint8_t> halves(int width, int height, int stride) {
   std::vector<std::uint8_t> pixels(static_cast<std::size_t>(stride * height), 0x55);
   for (int y = 0; y < height; ++y) {
     for (int x = 0; x < width; ++x) {
-      std::uint8_t* p = &pixels[static_cast<std::size_t>(y * stride + x * 4)];
-      const bool left = x < width / 2;
-      p[0] = left ? 0 : 255;
-      p[1] = 0;
-      p[2] = left ? 255 : 0;
-      p[3] = 255;
+      const std::uint8_t red[] = {0, 0, 255, 255}, blue[] = {255, 0, 0, 255};
+      std::copy_n(x < width / 2 ? red : blue, 4,
+                  &pixels[static_cast<std::size_t>(y * stride + x * 4)]);
     }
   }
   return pixels;
-}
-
-std::vector<std::int16_t> tone(double seconds, double hertz) {
-  std::vector<std::int16_t> samples(static_cast<std::size_t>(seconds * kRate));
-  for (std::size_t i = 0; i < samples.size(); ++i) {
-    samples[i] = static_cast<std::int16_t>(12000 * std::sin(2 * M_PI * hertz * double(i) / kRate));
-  }
-  return samples;
 }
 
 class MovieWriterTest : public ::testing::Test {
@@ -50,12 +41,14 @@ TEST_F(MovieWriterTest, WritesAQuickTimeMovieOfH264AndAacAsLongAsWhatWasGiven) {
   const auto pixels = halves(160, 120, 160 * 4 + 32);
   // Two seconds: one of silence, then one of a tone, handed over as a camera does, a frame's
   // worth of sound with each frame.
-  const auto quiet = std::vector<std::int16_t>(kRate, 0);
-  const auto loud = tone(1, 440);
+  std::vector<std::int16_t> sound(2 * kRate, 0);
+  for (int i = kRate; i < 2 * kRate; ++i) {
+    sound[static_cast<std::size_t>(i)] =
+        static_cast<std::int16_t>(12000 * std::sin(2 * M_PI * 440.0 * i / kRate));
+  }
   for (int i = 0; i < 30; ++i) {
     writer->addVideoFrame(pixels.data(), 160, 120, 160 * 4 + 32, i / 15.0);
-    const auto& sound = i < 15 ? quiet : loud;
-    writer->addAudio(sound.data() + (i % 15) * 3200, 3200);
+    writer->addAudio(sound.data() + i * 3200, 3200);
   }
   EXPECT_EQ(writer->finish(), std::nullopt);
   EXPECT_EQ(writer->finish(), std::nullopt) << "a second finish answers the same";
@@ -72,10 +65,10 @@ TEST_F(MovieWriterTest, WritesAQuickTimeMovieOfH264AndAacAsLongAsWhatWasGiven) {
   EXPECT_EQ(audio->sampleRate, kRate);
 
   // The sound keeps its moments: the encoder's priming is not heard as a delay.
-  auto sound = SoundDecoder::decodeFile(path, kRate);
-  ASSERT_TRUE(sound);
-  EXPECT_LT(loudness(*sound, kRate, 0.05, 0.95), 0.01);
-  EXPECT_GT(loudness(*sound, kRate, 1.05, 1.95), 0.15);
+  auto heard = SoundDecoder::decodeFile(path, kRate);
+  ASSERT_TRUE(heard);
+  EXPECT_LT(loudness(*heard, kRate, 0.05, 0.95), 0.01);
+  EXPECT_GT(loudness(*heard, kRate, 1.05, 1.95), 0.15);
   // The pixels are read as B, G, R, A.
   auto picture = firstPicture(path);
   ASSERT_TRUE(picture);
@@ -115,6 +108,32 @@ TEST_F(MovieWriterTest, AFileThatCannotBeWrittenIsAnErrorAtOnce) {
   error.clear();
   EXPECT_FALSE(MovieWriter::open(path, {0, 120, 15, 0, 1}, error));
   EXPECT_FALSE(error.empty());
+}
+
+TEST(SoundDecoder, ResamplesAndMixesDownToMonoAtTheAskedRateOrGivesNothing) {
+  TemporaryTree tree("quorvel-sound");
+  const std::string wav = (tree.path() / "tone.wav").string();
+  // Half a second at 22,050 Hz in stereo: a tone on the left, silence on the right.
+  ASSERT_TRUE(
+      shell("ffmpeg -v error -f lavfi -i sine=frequency=1000:sample_rate=22050:duration=0.5"
+            " -af 'pan=stereo|c0=c0|c1=0*c0' -c:a pcm_s16le -y " +
+            wav));
+  auto samples = SoundDecoder::decodeFile(wav, 48000);
+  ASSERT_TRUE(samples);
+  EXPECT_NEAR(static_cast<double>(samples->size()), 24000, 48);
+  // sine's level is 1/8 of full scale; one channel of two, mixed down.
+  const double level = loudness(*samples, 48000, 0.05, 0.45);
+  EXPECT_GT(level, 0.02);
+  EXPECT_LT(level, 0.09);
+
+  std::ifstream file(wav, std::ios::binary);
+  std::vector<std::uint8_t> bytes((std::istreambuf_iterator<char>(file)), {});
+  auto fromBytes = SoundDecoder::decode(bytes, 48000);
+  EXPECT_EQ(fromBytes, samples);
+  // What holds no sound gives nothing.
+  EXPECT_FALSE(SoundDecoder::decode({}, 48000));
+  EXPECT_FALSE(SoundDecoder::decode(std::vector<std::uint8_t>(1000, 7), 48000));
+  EXPECT_FALSE(SoundDecoder::decodeFile("/nonexistent/beep.wav", 48000));
 }
 
 }  // namespace
