@@ -3,12 +3,14 @@
 #include <QDir>
 #include <QImage>
 #include <QProcess>
+#include <algorithm>
 #include <filesystem>
 #include <set>
 
 #include "AssetsServer.h"
 #include "media/QrCodeReader.h"
 #include "quorvel/Dictionary.h"
+#include "support/MovieProbe.h"
 #include "support/TemporaryTree.h"
 
 namespace quorvel::testing {
@@ -20,13 +22,15 @@ struct Finished {
   std::string err;
 };
 
-Finished runDemo(const QStringList& arguments) {
+// The demo run offscreen, or without any display at all.
+Finished runDemo(const QStringList& arguments, bool offscreen = true) {
   // Each run films into a documents folder of its own: runs side by side must not share a movie.
   TemporaryTree documents{"quorvel-demo-documents"};
   QProcess demo;
   QProcessEnvironment environment = QProcessEnvironment::systemEnvironment();
   environment.insert("XDG_DOCUMENTS_DIR", QString::fromStdString(documents.path().string()));
-  environment.insert("QT_QPA_PLATFORM", "offscreen");
+  environment.remove("QT_QPA_PLATFORM");
+  if (offscreen) environment.insert("QT_QPA_PLATFORM", "offscreen");
   // A sanitizer build of the demo would otherwise report Qt's process-long caches at exit.
   environment.insert("ASAN_OPTIONS", "detect_leaks=0");
   environment.remove("DISPLAY");
@@ -42,50 +46,22 @@ Finished runDemo(const QStringList& arguments) {
           demo.readAllStandardOutput().toStdString(), demo.readAllStandardError().toStdString()};
 }
 
-// What a command prints on standard output; empty when it fails.
-std::string output(const QString& program, const QStringList& arguments) {
-  QProcess process;
-  process.start(program, arguments);
-  if (!process.waitForFinished(120000) || process.exitCode() != 0) return {};
-  return process.readAllStandardOutput().toStdString();
-}
-
-// The film as the backend stored it: its streams, and the codes its frames show once flipped back
-// to how the screen showed them.
-struct Film {
-  std::string videoCodec;
-  double videoSeconds = 0;
-  bool hasAudio = false;
-  std::set<std::string> codes;
-};
-
-Film inspect(const std::filesystem::path& movie, const std::filesystem::path& frames) {
-  Film film;
-  const Dictionary probe = Dictionary::parse(
-      output("ffprobe", {"-v", "error", "-show_entries", "stream=codec_type,codec_name,duration",
-                         "-of", "json", QString::fromStdString(movie.string())}),
-      nullptr, false);
-  if (probe.is_object()) {
-    for (const auto& stream : probe.value("streams", Dictionary::array())) {
-      if (stream.value("codec_type", "") == "video") {
-        film.videoCodec = stream.value("codec_name", "");
-        film.videoSeconds = std::stod(stream.value("duration", "0"));
-      }
-      if (stream.value("codec_type", "") == "audio") film.hasAudio = true;
-    }
-  }
+// The codes the film's frames show once flipped back to how the screen showed them.
+std::set<std::string> codesIn(const std::filesystem::path& movie,
+                              const std::filesystem::path& frames) {
   std::filesystem::create_directories(frames);
-  output("ffmpeg", {"-v", "error", "-i", QString::fromStdString(movie.string()), "-vf",
-                    "fps=4,hflip", QString::fromStdString((frames / "f%03d.png").string())});
+  EXPECT_TRUE(shell("ffmpeg -v error -i " + movie.string() + " -vf fps=4,hflip " +
+                    (frames / "f%03d.png").string()));
+  std::set<std::string> codes;
   for (const auto& entry : std::filesystem::directory_iterator(frames)) {
     QImage frame = QImage(QString::fromStdString(entry.path().string()))
                        .convertToFormat(QImage::Format_Grayscale8);
     for (const auto& code : QrCodeReader::read(frame.constBits(), frame.width(), frame.height(),
                                                static_cast<int>(frame.bytesPerLine()))) {
-      film.codes.insert(code);
+      codes.insert(code);
     }
   }
-  return film;
+  return codes;
 }
 
 TEST(DemoProgram, AutopilotCompletesADefaultRunAgainstTheAssetsServer) {
@@ -121,11 +97,14 @@ TEST(DemoProgram, AutopilotCompletesADefaultRunAgainstTheAssetsServer) {
   const auto stored =
       tree.path() / "uploads" / "demo-app" / videoUrl.substr(videoUrl.rfind('/') + 1);
   ASSERT_TRUE(std::filesystem::exists(stored)) << videoUrl;
-  const Film film = inspect(stored, tree.path() / "frames");
-  EXPECT_EQ(film.videoCodec, "h264");
-  EXPECT_GE(film.videoSeconds, 5.0);
-  EXPECT_TRUE(film.hasAudio);
-  EXPECT_EQ(film.codes, (std::set<std::string>{video["start_qr_code"], video["end_qr_code"]}));
+  const auto film = probeMovie(stored.string());
+  ASSERT_TRUE(film && film->first("h264"));
+  EXPECT_GE(film->first("h264")->seconds, 5.0);
+  EXPECT_TRUE(std::any_of(film->streams.begin(), film->streams.end(),
+                          [](const ProbedStream& stream) { return stream.sampleRate > 0; }))
+      << "no sound";
+  EXPECT_EQ(codesIn(stored, tree.path() / "frames"),
+            (std::set<std::string>{video["start_qr_code"], video["end_qr_code"]}));
 
   // Every screen of the run was captured once, in order, and the film's steps within its screen.
   const QStringList shots = QDir(screenshots).entryList({"*.png"}, QDir::Files, QDir::Name);
@@ -159,14 +138,6 @@ TEST(DemoProgram, FirstVideoTestReadsItsStartCodeBackFromTheMirror) {
   EXPECT_EQ(result["success"], true);
   EXPECT_EQ(result["version"], "1");
   EXPECT_EQ(result["start_qr_code"].get<std::string>().rfind("start;", 0), 0u);
-
-  // A screen the build lacks and a film without a camera end at once, saying why.
-  const Finished unknown = runDemo({"--screen", "device_front_video_v3"});
-  EXPECT_EQ(unknown.exitCode, 2);
-  EXPECT_NE(unknown.err.find("no test screen \"device_front_video_v3\""), std::string::npos);
-  const Finished noCamera = runDemo({"--screen", "device_front_video_v2"});
-  EXPECT_EQ(noCamera.exitCode, 2);
-  EXPECT_NE(noCamera.err.find("has no camera"), std::string::npos) << noCamera.err;
 }
 
 TEST(DemoProgram, BadFlagsExplainAndExitWithTwo) {
@@ -176,20 +147,16 @@ TEST(DemoProgram, BadFlagsExplainAndExitWithTwo) {
       {{"--assets-host", "ftp://x"}, "--assets-host must be an http:// or https:// URL"},
       {{"--app-id"}, "--app-id needs a value"},
       {{"--frobnicate"}, "unknown option \"--frobnicate\""},
+      // A screen the build lacks and a film without a camera end at once, saying why.
+      {{"--screen", "device_front_video_v3"}, "no test screen \"device_front_video_v3\""},
+      {{"--screen", "device_front_video_v2"}, "has no camera"},
       // Without a display only the unattended run can work.
       {{}, "no display; use --autopilot"}};
   for (const auto& [arguments, reason] : cases) {
-    QProcess demo;
-    QProcessEnvironment environment = QProcessEnvironment::systemEnvironment();
-    environment.remove("QT_QPA_PLATFORM");
-    environment.remove("DISPLAY");
-    environment.remove("WAYLAND_DISPLAY");
-    demo.setProcessEnvironment(environment);
-    demo.start(QUORVEL_DEMO_PROGRAM, arguments);
-    ASSERT_TRUE(demo.waitForFinished(60000));
-    EXPECT_EQ(demo.exitCode(), 2) << arguments.join(' ').toStdString();
-    EXPECT_NE(demo.readAllStandardError().toStdString().find(reason), std::string::npos)
-        << arguments.join(' ').toStdString();
+    const Finished run = runDemo(arguments, !arguments.isEmpty());
+    EXPECT_EQ(run.exitCode, 2) << arguments.join(' ').toStdString();
+    EXPECT_NE(run.err.find(reason), std::string::npos)
+        << arguments.join(' ').toStdString() << run.err;
   }
 }
 

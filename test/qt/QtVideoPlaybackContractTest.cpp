@@ -1,6 +1,7 @@
 #include <QQuickItem>
 #include <QTest>
 
+#include "QuickFixture.h"
 #include "platform/contracts/VideoPlaybackContract.h"
 #include "quorvel/quick/QuickFrontEnd.h"
 #include "support/MovieProbe.h"
@@ -21,7 +22,7 @@ class QtDriver : public VideoPlaybackDriver {
     return path;
   }
   void closeByPerson() override {
-    QQuickItem* close = find(frontEnd_.window()->contentItem(), "moviePlayerClose");
+    QQuickItem* close = findNamed(frontEnd_.window()->contentItem(), "moviePlayerClose");
     ASSERT_NE(close, nullptr);
     ASSERT_TRUE(QTest::qWaitFor([&] { return close->isVisible(); }, 10000));
     QTest::mouseClick(
@@ -32,13 +33,6 @@ class QtDriver : public VideoPlaybackDriver {
   void settle() override { QTest::qWait(500); }
 
  private:
-  static QQuickItem* find(QQuickItem* item, const QString& name) {
-    if (item->objectName() == name) return item;
-    for (QQuickItem* child : item->childItems()) {
-      if (QQuickItem* found = find(child, name)) return found;
-    }
-    return nullptr;
-  }
   TemporaryTree folder_{"quorvel-playback"};
   QuickFrontEnd frontEnd_;
 };

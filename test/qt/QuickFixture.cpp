@@ -3,10 +3,38 @@
 #include <QDir>
 #include <QTest>
 
-#include "AssetsServer.h"
 #include "qt/OutletItem.h"
+#include "quorvel/platform/HostBundle.h"
 
 namespace quorvel::testing {
+
+std::string coreText(const ViewController& screen, const std::string& name) {
+  const auto& element = screen.outlet<Element>(name);
+  if (const auto* label = dynamic_cast<const Label*>(&element)) return label->text;
+  if (const auto* button = dynamic_cast<const Button*>(&element)) return button->title;
+  if (const auto* radio = dynamic_cast<const RadioButton*>(&element)) return radio->title;
+  if (const auto* box = dynamic_cast<const CheckBox*>(&element)) return box->title;
+  ADD_FAILURE() << name << " shows no text";
+  return {};
+}
+
+QColor qColor(const Color& color) {
+  return QColor::fromRgbF(float(color.red), float(color.green), float(color.blue),
+                          float(color.alpha));
+}
+
+bool near(const QColor& a, const QColor& b, int tolerance) {
+  return std::abs(a.red() - b.red()) <= tolerance && std::abs(a.green() - b.green()) <= tolerance &&
+         std::abs(a.blue() - b.blue()) <= tolerance;
+}
+
+QQuickItem* findNamed(QQuickItem* root, const QString& name) {
+  if (!root || root->objectName() == name) return root;
+  for (QQuickItem* child : root->childItems()) {
+    if (QQuickItem* found = findNamed(child, name)) return found;
+  }
+  return nullptr;
+}
 
 void QuickFixture::SetUp() {
   documents = std::make_unique<TemporaryTree>("quorvel-quick-documents");
@@ -38,18 +66,6 @@ ScreenContext QuickFixture::contextFor(const std::string& key, std::vector<std::
   return context;
 }
 
-Dictionary QuickFixture::finishRun() {
-  TemporaryTree storage("quorvel-quick-assets");
-  AssetsServer server(AssetsServer::Options{storage.path(), {"key"}});
-  server.start();
-  useAssetsHost(server.address());
-  int before = completions;
-  tap("uiBtDone");
-  bool answered = waitFor([&] { return completions > before; });
-  server.stop();
-  return answered && response ? *response : Dictionary::object();
-}
-
 void QuickFixture::useAssetsHost(const std::string& origin) {
   Platform changed = platform();
   changed.hostBundle = std::make_shared<StaticHostBundle>(
@@ -62,14 +78,7 @@ void QuickFixture::useAssetsHost(const std::string& origin) {
 }
 
 QQuickItem* QuickFixture::chrome(const QString& name) const {
-  std::function<QQuickItem*(QQuickItem*)> find = [&](QQuickItem* each) -> QQuickItem* {
-    if (each->objectName() == name) return each;
-    for (QQuickItem* child : each->childItems()) {
-      if (QQuickItem* found = find(child)) return found;
-    }
-    return nullptr;
-  };
-  return find(frontEnd->window()->contentItem());
+  return findNamed(frontEnd->window()->contentItem(), name);
 }
 
 void QuickFixture::TearDown() {
@@ -79,10 +88,9 @@ void QuickFixture::TearDown() {
 }
 
 void QuickFixture::start(std::optional<std::vector<std::string>> tests,
-                         std::optional<std::string> imei, std::optional<std::string> serial,
-                         std::shared_ptr<Customization> hostCustomization) {
+                         std::optional<std::string> imei, std::optional<std::string> serial) {
   sdk.performTests("quick-tests", "key", std::move(tests), std::move(imei), std::move(serial),
-                   std::move(hostCustomization), [this](std::optional<Dictionary> answer) {
+                   nullptr, [this](std::optional<Dictionary> answer) {
                      ++completions;
                      response = std::move(answer);
                    });
@@ -137,6 +145,20 @@ QString QuickFixture::textOf(const QString& name) const {
     return {};
   };
   return find(item(name));
+}
+
+void QuickFixture::expectCoreCopy(const ViewController& screen,
+                                  const std::vector<const char*>& names) {
+  for (const char* name : names) {
+    const QString core = QString::fromStdString(coreText(screen, name));
+    EXPECT_FALSE(core.isEmpty()) << name;
+    EXPECT_EQ(textOf(name), core) << name;
+  }
+}
+
+QRect QuickFixture::sceneRect(QQuickItem* target) const {
+  return target ? target->mapRectToScene(QRectF(0, 0, target->width(), target->height())).toRect()
+                : QRect();
 }
 
 QImage QuickFixture::grab(const std::string& screenshotName) {

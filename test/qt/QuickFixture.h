@@ -2,6 +2,7 @@
 
 #include <gtest/gtest.h>
 
+#include <QColor>
 #include <QImage>
 #include <QQuickItem>
 #include <functional>
@@ -24,6 +25,13 @@ QT_END_NAMESPACE
 
 namespace quorvel::testing {
 
+// What the core holds for an outlet that shows text (label, button, radio button or check box).
+std::string coreText(const ViewController& screen, const std::string& name);
+QColor qColor(const Color& color);
+bool near(const QColor& a, const QColor& b, int tolerance = 8);
+// The first item under root (root included) with the object name.
+QQuickItem* findNamed(QQuickItem* root, const QString& name);
+
 // The Qt front end in an offscreen phone-sized window (or a host's scene), installed as the
 // platform, with a host navigation stack to take over and a fresh documents folder.
 class QuickFixture : public ::testing::Test {
@@ -34,10 +42,8 @@ class QuickFixture : public ::testing::Test {
   virtual void present();
 
   // Starts a run with the given tests and identifiers; the completion lands in response.
-  void start(std::optional<std::vector<std::string>> tests = std::nullopt,
-             std::optional<std::string> imei = std::nullopt,
-             std::optional<std::string> serial = std::nullopt,
-             std::shared_ptr<Customization> hostCustomization = nullptr);
+  void start(std::optional<std::vector<std::string>> tests, std::optional<std::string> imei,
+             std::optional<std::string> serial = std::nullopt);
 
   // What a screen made by a test reads of its run: the SDK's language and theme, the fixture's
   // customization, and key's place in a run of the given screens (just key when empty).
@@ -59,9 +65,6 @@ class QuickFixture : public ::testing::Test {
 
   // Uploads go to origin ("http://127.0.0.1:PORT") in every environment.
   void useAssetsHost(const std::string& origin);
-  // Presses Finish on the end screen with uploads going to a local assets server, and waits for
-  // the host's answer (empty when none came).
-  Dictionary finishRun();
   // An element of the window's chrome (the loading overlay, the stack) by object name.
   QQuickItem* chrome(const QString& name) const;
 
@@ -77,7 +80,11 @@ class QuickFixture : public ::testing::Test {
   void tap(const QString& name);
   // The text an outlet item shows (its first text-bearing descendant).
   QString textOf(const QString& name) const;
+  // Every named outlet shows exactly what the core holds, and holds something.
+  void expectCoreCopy(const ViewController& screen, const std::vector<const char*>& names);
   QImage grab(const std::string& screenshotName = "");
+  // The item's rectangle in the window's scene.
+  QRect sceneRect(QQuickItem* target) const;
   // The colour drawn at the centre of item name.
   QColor colorAt(const QString& name, QPointF offset = {});
   // Every colour the SDK's interface draws on the top screen was set by the core: the interfaces

@@ -5,7 +5,6 @@
 
 #include "QuickFixture.h"
 #include "device/IMEIViewController.h"
-#include "quorvel/Localization.h"
 #include "quorvel/ScreenType.h"
 #include "screens/TestsFinishedViewController.h"
 #include "support/ScriptedDevice.h"
@@ -15,48 +14,16 @@
 #include "tests/physical/MultiTouch_v2_ViewController.h"
 #include "tests/physical/MultipleTests_v2_ViewController.h"
 
-namespace quorvel {
-// Readable language parameters in test names and failures.
-inline void PrintTo(SupportedLanguage language, std::ostream* out) {
-  *out << (language == SupportedLanguage::english ? "English" : "Portuguese");
-}
-}  // namespace quorvel
-
 namespace quorvel::testing {
 namespace {
-
-// What the core holds for an outlet that shows text.
-std::string coreText(const ViewController& screen, const std::string& name) {
-  const auto& element = screen.outlet<Element>(name);
-  if (const auto* label = dynamic_cast<const Label*>(&element)) return label->text;
-  if (const auto* button = dynamic_cast<const Button*>(&element)) return button->title;
-  if (const auto* radio = dynamic_cast<const RadioButton*>(&element)) return radio->title;
-  ADD_FAILURE() << name << " shows no text";
-  return {};
-}
-
-QColor qColor(const Color& color) {
-  return QColor::fromRgbF(float(color.red), float(color.green), float(color.blue),
-                          float(color.alpha));
-}
-
-bool near(const QColor& a, const QColor& b, int tolerance = 6) {
-  return std::abs(a.red() - b.red()) <= tolerance && std::abs(a.green() - b.green()) <= tolerance &&
-         std::abs(a.blue() - b.blue()) <= tolerance;
-}
 
 class ScreenFixture : public QuickFixture {
  protected:
   // The item's rectangle in the grabbed image.
   QRect rectOf(const QString& name, const QImage& image) {
-    QQuickItem* target = item(name);
-    if (!target) return {};
     const qreal scale = image.width() / qreal(frontEnd->window()->width());
-    const QRectF scene = target->mapRectToScene(QRectF(0, 0, target->width(), target->height()));
+    const QRectF scene = sceneRect(item(name));
     return QRectF(scene.topLeft() * scale, scene.size() * scale).toRect();
-  }
-  QColor centerPixel(const QImage& image, const QString& name) {
-    return image.pixelColor(rectOf(name, image).center());
   }
   // Just inside the item's left edge, half-way down: where a border shows.
   QColor edgePixel(const QImage& image, const QString& name) {
@@ -82,75 +49,66 @@ class ScreenFixture : public QuickFixture {
     installPlatform(changed);
     return device;
   }
+  std::shared_ptr<MultipleTests_v2_ViewController> showCombined() {
+    auto combined = std::make_shared<MultipleTests_v2_ViewController>(
+        contextFor(ScreenType::multiple_tests_v2));
+    combined->selectedTests = {ScreenType::charging_v2, ScreenType::buttons_v2};
+    return show(combined);
+  }
 };
 
 class EveryScreenTest : public ScreenFixture,
                         public ::testing::WithParamInterface<SupportedLanguage> {
  protected:
-  bool english() const { return GetParam() == SupportedLanguage::english; }
-  QString pick(const char* en, const char* pt) const {
-    return QString::fromUtf8(english() ? en : pt);
-  }
-  // Every named outlet shows exactly what the core holds, and holds something.
-  void expectCoreCopy(const ViewController& screen, std::initializer_list<const char*> names) {
-    for (const char* name : names) {
-      const QString core = QString::fromStdString(coreText(screen, name));
-      EXPECT_FALSE(core.isEmpty()) << name;
-      EXPECT_EQ(textOf(name), core) << name;
-    }
-  }
   void screenshot(const std::string& name) {
     expectCoreColours();
-    grab(name + (english() ? "-en" : "-pt"));
+    grab(name + (GetParam() == SupportedLanguage::english ? "-en" : "-pt"));
   }
 };
 
 TEST_P(EveryScreenTest, ShowsTheCopyAndColoursTheCoreHolds) {
   sdk.language = GetParam();
   unpluggedDevice();
+  const std::vector<const char*> testCopy = {"uiLbTitle", "uiLbDescription",
+                                             "uiBtCouldntCompleteTest"};
+  const std::pair<std::function<std::shared_ptr<ViewController>()>, std::vector<const char*>>
+      screens[] = {
+          {[&] { return show<IMEIViewController>(ScreenType::imei_screen); },
+           {"uiLbTitle", "uiRBIMEI", "uiRBSerialNumber", "uiLbOr", "uiLbAttachText", "uiBtCancel",
+            "uiBtNext"}},
+          {[&] { return show<TestsFinishedViewController>(ScreenType::end_screen); },
+           {"uiLbText", "uiBtDone", "uiBtTestAgain", "uiVersionLabel"}},
+          {[&] { return show<Charging_v1_ViewController>(ScreenType::charging_v1); },
+           {"uiLbTitle", "uiLbDescription", "uiLbTestCounter", "uiBtCouldntCompleteTest",
+            "uiBtCancel"}},
+          {[&] { return show<Buttons_v1_ViewController>(ScreenType::buttons_v1); }, testCopy},
+          {[&] { return show<MultiTouch_v1_ViewController>(ScreenType::multi_touch_v1); },
+           testCopy},
+          {[&] { return show<MultiTouch_v2_ViewController>(ScreenType::multi_touch_v2); },
+           testCopy}};
+  for (const auto& [make, copy] : screens) {
+    auto screen = make();
+    expectCoreCopy(*screen, copy);
+    screenshot(screen->interfaceName());
+  }
 
+  // The last screen's pan is judged against the picture's height, so the picture fills the slider
+  // area.
+  const Size slide = frontEnd->topViewController()->outlet<ImageView>("uiImageSlide").bounds;
+  EXPECT_GT(slide.height, 200);
+  EXPECT_EQ(slide.height, item("uiSliderView")->height());
+
+  // The IMEI screen's description carries its settings path as a link; the placeholder is a
+  // property of the field.
   auto imei = show<IMEIViewController>(ScreenType::imei_screen);
-  expectCoreCopy(*imei, {"uiLbTitle", "uiRBIMEI", "uiRBSerialNumber", "uiLbOr", "uiLbAttachText",
-                         "uiBtCancel", "uiBtNext"});
-  // The description carries its settings path as a link.
   const QString description = textOf("uiLbDescription");
   EXPECT_TRUE(description.contains("<a href")) << description.toStdString();
   EXPECT_EQ(QString(description).remove(QRegularExpression("<[^>]*>")),
             QString::fromStdString(coreText(*imei, "uiLbDescription")));
-  // The placeholder is a property of the field, out of reach of the copy check.
   EXPECT_EQ(item("uiTfIMEIInput")->property("placeholderText").toString(),
-            pick("Enter IMEI number", "Introduza o número IMEI"));
-  screenshot("IMEIViewController");
+            QString::fromStdString(imei->outlet<TextField>("uiTfIMEI").placeholder));
 
-  auto finished = show<TestsFinishedViewController>(ScreenType::end_screen);
-  expectCoreCopy(*finished, {"uiLbText", "uiBtDone", "uiBtTestAgain", "uiVersionLabel"});
-  screenshot("TestsFinishedViewController");
-
-  auto charging = show<Charging_v1_ViewController>(ScreenType::charging_v1);
-  expectCoreCopy(*charging, {"uiLbTitle", "uiLbDescription", "uiLbTestCounter",
-                             "uiBtCouldntCompleteTest", "uiBtCancel"});
-  screenshot("Charging_v1_ViewController");
-
-  auto buttons = show<Buttons_v1_ViewController>(ScreenType::buttons_v1);
-  expectCoreCopy(*buttons, {"uiLbTitle", "uiLbDescription", "uiBtCouldntCompleteTest"});
-  screenshot("Buttons_v1_ViewController");
-
-  auto touch1 = show<MultiTouch_v1_ViewController>(ScreenType::multi_touch_v1);
-  expectCoreCopy(*touch1, {"uiLbTitle", "uiLbDescription", "uiBtCouldntCompleteTest"});
-  screenshot("MultiTouch_v1_ViewController");
-
-  auto touch2 = show<MultiTouch_v2_ViewController>(ScreenType::multi_touch_v2);
-  expectCoreCopy(*touch2, {"uiLbTitle", "uiLbDescription", "uiBtCouldntCompleteTest"});
-  // The pan is judged against the picture's height, so the picture fills the slider area.
-  const Size slide = touch2->outlet<ImageView>("uiImageSlide").bounds;
-  EXPECT_GT(slide.height, 200);
-  EXPECT_EQ(slide.height, item("uiSliderView")->height());
-  screenshot("MultiTouch_v2_ViewController");
-
-  auto combined =
-      std::make_shared<MultipleTests_v2_ViewController>(contextFor(ScreenType::multiple_tests_v2));
-  combined->selectedTests = {ScreenType::charging_v2, ScreenType::buttons_v2};
-  show(combined);
+  auto combined = showCombined();
   const auto& rows = combined->outlet<Table>("uiTableView").rows;
   ASSERT_EQ(rows.size(), 3u);
   for (const auto& row : rows) {
@@ -161,15 +119,17 @@ TEST_P(EveryScreenTest, ShowsTheCopyAndColoursTheCoreHolds) {
   }
   screenshot("MultipleTests_v2_ViewController");
 
-  // The start screen comes from a run, with the identifier it was given.
-  start(std::vector<std::string>{"multi_touch_v2"}, "490154203237518");
+  // The start screen comes from a run, with the identifier it was given: the core hides the
+  // IMEI it was not given and the screen drops it; the default tests' hints show.
+  start(std::nullopt, std::nullopt, "C02XK0AB");
   settle("StartViewController");
-  expectCoreCopy(*frontEnd->topViewController(), {"uiLbTitle", "uiBtNext", "uiLbIMEIValue"});
-  EXPECT_EQ(textOf("uiLbIMEIValue"), "490154203237518");
-  // No serial number was given, and no test of this run needs a hint.
-  EXPECT_EQ(frontEnd->findItem("uiStackViewSerialNumber"), nullptr);
-  EXPECT_EQ(frontEnd->findItem("uiViewSuggestions"), nullptr);
+  expectCoreCopy(*frontEnd->topViewController(),
+                 {"uiLbTitle", "uiBtNext", "uiLbSNValue", "uiLbSuggestionChargingCable",
+                  "uiLbSuggestionMirror", "uiLbSuggestionNoise"});
+  EXPECT_EQ(frontEnd->findItem("uiStackViewIMEI"), nullptr);
   screenshot("StartViewController");
+  tap("uiBtNext");
+  settle("MultipleTests_v2_ViewController");
 }
 
 INSTANTIATE_TEST_SUITE_P(Languages, EveryScreenTest,
@@ -182,20 +142,6 @@ INSTANTIATE_TEST_SUITE_P(Languages, EveryScreenTest,
 
 class ScreenStateTest : public ScreenFixture {};
 
-TEST_F(ScreenStateTest, StartScreenShowsASerialAndTheDefaultTestsHintsAndStartMovesOn) {
-  start(std::nullopt, std::nullopt, "C02XK0AB");
-  settle("StartViewController");
-  EXPECT_EQ(textOf("uiLbSNValue"), "C02XK0AB");
-  EXPECT_EQ(frontEnd->findItem("uiStackViewIMEI"), nullptr);
-  for (const char* hint : {"uiViewSuggestions", "uiLbSuggestionChargingCable",
-                           "uiLbSuggestionMirror", "uiLbSuggestionNoise"}) {
-    EXPECT_NE(frontEnd->findItem(hint), nullptr) << hint;
-  }
-  expectCoreColours();
-  tap("uiBtNext");
-  settle("MultipleTests_v2_ViewController");
-}
-
 TEST_F(ScreenStateTest, HeaderFillsTheSegmentsUpToItsScreenAndHidesUnderANavigationBar) {
   auto custom = std::make_shared<Customization>();
   custom->progressBarSelectedColor = Color::rgb(230, 20, 140);
@@ -205,15 +151,12 @@ TEST_F(ScreenStateTest, HeaderFillsTheSegmentsUpToItsScreenAndHidesUnderANavigat
   show(std::make_shared<MultiTouch_v1_ViewController>(
       contextFor(ScreenType::multi_touch_v1,
                  {ScreenType::charging_v1, ScreenType::multi_touch_v1, ScreenType::buttons_v1})));
-  EXPECT_EQ(textOf("uiLbTestCounter"), "Test 2/3");
-
   const QImage image = grab("TestHeader-2of3");
-  const QColor selected = qColor(custom->progressBarSelectedColor);
-  const QColor background = qColor(custom->progressBarBackgroundColor);
   for (int segment = 0; segment < 3; ++segment) {
     const QString name = QString("uiStackViewProgressBarSegment%1").arg(segment);
-    const QColor drawn = centerPixel(image, name);
-    EXPECT_TRUE(near(drawn, segment < 2 ? selected : background))
+    const QColor drawn = image.pixelColor(rectOf(name, image).center());
+    EXPECT_TRUE(near(drawn, qColor(segment < 2 ? custom->progressBarSelectedColor
+                                               : custom->progressBarBackgroundColor)))
         << "segment " << segment << " is " << drawn.name().toStdString();
   }
 
@@ -237,80 +180,56 @@ TEST_F(ScreenStateTest, IMEIScreenWithoutAPickerDropsThePhotoRouteAndItsRoom) {
   for (const char* name : {"uiLbOr", "uiLbAttachText", "uiBtAttachImage"}) {
     EXPECT_EQ(frontEnd->findItem(name), nullptr) << name;
   }
-  // The attach area has nothing left to show and takes no room.
   EXPECT_EQ(item("uiViewNoImage")->height(), 0);
-  EXPECT_NE(frontEnd->findItem("uiTfIMEI"), nullptr);
-  grab("IMEIViewController-no-picker");
 }
 
-TEST_F(ScreenStateTest, ChargingScreenFollowsTheCableAndTheCoreShowsNextOnce) {
+TEST_F(ScreenStateTest, ChargingScreenPictureFollowsTheCable) {
   auto device = unpluggedDevice();
-  auto screen = show<Charging_v1_ViewController>(ScreenType::charging_v1);
-  EXPECT_EQ(frontEnd->findItem("uiBtNext"), nullptr);
+  show<Charging_v1_ViewController>(ScreenType::charging_v1);
   auto imageSource = [&] {
     QQuickItem* image = item("uiImage")->childItems().value(0);
     return image ? image->property("source").toUrl().toString() : QString();
   };
   EXPECT_TRUE(imageSource().contains("power_cable_unplugged")) << imageSource().toStdString();
-
   device->setBattery(BatteryState::charging);
-  ASSERT_TRUE(waitFor([&] { return frontEnd->findItem("uiBtNext") != nullptr; }));
-  EXPECT_TRUE(imageSource().contains("power_cable_plugged")) << imageSource().toStdString();
-  EXPECT_EQ(textOf("uiBtNext"), QString::fromStdString(coreText(*screen, "uiBtNext")));
-  grab("Charging_v1_ViewController-plugged");
+  EXPECT_TRUE(waitFor([&] { return imageSource().contains("power_cable_plugged"); }))
+      << imageSource().toStdString();
 }
 
 TEST_F(ScreenStateTest, ContentKeepsAReadableWidthCentredInALaptopWindow) {
   frontEnd->window()->resize(1280, 800);
   unpluggedDevice();
-  auto expectCentredColumn = [&](const QString& name) {
-    QQuickItem* target = item(name);
-    ASSERT_NE(target, nullptr);
-    const QRectF rect = target->mapRectToScene(QRectF(0, 0, target->width(), target->height()));
-    EXPECT_LE(rect.width(), 560) << name.toStdString();
-    EXPECT_GE(rect.width(), 300) << name.toStdString();
-    EXPECT_NEAR(rect.center().x(), 640, 1) << name.toStdString();
-  };
-  show<IMEIViewController>(ScreenType::imei_screen);
-  expectCentredColumn("uiTfIMEI");
-  expectCentredColumn("uiBtNext");
-  grab("IMEIViewController-laptop");
-
-  show<Charging_v1_ViewController>(ScreenType::charging_v1);
-  expectCentredColumn("uiLbDescription");
-  expectCentredColumn("uiStackViewProgressBar");
-  grab("Charging_v1_ViewController-laptop");
-
-  auto combined =
-      std::make_shared<MultipleTests_v2_ViewController>(contextFor(ScreenType::multiple_tests_v2));
-  combined->selectedTests = {ScreenType::charging_v2, ScreenType::buttons_v2};
-  show(combined);
-  expectCentredColumn("uiTableView");
-  grab("MultipleTests_v2_ViewController-laptop");
-
-  show<TestsFinishedViewController>(ScreenType::end_screen);
-  expectCentredColumn("uiBtDone");
-  grab("TestsFinishedViewController-laptop");
+  const std::pair<std::function<void()>, std::vector<QString>> screens[] = {
+      {[&] { show<IMEIViewController>(ScreenType::imei_screen); }, {"uiTfIMEI", "uiBtNext"}},
+      {[&] { show<Charging_v1_ViewController>(ScreenType::charging_v1); },
+       {"uiLbDescription", "uiStackViewProgressBar"}},
+      {[&] { showCombined(); }, {"uiTableView"}},
+      {[&] { show<TestsFinishedViewController>(ScreenType::end_screen); }, {"uiBtDone"}}};
+  for (const auto& [showScreen, names] : screens) {
+    showScreen();
+    for (const QString& name : names) {
+      const QRect rect = sceneRect(item(name));
+      EXPECT_LE(rect.width(), 560) << name.toStdString();
+      EXPECT_GE(rect.width(), 300) << name.toStdString();
+      EXPECT_NEAR(rect.center().x(), 640, 1) << name.toStdString();
+    }
+    grab(topInterface() + "-laptop");
+  }
 }
 
 TEST_F(ScreenStateTest, CombinedScreenOutlinesTheFocusedRowAndMarksFinishedOnes) {
   sdk.themeColor = Color::rgb(120, 40, 200);
   unpluggedDevice();
-  auto screen =
-      std::make_shared<MultipleTests_v2_ViewController>(contextFor(ScreenType::multiple_tests_v2));
-  screen->selectedTests = {ScreenType::charging_v2, ScreenType::buttons_v2};
-  show(screen);
+  showCombined();
   const QColor theme = qColor(*sdk.themeColor);
-  const QColor failed(255, 59, 48);
 
   QImage image = grab();
   // The focused row's outline, on its left edge, is the theme colour; waiting rows have none and
-  // are dimmed.
+  // are dimmed. The row icons are templates painted in the theme colour.
   EXPECT_TRUE(near(edgePixel(image, "charging_v2"), theme));
   EXPECT_FALSE(near(edgePixel(image, "buttons_v2_volume_up"), theme));
   EXPECT_DOUBLE_EQ(item("buttons_v2_volume_up")->opacity(), 0.4);
   EXPECT_DOUBLE_EQ(item("charging_v2")->opacity(), 1.0);
-  // The row icons are templates painted in the theme colour.
   EXPECT_GT(pixelsIn(image, "charging_v2Icon", theme), 40);
   EXPECT_EQ(frontEnd->findItem("charging_v2Status"), nullptr);
   EXPECT_EQ(frontEnd->findItem("uiBtNext"), nullptr);
@@ -319,18 +238,16 @@ TEST_F(ScreenStateTest, CombinedScreenOutlinesTheFocusedRowAndMarksFinishedOnes)
   ASSERT_TRUE(waitFor([&] { return frontEnd->findItem("charging_v2Status") != nullptr; }));
   QTest::qWait(50);
   image = grab("MultipleTests_v2_ViewController-one-failed");
-  EXPECT_GT(pixelsIn(image, "charging_v2Status", failed), 40);
+  EXPECT_GT(pixelsIn(image, "charging_v2Status", QColor(255, 59, 48)), 40);
   EXPECT_TRUE(near(edgePixel(image, "buttons_v2_volume_up"), theme));
   EXPECT_FALSE(near(edgePixel(image, "charging_v2"), theme));
 
+  // Every row done: Next takes the could-not-complete button's place.
   tap("uiBtCouldntCompleteTest");
   ASSERT_TRUE(waitFor([&] { return frontEnd->findItem("buttons_v2_volume_upStatus"); }));
   tap("uiBtCouldntCompleteTest");
-  // Every row done: Next takes the could-not-complete button's place.
   ASSERT_TRUE(waitFor([&] { return frontEnd->findItem("uiBtNext") != nullptr; }));
   EXPECT_EQ(frontEnd->findItem("uiBtCouldntCompleteTest"), nullptr);
-  EXPECT_NE(frontEnd->findItem("buttons_v2_volume_downStatus"), nullptr);
-  grab("MultipleTests_v2_ViewController-done");
 }
 
 }  // namespace

