@@ -23,11 +23,11 @@ class MovieWriter {
     // The sound track's rate; 0: no sound track.
     int audioSampleRate = 0;
     int audioChannels = 1;
-    // The rate of the samples handed over, when it is not the track's: they are resampled.
-    int audioInputRate = 0;
     // When the encoder falls behind: true drops frames (and turns sound into silence of the same
     // length) so that the caller never waits, as a camera needs; false makes the caller wait.
     bool realTime = true;
+    // The rate of the samples handed over, when it is not the track's: they are resampled.
+    int audioInputRate = 0;
   };
 
   virtual ~MovieWriter() = default;

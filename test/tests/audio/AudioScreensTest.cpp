@@ -136,7 +136,8 @@ TEST_F(AudioScreensTest, ChangeWordNeverDrawsTheSameWordTwiceInARow) {
   }
 }
 
-TEST_F(AudioScreensTest, EverySoundScreenWarnsBelowHalfVolumeAndReportsOnceWhenLeft) {
+// The screens that play to the person warn of a low volume; the read-word test only records.
+TEST_F(AudioScreensTest, PlayingScreensWarnBelowHalfVolumeAndEveryOneReportsOnceWhenLeft) {
   const std::vector<std::function<std::shared_ptr<TestViewController>()>> screens = {
       [&] { return show<Loudspeaker_v1_ViewController>(); },
       [&] { return show<Earspeaker_v1_ViewController>(); },
@@ -149,7 +150,9 @@ TEST_F(AudioScreensTest, EverySoundScreenWarnsBelowHalfVolumeAndReportsOnceWhenL
         delegate->reports.clear();
         env.volume.session->outputVolumeDidChange(level);
         auto screen = make();
-        EXPECT_EQ(alertMessage(*screen), level < 0.5f ? context.copy("alert_sound_level_ios") : "")
+        const bool plays = screen->interfaceName() != "ReadText_v1_ViewController";
+        EXPECT_EQ(alertMessage(*screen),
+                  plays && level < 0.5f ? context.copy("alert_sound_level_ios") : "")
             << screen->interfaceName() << " at " << level;
         screen->dismiss(false);
         press(leave);
