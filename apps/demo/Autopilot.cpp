@@ -214,17 +214,35 @@ void Autopilot::typeTheWordHeard() {
             },
             [this, person] {
               captureStep("heard");
-              tap("uiTfWord");
-              QTimer::singleShot(200, this, [this, person] {
-                devices_.keyboard->type(QString::fromStdString(person->lastWordHeard()));
-                // The return key ends the editing, which shows Next.
-                devices_.keyboard->pressKey(Qt::Key_Return);
+              // A slip first, as people make: the plural is refused, then the word passes.
+              const QString word = QString::fromStdString(person->lastWordHeard());
+              typeWordAndNext(word + "s", [this, word] {
                 when(
-                    "the Next button", [this] { return shows("uiBtNext"); },
-                    [this] { tap("uiBtNext"); });
+                    "the mismatch alert", [this] { return frontEnd_.alert() != nullptr; },
+                    [this, word] {
+                      when(
+                          "the alert to close", [this] { return frontEnd_.alert() == nullptr; },
+                          [this, word] { typeWordAndNext(word, nullptr); });
+                    });
               });
             });
       });
+}
+
+void Autopilot::typeWordAndNext(const QString& word, std::function<void()> then) {
+  tap("uiTfWord");
+  QTimer::singleShot(200, this, [this, word, then] {
+    // Over whatever the field holds; the return key ends the editing, which shows Next.
+    devices_.keyboard->pressKey(Qt::Key_A, Qt::ControlModifier);
+    devices_.keyboard->type(word);
+    devices_.keyboard->pressKey(Qt::Key_Return);
+    when(
+        "the Next button", [this] { return shows("uiBtNext"); },
+        [this, then] {
+          tap("uiBtNext");
+          if (then) then();
+        });
+  });
 }
 
 void Autopilot::readTheWordAloud() {
@@ -245,8 +263,8 @@ void Autopilot::readTheWordAloud() {
             emit stuck("no voice for the word " + QString::fromStdString(word()));
             return;
           }
-          captureStep("recording");
           QTimer::singleShot(static_cast<int>(seconds * 1000) + 500, this, [this] {
+            captureStep("recording");
             tap("uiBtRecord");
             when(
                 "the Next button", [this] { return shows("uiBtNext"); },

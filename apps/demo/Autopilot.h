@@ -56,6 +56,7 @@ class Autopilot : public QObject {
   void filmInTheMirror(bool byButton);
   // The heard-word tests: play, listen, type the word heard, Next.
   void typeTheWordHeard();
+  void typeWordAndNext(const QString& word, std::function<void()> then);
   // The read-word test: record, say the word shown, stop, Next.
   void readTheWordAloud();
   // Screenshots of the steps within one screen ("<screen>-<step>"), and of the film's moments.

@@ -223,10 +223,14 @@ TEST_F(AudioScreensTest, ReadTextRecordsReviewsAndUploadsTheWordShown) {
   EXPECT_FALSE(shown("uiBtNext") || shown("uiBtPlay") || shown("uiBtRecordAgain"));
 
   press("uiBtRecord_TouchUpInside");
+  // The same button stops, and shows so while recording.
+  EXPECT_EQ(screen->outlet<Button>("uiBtRecord").backgroundColor, context.themeColor);
+  EXPECT_EQ(screen->outlet<Button>("uiBtRecord").tintColor, Color::white());
   env.queue->advance(75.2);
   EXPECT_EQ(screen->outlet<Label>("uiLbTimer").text, "01:15");
   EXPECT_FALSE(screen->outlet<Label>("uiLbTimer").hidden);
-  press("uiBtRecord_TouchUpInside");  // the same button stops
+  press("uiBtRecord_TouchUpInside");
+  EXPECT_EQ(screen->outlet<Button>("uiBtRecord").backgroundColor, std::nullopt);
   EXPECT_TRUE(shown("uiBtPlay") && shown("uiBtRecordAgain") && shown("uiBtNext"));
   EXPECT_FALSE(shown("uiBtRecord"));
   const std::string path = (documents->path() / "recordingReadWord.m4a").string();
