@@ -4,12 +4,15 @@
 #include <QImage>
 #include <QProcess>
 #include <algorithm>
+#include <cmath>
 #include <filesystem>
 #include <set>
 
 #include "AssetsServer.h"
 #include "media/QrCodeReader.h"
+#include "media/SoundDecoder.h"
 #include "quorvel/Dictionary.h"
+#include "quorvel/virtual/VirtualSpeaker.h"
 #include "support/MovieProbe.h"
 #include "support/TemporaryTree.h"
 
@@ -158,6 +161,95 @@ TEST(DemoProgram, BadFlagsExplainAndExitWithTwo) {
     EXPECT_NE(run.err.find(reason), std::string::npos)
         << arguments.join(' ').toStdString() << run.err;
   }
+}
+
+}  // namespace
+}  // namespace quorvel::testing
+
+namespace quorvel::testing {
+namespace {
+
+// Loudness every 50 ms.
+std::vector<double> envelope(const std::vector<std::int16_t>& samples, int rate) {
+  std::vector<double> levels;
+  for (double at = 0; at + 0.05 <= static_cast<double>(samples.size()) / rate; at += 0.05) {
+    levels.push_back(loudness(samples, rate, at, at + 0.05));
+  }
+  return levels;
+}
+
+// How well b follows a (Pearson) at the best shift of b's start within half a second.
+double followsBest(const std::vector<double>& a, const std::vector<double>& b) {
+  double best = -1;
+  for (std::size_t shift = 0; shift <= 10 && shift < b.size(); ++shift) {
+    const std::size_t n = std::min(a.size(), b.size() - shift);
+    double ma = 0, mb = 0;
+    for (std::size_t i = 0; i < n; ++i) ma += a[i], mb += b[i + shift];
+    ma /= n, mb /= n;
+    double ab = 0, aa = 0, bb = 0;
+    for (std::size_t i = 0; i < n; ++i) {
+      ab += (a[i] - ma) * (b[i + shift] - mb);
+      aa += (a[i] - ma) * (a[i] - ma);
+      bb += (b[i + shift] - mb) * (b[i + shift] - mb);
+    }
+    if (aa > 0 && bb > 0) best = std::max(best, ab / std::sqrt(aa * bb));
+  }
+  return best;
+}
+
+TEST(DemoProgram, SoundScreensPassAloneWithRealSoundInBothLanguages) {
+  if (std::string(QUORVEL_DEMO_PROGRAM).empty()) GTEST_SKIP() << "the demo is not built";
+  TemporaryTree tree{"quorvel-demo-sound"};
+  AssetsServer server({tree.path() / "uploads", {"demo-key"}});
+  const int port = server.start();
+  auto stored = [&](const Dictionary& result) {
+    const std::string url = result.value("url", std::string());
+    return (tree.path() / "uploads" / "demo-app" / url.substr(url.rfind('/') + 1)).string();
+  };
+  const auto clip = VirtualSpeaker::assetSamples("testfile");
+  ASSERT_TRUE(clip);
+  for (const char* language : {"en", "pt"}) {
+    const auto& words =
+        language == std::string("en")
+            ? std::vector<std::string>{"computer", "dog", "paper", "purple", "table"}
+            : std::vector<std::string>{"cadeira", "computador", "livro", "mesa", "telefone"};
+    for (const char* key :
+         {"loudspeaker_v1", "earspeaker_v1", "speaker_recording_v1", "read_text_v1"}) {
+      const Finished run = runDemo({"--autopilot", "--screen", key, "--language", language,
+                                    "--assets-host", QString("http://127.0.0.1:%1").arg(port),
+                                    "--app-id", "demo-app", "--api-key", "demo-key"});
+      ASSERT_EQ(run.exitCode, 0) << key << " " << language << "\n" << run.err;
+      const Dictionary result = Dictionary::parse(run.out);
+      ASSERT_EQ(result["success"], true) << result.dump();
+      const std::string heardOrShown = result.value("audio_word", result.value("text", ""));
+      if (!heardOrShown.empty()) {
+        EXPECT_NE(std::find(words.begin(), words.end(), heardOrShown), words.end()) << key;
+      }
+      if (result.contains("audio_word")) {
+        EXPECT_EQ(result["input_word"], heardOrShown);
+      }
+      if (!result.contains("url")) continue;
+      // A real recording: AAC, 12,000 Hz, one channel, of what was played or said.
+      const auto movie = probeMovie(stored(result));
+      ASSERT_TRUE(movie && movie->first("aac")) << key;
+      EXPECT_EQ(movie->first("aac")->sampleRate, 12000);
+      const auto heard = SoundDecoder::decodeFile(stored(result), 12000);
+      ASSERT_TRUE(heard);
+      if (std::string(key) == "speaker_recording_v1") {
+        const double expected = static_cast<double>(clip->size()) / VirtualRoom::kSampleRate;
+        EXPECT_NEAR(movie->first("aac")->seconds, expected, expected * 0.1);
+        const auto played = SoundDecoder::decodeFile(stored(result), VirtualRoom::kSampleRate);
+        EXPECT_GT(followsBest(envelope(*clip, VirtualRoom::kSampleRate),
+                              envelope(*played, VirtualRoom::kSampleRate)),
+                  0.8)
+            << "the recording does not follow the clip";
+      } else {
+        const auto levels = envelope(*heard, 12000);
+        EXPECT_GT(*std::max_element(levels.begin(), levels.end()), 0.05) << "a silent recording";
+      }
+    }
+  }
+  server.stop();
 }
 
 }  // namespace
