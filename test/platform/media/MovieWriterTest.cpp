@@ -110,6 +110,49 @@ TEST_F(MovieWriterTest, AFileThatCannotBeWrittenIsAnErrorAtOnce) {
   EXPECT_FALSE(error.empty());
 }
 
+// A sound recording: AAC alone at its own rate, index first, exactly as long as what was given
+// (the encoder's priming cut by the file's edit list, the resampler's tail kept).
+TEST_F(MovieWriterTest, WritesAnM4aSoundRecordingResampledToItsRate) {
+  const std::string m4a = (tree.path() / "recording.m4a").string();
+  MovieWriter::Options options;
+  options.audioSampleRate = 12000;
+  options.audioInputRate = kRate;
+  options.realTime = false;
+  std::string error;
+  auto writer = MovieWriter::open(m4a, options, error);
+  ASSERT_TRUE(writer) << error;
+  // 1.5 s: a second of tone, then half a second of silence, handed over in odd pieces.
+  std::vector<std::int16_t> sound(kRate * 3 / 2, 0);
+  for (int i = 0; i < kRate; ++i) {
+    sound[static_cast<std::size_t>(i)] =
+        static_cast<std::int16_t>(12000 * std::sin(2 * M_PI * 440.0 * i / kRate));
+  }
+  for (std::size_t at = 0; at < sound.size(); at += 777) {
+    writer->addAudio(sound.data() + at, std::min<std::size_t>(777, sound.size() - at));
+  }
+  EXPECT_EQ(writer->finish(), std::nullopt);
+
+  auto movie = probeMovie(m4a);
+  ASSERT_TRUE(movie);
+  EXPECT_EQ(movie->brand, "M4A ");
+  ASSERT_EQ(movie->streams.size(), 1u);
+  EXPECT_EQ(movie->streams[0].codec, "aac");
+  EXPECT_EQ(movie->streams[0].sampleRate, 12000);
+  EXPECT_NEAR(movie->streams[0].seconds, 1.5, 0.01);
+  std::ifstream file(m4a, std::ios::binary);
+  std::string head(40, '\0');
+  file.read(head.data(), 40);
+  EXPECT_NE(head.find("moov"), std::string::npos) << "the index is not first";
+  auto heard = SoundDecoder::decodeFile(m4a, 12000);
+  ASSERT_TRUE(heard);
+  EXPECT_GT(loudness(*heard, 12000, 0.05, 0.95), 0.15) << "the tone starts at once";
+  EXPECT_LT(loudness(*heard, 12000, 1.05, 1.45), 0.01);
+  // A picture size or no sound is no recording.
+  options.width = 160;
+  options.height = 120;
+  EXPECT_FALSE(MovieWriter::open(m4a, options, error));
+}
+
 TEST(SoundDecoder, ResamplesAndMixesDownToMonoAtTheAskedRateOrGivesNothing) {
   TemporaryTree tree("quorvel-sound");
   const std::string wav = (tree.path() / "tone.wav").string();
