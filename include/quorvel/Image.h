@@ -24,7 +24,9 @@ struct Image {
   static Image asset(std::string name, bool isTemplate = false) {
     return Image{Kind::asset, std::move(name), {}, 0, 0, isTemplate};
   }
-  static Image file(std::string path) { return Image{Kind::file, std::move(path), {}, 0, 0, false}; }
+  static Image file(std::string path) {
+    return Image{Kind::file, std::move(path), {}, 0, 0, false};
+  }
   static Image encoded(std::vector<std::uint8_t> data) {
     return Image{Kind::encoded, {}, std::move(data), 0, 0, false};
   }
