@@ -17,7 +17,8 @@ ByteCountFormatter::Separators ByteCountFormatter::current() {
     separators.grouping = conventions->thousands_sep;
   } else {
     // The C locale has no grouping character; pick the one that cannot be the decimal mark.
-    separators.grouping = separators.decimal == "," ? "." : ",";
+    // One character assigned, not a literal: GCC 12 warns (wrongly) of overlap on the latter.
+    separators.grouping = std::string(1, separators.decimal == "," ? '.' : ',');
   }
   return separators;
 }
