@@ -1,5 +1,7 @@
 #include "tests/TestViewController.h"
 
+#include <filesystem>
+
 #include "quorvel/platform/Platform.h"
 #include "quorvel/ui/AlertController.h"
 #include "support/Timestamp.h"
@@ -71,6 +73,10 @@ bool TestViewController::warnIfVolumeLow(float volume) {
   if (volume >= 0.5f) return false;
   alert("", look_.copy("alert_sound_level_ios"));
   return true;
+}
+
+std::string TestViewController::documentsFile(const std::string& name) {
+  return (std::filesystem::path(platform().device->documentsDirectory()) / name).string();
 }
 
 Dictionary TestViewController::stamped(Dictionary values) {

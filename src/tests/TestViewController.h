@@ -61,6 +61,8 @@ class TestViewController : public ViewController {
     };
   }
 
+  // The host's documents folder's file of that name, where recordings are made.
+  static std::string documentsFile(const std::string& name);
   // values with "timestamp" set to now.
   static Dictionary stamped(Dictionary values);
   // Only a charging or full battery means the cable is in.

@@ -22,10 +22,6 @@ RecordingViewController::~RecordingViewController() {
   if (loadingView_) loadingView_->removeFromWindow();
 }
 
-std::string RecordingViewController::documentsFile(const std::string& name) {
-  return (std::filesystem::path(platform().device->documentsDirectory()) / name).string();
-}
-
 void RecordingViewController::viewDidLoad() {
   TestViewController::viewDidLoad();
   preparePlayAndRecord();

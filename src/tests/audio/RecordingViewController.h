@@ -20,9 +20,6 @@ class RecordingViewController : public TestViewController {
  public:
   ~RecordingViewController() override;
 
-  // The documents folder's file of that name.
-  static std::string documentsFile(const std::string& name);
-
   bool recordAvailable() const { return recordAvailable_; }
   bool isRecording() const { return recording_ && recording_->isRecording(); }
 

@@ -33,10 +33,6 @@ constexpr ColourStep kColourSteps[] = {{0, Color{0, 0, 1, 1}, Color::white()},  
 constexpr double kEndCodeAt = 5.0;
 constexpr double kEndAt = 5.5;
 
-std::string documentsFile(const char* name) {
-  return (std::filesystem::path(platform().device->documentsDirectory()) / name).string();
-}
-
 }  // namespace
 
 DeviceFrontVideoViewController::DeviceFrontVideoViewController(std::string interfaceName,
