@@ -16,6 +16,9 @@ namespace {
 constexpr int kLookMilliseconds = 500;
 constexpr int kPollMilliseconds = 100;
 constexpr int kPatienceMilliseconds = 20000;
+// The review comes after a whole film (the start code read, six seconds of codes and colours, the
+// movie closed and its first picture taken), which a loaded machine may stretch.
+constexpr int kFilmPatienceMilliseconds = 90000;
 
 // A row of the combined screen that passed.
 constexpr int kRowSucceeded = static_cast<int>(TestViewState::success);
@@ -160,13 +163,13 @@ void Autopilot::filmInTheMirror(bool byButton) {
       return shows("uiBtVideoReviewNext") && !outletJson("uiVideoReviewImage")["image"].is_null();
     };
     if (!byButton) {
-      when("the review", reviewShown, [this, submit] {
+      when("the review", reviewShown, kFilmPatienceMilliseconds, [this, submit] {
         captureStep("review");
         submit();
       });
       return;
     }
-    when("the review", reviewShown, [this, submit] {
+    when("the review", reviewShown, kFilmPatienceMilliseconds, [this, submit] {
       captureStep("review");
       tap("uiCheckBoxTerms");
       submit();
@@ -312,10 +315,15 @@ void Autopilot::answerAlert() {
 
 void Autopilot::when(const QString& what, std::function<bool()> condition,
                      std::function<void()> action) {
+  when(what, std::move(condition), kPatienceMilliseconds, std::move(action));
+}
+
+void Autopilot::when(const QString& what, std::function<bool()> condition, int patienceMilliseconds,
+                     std::function<void()> action) {
   const int generation = generation_;
   auto waited = std::make_shared<int>(0);
   auto poll = std::make_shared<std::function<void()>>();
-  *poll = [this, what, generation, waited, condition = std::move(condition),
+  *poll = [this, what, generation, waited, patienceMilliseconds, condition = std::move(condition),
            action = std::move(action), poll]() {
     if (generation != generation_) {
       auto self = std::exchange(*poll, nullptr);
@@ -328,7 +336,7 @@ void Autopilot::when(const QString& what, std::function<bool()> condition,
       return;
     }
     *waited += kPollMilliseconds;
-    if (*waited > kPatienceMilliseconds) {
+    if (*waited > patienceMilliseconds) {
       auto self = std::exchange(*poll, nullptr);
       emit stuck(what + " never showed on " +
                  frontEnd_.bridgeFor(current_.lock())->interfaceName());

@@ -66,6 +66,8 @@ class Autopilot : public QObject {
   // Runs action once condition holds, checking often; gives up (stuck) after a while. Waits of a
   // screen that has gone are dropped.
   void when(const QString& what, std::function<bool()> condition, std::function<void()> action);
+  void when(const QString& what, std::function<bool()> condition, int patienceMilliseconds,
+            std::function<void()> action);
   bool shows(const QString& outlet) const;
   QPointF centerOf(const QString& outlet) const;
   void tap(const QString& outlet);
