@@ -4,6 +4,7 @@
 
 #include "quorvel/platform/Platform.h"
 #include "quorvel/ui/AlertController.h"
+#include "support/Logging.h"
 #include "support/Timestamp.h"
 #include "widgets/HeaderViewHelper.h"
 
@@ -75,8 +76,20 @@ bool TestViewController::warnIfVolumeLow(float volume) {
   return true;
 }
 
+bool TestViewController::preparePlayAndRecord(bool defaultToSpeaker) {
+  auto& session = *platform().audioSession;
+  auto error = session.setCategory(AudioCategory::playAndRecord, AudioMode::standard,
+                                   AudioCategoryOptions{defaultToSpeaker});
+  if (!error) error = session.setActive(true);
+  if (error) logLine(*error);
+  return !error;
+}
+
 std::string TestViewController::documentsFile(const std::string& name) {
-  return (std::filesystem::path(platform().device->documentsDirectory()) / name).string();
+  const std::filesystem::path folder(platform().device->documentsDirectory());
+  std::error_code ignored;
+  std::filesystem::create_directories(folder, ignored);
+  return (folder / name).string();
 }
 
 Dictionary TestViewController::stamped(Dictionary values) {

@@ -61,7 +61,11 @@ class TestViewController : public ViewController {
     };
   }
 
-  // The host's documents folder's file of that name, where recordings are made.
+  // Sets the shared session to play and record (on the loudspeaker with defaultToSpeaker, else
+  // the earpiece) and activates it; false, logged, when it cannot.
+  static bool preparePlayAndRecord(bool defaultToSpeaker);
+  // The host's documents folder's file of that name, where recordings are made; the folder is
+  // made when missing.
   static std::string documentsFile(const std::string& name);
   // values with "timestamp" set to now.
   static Dictionary stamped(Dictionary values);

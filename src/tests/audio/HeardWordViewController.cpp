@@ -84,14 +84,7 @@ void HeardWordViewController::play() {
   if (playing_) ports.audioPlayer->stop();
   const std::string asset = WordLists::assetName(look().context().language, word());
   if (asset.empty()) return;
-  auto& session = *ports.audioSession;
-  auto error = session.setCategory(AudioCategory::playAndRecord, AudioMode::standard,
-                                   AudioCategoryOptions{defaultToSpeaker_});
-  if (!error) error = session.setActive(true);
-  if (error) {
-    logLine(*error);
-    return;
-  }
+  if (!preparePlayAndRecord(defaultToSpeaker_)) return;
   playing_ = true;
   showPlayButton();
   // Each play answers once; only the latest one's end turns the button back.

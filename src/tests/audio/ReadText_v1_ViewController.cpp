@@ -134,7 +134,7 @@ void ReadText_v1_ViewController::recordingEnded(bool successfully) {
 
 void ReadText_v1_ViewController::play() {
   auto player = platform().audioPlayer;
-  if (finished() || isRecording() || !player || !preparePlayAndRecord()) return;
+  if (finished() || isRecording() || !player || !preparePlayAndRecord(false)) return;
   playing_ = true;
   const unsigned playback = ++playback_;
   player->playFile(recordingPath(), whileAlive<bool>([this, playback](bool) {

@@ -24,7 +24,7 @@ RecordingViewController::~RecordingViewController() {
 
 void RecordingViewController::viewDidLoad() {
   TestViewController::viewDidLoad();
-  preparePlayAndRecord();
+  preparePlayAndRecord(false);
   auto recorder = platform().audioRecorder;
   if (!recorder) {
     logLine("No sound recorder; nothing can be recorded");
@@ -42,14 +42,6 @@ void RecordingViewController::viewWillDisappear(bool animated) {
   // Nothing records or plays behind the next screen.
   if (!uploading_) stopRecording();
   if (auto player = platform().audioPlayer) player->stop();
-}
-
-bool RecordingViewController::preparePlayAndRecord() {
-  auto& session = *platform().audioSession;
-  auto error = session.setCategory(AudioCategory::playAndRecord, AudioMode::standard, {});
-  if (!error) error = session.setActive(true);
-  if (error) logLine(*error);
-  return !error;
 }
 
 bool RecordingViewController::startRecording(std::function<void(bool)> ended) {

@@ -35,9 +35,6 @@ class RecordingViewController : public TestViewController {
 
   // The permission's answer came (on load).
   virtual void permissionAnswered() {}
-  // Sets the shared session for playing and recording and activates it; false (logged) when it
-  // cannot.
-  bool preparePlayAndRecord();
   // Replaces any recording with a new one into recordingPath(); ended runs once when the new one
   // ends (true: stopped and complete). False when no recording could start.
   bool startRecording(std::function<void(bool successfully)> ended);

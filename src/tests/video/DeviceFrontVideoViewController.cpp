@@ -170,9 +170,6 @@ void DeviceFrontVideoViewController::setSession(std::shared_ptr<CameraSession> s
 }
 
 bool DeviceFrontVideoViewController::startRecording() {
-  std::error_code ignored;
-  std::filesystem::create_directories(
-      std::filesystem::path(platform().device->documentsDirectory()), ignored);
   auto finished = whileAlive<std::optional<std::string>>(
       [this](std::optional<std::string> error) { recordingEnded(error); });
   if (!session_ || !session_->startRecording(moviePath(), finished)) {
