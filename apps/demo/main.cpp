@@ -16,6 +16,7 @@
 #include "backend/AssetUploaderWebService.h"
 #include "device/DeviceInfoHelper.h"
 #include "quorvel/platform/HostBundle.h"
+#include "quorvel/platform/TrackedAudioSession.h"
 #include "quorvel/quick/QuickFrontEnd.h"
 #include "quorvel/ui/NavigationController.h"
 #include "quorvel/virtual/VirtualAudioRecorder.h"
@@ -107,6 +108,9 @@ int main(int argc, char** argv) {
     mirror = std::make_shared<VirtualMirrorCamera>(nullptr, room);
     frontEnd.useCamera(mirror, mirror);
   }
+  // The unattended run presses virtual volume keys: they move a volume of their own, never the
+  // machine's.
+  if (options.autopilot) frontEnd.useAudioSession(std::make_shared<TrackedAudioSession>());
   Platform platform = frontEnd.platform();
   // The person in the room hears the speaker and speaks to the virtual microphone.
   std::shared_ptr<VirtualPerson> person;

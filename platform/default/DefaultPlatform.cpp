@@ -3,13 +3,13 @@
 #include "curl/CurlHttpClient.h"
 #include "linux/LinuxDevice.h"
 #include "linux/PosixClock.h"
+#include "linux/PulseAudioSession.h"
 #include "linux/SharedMimeInfoTypeRegistry.h"
 #include "linux/SyslogLog.h"
 #include "linux/XdgUrlOpener.h"
 #include "media/FfmpegImageEncoder.h"
 #include "media/FfmpegMediaExport.h"
 #include "quorvel/platform/Platform.h"
-#include "quorvel/platform/TrackedAudioSession.h"
 #include "quorvel/ui/Application.h"
 #include "support/RunLoopMainQueue.h"
 
@@ -36,7 +36,8 @@ Platform makeDefaultPlatform() {
   // them to these; until one does, none arrive.
   p.volumeEvents = std::make_shared<VolumeEvents>();
   p.screenshotEvents = std::make_shared<ScreenshotEvents>();
-  p.audioSession = std::make_shared<TrackedAudioSession>();
+  // The sound server's mixer where one runs; the level is tracked where none does.
+  p.audioSession = std::make_shared<PulseAudioSession>();
   p.application = std::make_shared<Application>();
   p.mediaExport = std::make_shared<FfmpegMediaExport>();
   // Sound, the camera and movie playback need a front end; the Qt one fills them.

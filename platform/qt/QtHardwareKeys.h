@@ -25,6 +25,7 @@ class QtHardwareKeys : public QObject {
 
   // Listens to window's keys (only one window at a time).
   void attach(QWindow* window);
+  void setSession(std::shared_ptr<AudioSession> session) { session_ = std::move(session); }
 
  protected:
   bool eventFilter(QObject* watched, QEvent* event) override;

@@ -14,7 +14,6 @@
 #include "qt/QtVideoPlayback.h"
 #include "qt/QuorvelImageProvider.h"
 #include "quorvel/Fatal.h"
-#include "quorvel/platform/TrackedAudioSession.h"
 #include "quorvel/ui/AlertController.h"
 #include "quorvel/ui/LoadingView.h"
 #include "quorvel/ui/NavigationController.h"
@@ -57,7 +56,6 @@ QuickFrontEnd::QuickFrontEnd(QObject* parent)
   platform_.mainQueue = std::make_shared<QtMainQueue>(this);
   platform_.application = std::make_shared<Application>();
   platform_.volumeEvents = std::make_shared<VolumeEvents>();
-  platform_.audioSession = std::make_shared<TrackedAudioSession>();
   platform_.screenshotEvents = std::make_shared<ScreenshotEvents>();
   picker_ = std::make_shared<QtImagePicker>([this] { emit imagePickRequested(); });
   platform_.imagePicker = picker_;
@@ -318,6 +316,22 @@ void QuickFrontEnd::imagePicked(const QUrl& file) {
 }
 
 void QuickFrontEnd::imagePickCancelled() { picker_->finish(std::nullopt); }
+
+void QuickFrontEnd::useAudioSession(std::shared_ptr<AudioSession> session) {
+  if (!session) QUORVEL_FATAL("useAudioSession needs a session");
+  Platform installed = quorvel::platform();
+  const bool wasInstalled = installed.audioSession == platform_.audioSession;
+  const bool playerInstalled = installed.audioPlayer == platform_.audioPlayer;
+  platform_.audioSession = std::move(session);
+  keys_->setSession(platform_.audioSession);
+  platform_.audioPlayer =
+      std::make_shared<QtAudioPlayer>(platform_.mainQueue, platform_.audioSession);
+  if (wasInstalled || playerInstalled) {
+    if (wasInstalled) installed.audioSession = platform_.audioSession;
+    if (playerInstalled) installed.audioPlayer = platform_.audioPlayer;
+    installPlatform(installed);
+  }
+}
 
 void QuickFrontEnd::useCamera(std::shared_ptr<Camera> camera,
                               std::shared_ptr<CameraPictureSource> pictures) {

@@ -5,6 +5,7 @@
 
 #include "qt/OutletItem.h"
 #include "quorvel/platform/HostBundle.h"
+#include "quorvel/platform/TrackedAudioSession.h"
 
 namespace quorvel::testing {
 
@@ -40,6 +41,8 @@ void QuickFixture::SetUp() {
   documents = std::make_unique<TemporaryTree>("quorvel-quick-documents");
   qputenv("XDG_DOCUMENTS_DIR", QByteArray::fromStdString(documents->path().string()));
   frontEnd = std::make_unique<QuickFrontEnd>();
+  // The tests' keys must not move the volume of the machine they run on.
+  frontEnd->useAudioSession(std::make_shared<TrackedAudioSession>());
   Platform platform = frontEnd->platform();
   installPlatform(platform);
   useAssetsHost("http://127.0.0.1:1");

@@ -8,8 +8,9 @@
 
 namespace quorvel {
 
-// An audio session for systems without a mixer the SDK can read: the level is what whoever sees
-// the volume keys (a front end, virtual keys) says it is, starting from a level of its own.
+// An audio session whose level is what whoever sees the volume keys (a front end, virtual keys)
+// says it is, starting from a level of its own: all there is on systems without a mixer the SDK
+// can read. A session that reads a mixer builds on it and also hears the system's own changes.
 class TrackedAudioSession : public AudioSession {
  public:
   explicit TrackedAudioSession(float outputVolume = 1.0f) : outputVolume_(outputVolume) {}
@@ -34,11 +35,16 @@ class TrackedAudioSession : public AudioSession {
     return observers_.add(std::move(observer));
   }
 
-  // The level changed; call on the main queue.
-  void outputVolumeDidChange(float volume) {
+  // The keys or the system changed the level; call on the main queue. Every call notifies, even
+  // at an unchanged level (a key pressed at either end).
+  virtual void outputVolumeDidChange(float volume) {
     outputVolume_ = volume;
     observers_.notify(volume);
   }
+
+ protected:
+  // The level as learnt from elsewhere, without a notification.
+  void startFrom(float volume) { outputVolume_ = volume; }
 
  private:
   bool active_ = false;
@@ -49,7 +55,7 @@ class TrackedAudioSession : public AudioSession {
 };
 
 // Reports a change of the output level that keys or the system made: as a volume event, then to the
-// session when it is one that is told its level (a session that reads a mixer hears it there).
+// session when it is one that is told its level (a session on a mixer passes it on to the mixer).
 inline void reportVolumeChange(VolumeEvents& events, AudioSession& session,
                                const VolumeChange& change) {
   events.report(change);

@@ -73,6 +73,10 @@ class QuickFrontEnd : public QObject {
   void useCamera(std::shared_ptr<Camera> camera, std::shared_ptr<CameraPictureSource> pictures);
   // The installed camera's newest picture; null while no capture session runs.
   QImage cameraPicture() const;
+  // Puts session in the platform, for the volume keys and the sound player too (the system's
+  // mixer by default). Virtual devices use a TrackedAudioSession, so that they never move the
+  // machine's own volume. The installed platform gets it when it holds the previous one.
+  void useAudioSession(std::shared_ptr<AudioSession> session);
 
   // Host screens' interfaces are looked up here first ("qrc:/demo/"), then in the SDK's own.
   void addInterfaceLocation(const QUrl& base);

@@ -1,0 +1,119 @@
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+
+#include <chrono>
+#include <cmath>
+#include <thread>
+#include <vector>
+
+#include "linux/PulseAudioSession.h"
+#include "quorvel/ui/AlertController.h"
+#include "support/PrivatePulseAudio.h"
+#include "support/TestScreenFixture.h"
+#include "tests/audio/Loudspeaker_v1_ViewController.h"
+#include "tests/video/DeviceFrontVideo_v2_ViewController.h"
+
+namespace quorvel::testing {
+namespace {
+
+using ::testing::ElementsAre;
+
+MATCHER_P(Level, expected, "") { return std::fabs(arg - expected) < 0.005f; }
+MATCHER_P2(Change, level, explicitChange, "") {
+  return std::fabs(arg.volume - level) < 0.005f && arg.explicitChange == explicitChange;
+}
+
+// The session against a sound server of the test's own; the platform's main queue is the
+// fixture's, run by waitUntil while the server's answers arrive.
+class PulseAudioSessionTest : public TestScreenFixture {
+ protected:
+  void SetUp() override {
+    TestScreenFixture::SetUp();
+    ASSERT_TRUE(pulse.running()) << pulse.problem();
+  }
+  std::shared_ptr<PulseAudioSession> useSession(const std::string& server) {
+    auto session = std::make_shared<PulseAudioSession>(server);
+    env.volume.session = session;
+    env.install();
+    return session;
+  }
+  bool hasAlert(ViewController& screen) const {
+    return std::dynamic_pointer_cast<AlertController>(screen.presentedViewController()) != nullptr;
+  }
+
+  PrivatePulseAudio pulse;
+};
+
+TEST_F(PulseAudioSessionTest, FollowsTheDefaultSinkAndSetsItFromKeysWithoutHearingItsOwnEchoes) {
+  ASSERT_TRUE(pulse.setSinkVolume(30));
+  auto session = useSession(pulse.server());
+  std::vector<float> heard;
+  std::vector<VolumeChange> events;
+  auto observation = session->observeOutputVolume([&](float level) { heard.push_back(level); });
+  auto listening = env.volume.events->addObserver([&](auto& change) { events.push_back(change); });
+  // Where the sink stands is where the level starts, not a change.
+  EXPECT_TRUE(session->hasMixer());
+  EXPECT_THAT(session->outputVolume(), Level(0.3f));
+
+  ASSERT_TRUE(pulse.setSinkVolume(60));
+  ASSERT_TRUE(waitUntil([&] { return !heard.empty(); }));
+  // Two key presses reach the sink. The server's report of the first is queued behind the second
+  // press (the main queue does not run meanwhile), and is no change.
+  reportVolumeChange(*env.volume.events, *session, {0.75f, true});
+  for (int tries = 0; tries < 100 && pulse.sinkVolume() != 75; ++tries) {
+    std::this_thread::sleep_for(std::chrono::milliseconds(20));
+  }
+  std::this_thread::sleep_for(std::chrono::milliseconds(100));
+  reportVolumeChange(*env.volume.events, *session, {0.8125f, true});
+  ASSERT_TRUE(waitUntil([&] { return pulse.sinkVolume() == 81; }));
+  ASSERT_TRUE(pulse.setSinkVolume(40));
+  ASSERT_TRUE(waitUntil([&] { return std::fabs(heard.back() - 0.4f) < 0.005f; }));
+  EXPECT_THAT(heard, ElementsAre(Level(0.6f), Level(0.75f), Level(0.8125f), Level(0.4f)));
+  EXPECT_THAT(events, ElementsAre(Change(0.6f, false), Change(0.75f, true), Change(0.8125f, true),
+                                  Change(0.4f, false)));
+
+  // Without its server the session keeps the last level and goes on as a tracked one.
+  pulse.stop();
+  ASSERT_TRUE(waitUntil([&] { return !session->hasMixer(); }));
+  EXPECT_THAT(session->outputVolume(), Level(0.4f));
+  session->outputVolumeDidChange(0.25f);
+  EXPECT_THAT(heard.back(), Level(0.25f));
+  EXPECT_THAT(session->outputVolume(), Level(0.25f));
+}
+
+TEST_F(PulseAudioSessionTest, WithoutAServerTheLevelIsTracked) {
+  auto session = useSession("unix:" + (documents->path() / "no-server").string());
+  EXPECT_EQ(session->outputVolume(), 1.0f);
+  EXPECT_FALSE(session->hasMixer());
+  std::vector<float> heard;
+  auto observation = session->observeOutputVolume([&](float level) { heard.push_back(level); });
+  session->outputVolumeDidChange(0.25f);
+  EXPECT_THAT(heard, ElementsAre(0.25f));
+  EXPECT_EQ(session->outputVolume(), 0.25f);
+}
+
+// The volume rule of the sound and video screens reads the person's mixer.
+TEST_F(PulseAudioSessionTest, ScreensAskForSoundBelowHalfOfTheSinkAndLetThePersonPassAbove) {
+  ASSERT_TRUE(pulse.setSinkVolume(30));
+  auto session = useSession(pulse.server());
+  auto word = show<Loudspeaker_v1_ViewController>();
+  EXPECT_TRUE(hasAlert(*word));
+  cover();
+  auto video = show<DeviceFrontVideo_v2_ViewController>();
+  press("uiBtNext_TouchUpInside");
+  ASSERT_TRUE(hasAlert(*video));
+  std::dynamic_pointer_cast<AlertController>(video->presentedViewController())->performAction(0);
+  settle();
+  EXPECT_TRUE(env.camera->sessions.empty());
+
+  ASSERT_TRUE(pulse.setSinkVolume(60));
+  ASSERT_TRUE(waitUntil([&] { return session->outputVolume() > 0.59f; }));
+  press("uiBtNext_TouchUpInside");
+  EXPECT_FALSE(hasAlert(*video));
+  EXPECT_EQ(env.camera->sessions.size(), 1u);
+  cover();
+  EXPECT_FALSE(hasAlert(*show<Loudspeaker_v1_ViewController>()));
+}
+
+}  // namespace
+}  // namespace quorvel::testing
