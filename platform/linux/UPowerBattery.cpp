@@ -57,7 +57,7 @@ std::unique_ptr<UPowerBattery> UPowerBattery::start(std::function<void()> change
   std::unique_ptr<UPowerBattery> battery(new UPowerBattery(std::move(*bus), std::move(changed)));
   if (!battery->subscribe()) return nullptr;
   // Subscribed first, so that nothing said after this first reading is missed.
-  battery->reload();
+  battery->reading_ = battery->reload();
   battery->stop_ = ::eventfd(0, EFD_CLOEXEC | EFD_NONBLOCK);
   if (battery->stop_ < 0) return nullptr;
   battery->watcher_ = std::thread([raw = battery.get()] { raw->watch(); });
@@ -97,11 +97,19 @@ std::optional<UPowerBattery::Reading> UPowerBattery::reading() const {
 }
 
 // Reads the display device afresh; UPower not answering counts as UPower away.
-void UPowerBattery::reload() {
+std::optional<UPowerBattery::Reading> UPowerBattery::reload() {
   device_ = bus_.hasOwner(kService) ? bus_.getAll(kService, kDisplayDevice, kDeviceInterface)
                                     : std::nullopt;
-  std::lock_guard lock(mutex_);
-  reading_ = device_ ? std::optional(readingOf(*device_)) : std::nullopt;
+  return device_ ? std::optional(readingOf(*device_)) : std::nullopt;
+}
+
+void UPowerBattery::publish(std::optional<Reading> reading) {
+  {
+    std::lock_guard lock(mutex_);
+    if (reading_ == reading) return;
+    reading_ = reading;
+  }
+  changed_();
 }
 
 int UPowerBattery::onPropertiesChanged(sd_bus_message* message, void* self, sd_bus_error*) {
@@ -118,24 +126,19 @@ int UPowerBattery::onPropertiesChanged(sd_bus_message* message, void* self, sd_b
   for (char** name = invalidated; name && *name; ++name) std::free(*name);
   std::free(invalidated);
 
-  std::optional<Reading> before = battery->reading();
   if (anyInvalidated || !battery->device_) {
-    battery->reload();
+    battery->publish(battery->reload());
   } else {
     for (auto& [key, value] : changed) (*battery->device_)[key] = std::move(value);
-    std::lock_guard lock(battery->mutex_);
-    battery->reading_ = readingOf(*battery->device_);
+    battery->publish(readingOf(*battery->device_));
   }
-  if (battery->reading() != before) battery->changed_();
   return 0;
 }
 
 int UPowerBattery::onOwnerChanged(sd_bus_message*, void* self, sd_bus_error*) {
+  // Coming or going always changes the reading: the device picks its source by it.
   auto* battery = static_cast<UPowerBattery*>(self);
-  std::optional<Reading> before = battery->reading();
-  battery->reload();
-  // Coming or going always differs: the device picks its source by it.
-  if (battery->reading() != before) battery->changed_();
+  battery->publish(battery->reload());
   return 0;
 }
 
@@ -146,11 +149,7 @@ void UPowerBattery::watch() {
     }
     // A lost connection counts as UPower gone, so the device falls back to the power supplies.
     if (processed < 0) {
-      {
-        std::lock_guard lock(mutex_);
-        reading_.reset();
-      }
-      changed_();
+      publish(std::nullopt);
       return;
     }
     std::uint64_t due = 0;

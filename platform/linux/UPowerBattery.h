@@ -39,7 +39,9 @@ class UPowerBattery {
  private:
   UPowerBattery(SdBus bus, std::function<void()> changed);
   bool subscribe();
-  void reload();
+  std::optional<Reading> reload();
+  // Keeps reading and calls changed when it differs from the one kept. Watcher thread.
+  void publish(std::optional<Reading> reading);
   void watch();
   static int onPropertiesChanged(sd_bus_message* message, void* self, sd_bus_error*);
   static int onOwnerChanged(sd_bus_message* message, void* self, sd_bus_error*);
