@@ -68,7 +68,7 @@ TEST_F(DeviceInfoProgram, PrintsThisMachinesRecordWithTheCheckedIdentifiers) {
   std::erase(total, ',');
   EXPECT_EQ(record["round_disk_space"],
             std::to_string(static_cast<long long>(std::ceil(std::stod(total)))) + " GB");
-  // This machine has no modem service, so there is no provider dictionary.
+  // The tests' system bus address leads nowhere: no modem service, so no provider dictionary.
   EXPECT_FALSE(record.contains("carriers") || record.contains("timestamp"));
 }
 

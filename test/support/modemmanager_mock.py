@@ -3,7 +3,8 @@ service does (SIMs are not among the managed objects; they are read on their own
 
 parameters: {"modems": [{"path", "sim", "slots"?, "primarySlot"?, "operatorCode"?,
                          "operatorName"?}],
-             "sims": [{"path", "active"?, "operatorIdentifier"?, "operatorName"?}]}
+             "sims": [{"path", "active"?, "operatorIdentifier"?, "operatorName"?}],
+             "hang": seconds GetManagedObjects takes before answering?}
 '''
 
 import dbus
@@ -43,6 +44,7 @@ def load(mock, parameters):
         if 'active' in sim:
             properties['Active'] = dbus.Boolean(sim['active'])
         mock.AddObject(sim['path'], SIM_IFACE, properties, [])
+    hang = f'__import__("time").sleep({float(parameters["hang"])})\n' if 'hang' in parameters else ''
     mock.AddMethod('org.freedesktop.DBus.ObjectManager', 'GetManagedObjects', '', 'a{oa{sa{sv}}}',
-                   'ret = {dbus.ObjectPath(k): objects[k].props for k in objects.keys() '
+                   hang + 'ret = {dbus.ObjectPath(k): objects[k].props for k in objects.keys() '
                    'if k.startswith("/org/freedesktop/ModemManager1/Modem/")}')

@@ -27,17 +27,21 @@ std::vector<std::string> described(const std::vector<std::pair<std::string, Carr
   return lines;
 }
 
-TEST(ModemManagerCarriers, NoServiceOnTheBusIsNoDictionaryAndNoModemsAnEmptyOne) {
+TEST(ModemManagerCarriers, NoServiceOrAHungOneIsNoDictionaryAndNoModemsAnEmptyOne) {
   // The tests' system bus address leads nowhere.
   EXPECT_FALSE(ModemManagerCarriers::read().has_value());
   PrivateSystemBus bus;
   ASSERT_TRUE(bus.running());
   EXPECT_FALSE(ModemManagerCarriers::read().has_value());
-  ASSERT_TRUE(bus.startMock(kModemManager,
-                            {"--template", PrivateSystemBus::supportFile("modemmanager_mock.py")}));
+  const std::string mock = PrivateSystemBus::supportFile("modemmanager_mock.py");
+  ASSERT_TRUE(bus.startMock(kModemManager, {"--template", mock}));
   auto none = ModemManagerCarriers::read();
   ASSERT_TRUE(none.has_value());
   EXPECT_TRUE(none->empty());
+  // Answering after the call's time is up is not answering: the record cannot wait for it.
+  ASSERT_TRUE(bus.stopMock(kModemManager));
+  ASSERT_TRUE(bus.startMock(kModemManager, {"--template", mock, "--parameters", R"({"hang": 5})"}));
+  EXPECT_FALSE(ModemManagerCarriers::read().has_value());
 }
 
 // Modem 2 is an older ModemManager's (no slots) whose SIM tells nothing, so the network it is
