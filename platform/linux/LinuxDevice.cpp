@@ -20,6 +20,7 @@
 #include <string_view>
 #include <utility>
 
+#include "linux/ModemManagerCarriers.h"
 #include "quorvel/platform/Platform.h"
 #include "support/MainQueueCheck.h"
 
@@ -155,6 +156,7 @@ LinuxDevice::LinuxDevice(Roots roots)
     : roots_(std::move(roots)), thermal_(roots_.sys), battery_(roots_.sys) {}
 
 LinuxDevice::~LinuxDevice() {
+  upower_.reset();
   if (batteryPoll_) batteryPoll_->cancel();
 }
 
@@ -350,13 +352,45 @@ bool LinuxDevice::isBatteryMonitoringEnabled() const { return batteryMonitoring_
 void LinuxDevice::setBatteryMonitoringEnabled(bool enabled) {
   if (batteryMonitoring_.exchange(enabled) == enabled) return;
   if (!enabled) {
+    upower_.reset();
     if (batteryPoll_) batteryPoll_->cancel();
     batteryPoll_.reset();
     return;
   }
-  polledState_ = battery_.state();
-  polledLevel_ = battery_.level();
-  scheduleBatteryPoll();
+  upower_ = UPowerBattery::start(
+      [queue = platform().mainQueue, alive = std::weak_ptr<int>(alive_), this] {
+        queue->async([alive, this] {
+          if (alive.lock()) refreshBattery();
+        });
+      });
+  // Read now, so that the first answer after switching on is already right.
+  reported_ = currentBattery();
+  if (!upower_ || !upower_->reading()) scheduleBatteryPoll();
+}
+
+UPowerBattery::Reading LinuxDevice::currentBattery() const {
+  if (upower_) {
+    if (auto reading = upower_->reading()) return *reading;
+  }
+  return {battery_.state(), battery_.level()};
+}
+
+void LinuxDevice::refreshBattery() {
+  checkOnMainQueue("the battery refresh");
+  if (!batteryMonitoring_) return;
+  bool fromUPower = upower_ && upower_->reading();
+  if (fromUPower && batteryPoll_) {
+    batteryPoll_->cancel();
+    batteryPoll_.reset();
+  } else if (!fromUPower && !batteryPoll_) {
+    scheduleBatteryPoll();
+  }
+  UPowerBattery::Reading now = currentBattery();
+  bool stateChanged = now.state != reported_.state;
+  bool levelChanged = now.level != reported_.level;
+  reported_ = now;
+  if (stateChanged) batteryDidChange(BatteryChange::state);
+  if (levelChanged) batteryDidChange(BatteryChange::level);
 }
 
 void LinuxDevice::scheduleBatteryPoll() {
@@ -365,28 +399,21 @@ void LinuxDevice::scheduleBatteryPoll() {
 }
 
 void LinuxDevice::pollBattery() {
-  checkOnMainQueue("the battery poll");
-  BatteryState state = battery_.state();
-  float level = battery_.level();
-  bool stateChanged = state != polledState_;
-  bool levelChanged = level != polledLevel_;
-  polledState_ = state;
-  polledLevel_ = level;
   // Scheduled before the observers run, so that one switching monitoring off cancels it.
   scheduleBatteryPoll();
-  if (stateChanged) batteryDidChange(BatteryChange::state);
-  if (levelChanged) batteryDidChange(BatteryChange::level);
+  refreshBattery();
 }
 
 BatteryState LinuxDevice::batteryState() const {
-  return batteryMonitoring_ ? battery_.state() : BatteryState::unknown;
+  return batteryMonitoring_ ? currentBattery().state : BatteryState::unknown;
 }
 
-float LinuxDevice::batteryLevel() const { return batteryMonitoring_ ? battery_.level() : -1.0f; }
+float LinuxDevice::batteryLevel() const {
+  return batteryMonitoring_ ? currentBattery().level : -1.0f;
+}
 
 std::optional<std::vector<std::pair<std::string, Carrier>>> LinuxDevice::cellularProviders() const {
-  // Modems come through ModemManager, which has no adapter yet: no provider dictionary.
-  return std::nullopt;
+  return ModemManagerCarriers::read();
 }
 
 }  // namespace quorvel

@@ -6,13 +6,14 @@
 
 #include "linux/SysfsBattery.h"
 #include "linux/SysfsThermal.h"
+#include "linux/UPowerBattery.h"
 #include "quorvel/platform/Device.h"
 #include "quorvel/platform/MainQueue.h"
 
 namespace quorvel {
 
 // The device facts of a Linux machine: DMI or the device tree, os-release, machine-id, uname,
-// /proc, statvfs, thermal zones and power supplies.
+// /proc, statvfs, thermal zones, UPower or the power supplies, and ModemManager.
 class LinuxDevice : public Device {
  public:
   // Where the system trees live; tests point these at fake trees.
@@ -57,7 +58,8 @@ class LinuxDevice : public Device {
   void setBatteryMonitoringEnabled(bool enabled) override;
   BatteryState batteryState() const override;
   float batteryLevel() const override;
-  // The power supplies are read every second on the main queue while monitoring is on.
+  // While monitoring is on, the battery follows UPower's signals; where UPower is not on the
+  // system bus, the power supplies are read every second on the main queue instead.
   static constexpr double kBatteryPollSeconds = 1.0;
 
   // A desktop's screen does not turn with the application.
@@ -66,6 +68,9 @@ class LinuxDevice : public Device {
   std::optional<std::vector<std::pair<std::string, Carrier>>> cellularProviders() const override;
 
  private:
+  UPowerBattery::Reading currentBattery() const;
+  // Follows whichever source answers now and reports what changed since the last report.
+  void refreshBattery();
   void scheduleBatteryPoll();
   void pollBattery();
   std::string osReleaseField(const std::string& key) const;
@@ -75,10 +80,14 @@ class LinuxDevice : public Device {
   SysfsThermal thermal_;
   SysfsBattery battery_;
   std::atomic<bool> batteryMonitoring_{false};
-  // What the last battery poll read, to tell changes apart.
-  BatteryState polledState_ = BatteryState::unknown;
-  float polledLevel_ = -1.0f;
+  // Exists while monitoring is on and the system bus answers.
+  std::unique_ptr<UPowerBattery> upower_;
+  // What observers last heard of, to tell changes apart.
+  UPowerBattery::Reading reported_;
+  // Runs only while the power supplies are the source.
   std::shared_ptr<WorkItem> batteryPoll_;
+  // Expires with the device, so that the watcher's posts still queued do nothing.
+  std::shared_ptr<int> alive_ = std::make_shared<int>(0);
 };
 
 }  // namespace quorvel

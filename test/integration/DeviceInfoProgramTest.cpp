@@ -10,6 +10,7 @@
 #include <string>
 
 #include "quorvel/Dictionary.h"
+#include "support/PrivateSystemBus.h"
 
 namespace quorvel {
 namespace {
@@ -67,8 +68,48 @@ TEST_F(DeviceInfoProgram, PrintsThisMachinesRecordWithTheCheckedIdentifiers) {
   std::erase(total, ',');
   EXPECT_EQ(record["round_disk_space"],
             std::to_string(static_cast<long long>(std::ceil(std::stod(total)))) + " GB");
-  // This machine has no modem service, so there is no provider dictionary.
+  // The tests' system bus address leads nowhere: no modem service, so no provider dictionary.
   EXPECT_FALSE(record.contains("carriers") || record.contains("timestamp"));
+}
+
+// The program on a private system bus: UPower's battery, and one carrier per ModemManager SIM.
+TEST_F(DeviceInfoProgram, BatteryAndCarriersComeFromTheSystemBusServices) {
+  using quorvel::testing::PrivateSystemBus;
+  PrivateSystemBus bus;  // the program inherits its address
+  ASSERT_TRUE(bus.running());
+  ASSERT_TRUE(bus.startMock("org.freedesktop.UPower", {"--template", "upower"}));
+  ASSERT_TRUE(bus.call("org.freedesktop.UPower", "/org/freedesktop/UPower",
+                       "org.freedesktop.DBus.Mock", "SetupDisplayDevice", "uuddddxxbsu", 2u, 1u,
+                       42.0, 0.0, 0.0, 0.0, std::int64_t{0}, std::int64_t{0}, 1, "", 1u));
+  Outcome noModems = run("");
+  ASSERT_EQ(noModems.exitCode, 0) << noModems.err;
+  Dictionary record = noModems.json();
+  EXPECT_EQ(record["battery_state"], "charging");
+  ASSERT_TRUE(record["battery_level"].is_number_float()) << record["battery_level"];
+  EXPECT_NEAR(record["battery_level"].get<double>(), 0.42, 1e-6);
+  EXPECT_FALSE(record.contains("carriers") || record.contains("timestamp"));
+
+  const std::string layout = R"({"modems": [
+      {"path": "/org/freedesktop/ModemManager1/Modem/0", "sim": "/org/freedesktop/ModemManager1/SIM/0",
+       "slots": ["/org/freedesktop/ModemManager1/SIM/0", "/org/freedesktop/ModemManager1/SIM/1"],
+       "primarySlot": 1}],
+    "sims": [
+      {"path": "/org/freedesktop/ModemManager1/SIM/0", "operatorIdentifier": "26806",
+       "operatorName": "MEO"},
+      {"path": "/org/freedesktop/ModemManager1/SIM/1", "operatorIdentifier": "310260",
+       "operatorName": "T-Mobile"}]})";
+  ASSERT_TRUE(bus.startMock("org.freedesktop.ModemManager1",
+                            {"--template", PrivateSystemBus::supportFile("modemmanager_mock.py"),
+                             "--parameters", layout}));
+  Outcome twoSims = run("");
+  ASSERT_EQ(twoSims.exitCode, 0) << twoSims.err;
+  record = twoSims.json();
+  EXPECT_EQ(record["carriers"], Dictionary::parse(R"([
+      {"carrier_name": "MEO", "allows_voip": false, "iso_country_code": "pt",
+       "mobile_country_code": "268", "mobile_network_code": "06"},
+      {"carrier_name": "T-Mobile", "allows_voip": false, "iso_country_code": "us",
+       "mobile_country_code": "310", "mobile_network_code": "260"}])"));
+  EXPECT_TRUE(record["timestamp"].is_string()) << record["timestamp"];
 }
 
 TEST_F(DeviceInfoProgram, BadArgumentsExitWithTwo) {

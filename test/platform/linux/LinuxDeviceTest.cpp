@@ -120,7 +120,8 @@ TEST_F(LinuxDeviceTest, ProcFilesGiveMemoryUptimeAndProcessName) {
   EXPECT_EQ(device("no-such-home").freeDiskSpaceInBytes(), 0);
 }
 
-// Battery notifications come from polling the power supplies on the main queue.
+// Without a system bus (the tests' address leads nowhere), battery notifications come from polling
+// the power supplies on the main queue.
 TEST_F(LinuxDeviceTest, BatteryValuesAndChangesAreReportedOnlyWhileMonitoring) {
   auto queue = std::make_shared<quorvel::testing::ManualMainQueue>();
   Platform p;
