@@ -59,11 +59,8 @@ std::string keyOf(std::string_view quoted) {
   return nlohmann::json::parse(quoted).get<std::string>();
 }
 
-}  // namespace
-
-std::optional<std::string_view> ResultsSeal::memberText(std::string_view document,
-                                                        std::string_view key) {
-  if (!nlohmann::json::accept(document)) return std::nullopt;
+// The last member named key of the object document, which the parser has accepted.
+std::optional<std::string_view> scanMember(std::string_view document, std::string_view key) {
   // The parser skips a leading byte-order mark; so must we.
   std::size_t at = document.starts_with("\xEF\xBB\xBF") ? 3 : 0;
   at = skipSpace(document, at);
@@ -83,25 +80,64 @@ std::optional<std::string_view> ResultsSeal::memberText(std::string_view documen
   return found;
 }
 
-bool ResultsSeal::verify(std::string_view document, std::string_view appID) {
-  nlohmann::json parsed = nlohmann::json::parse(document, nullptr, false);
-  if (!parsed.is_object() || !parsed["sha256"].is_string() || !parsed["data"].is_object()) {
-    return false;
-  }
-  std::optional<std::string_view> data = memberText(document, "data");
-  if (!data) return false;
-  std::string sealed(*data);
-  sealed += appID;
-  std::string expected = sha256Hex(sealed);
-  return !expected.empty() && parsed["sha256"].get<std::string>() == expected;
+}  // namespace
+
+std::optional<std::string_view> ResultsSeal::memberText(std::string_view document,
+                                                        std::string_view key) {
+  if (!nlohmann::json::accept(document)) return std::nullopt;
+  return scanMember(document, key);
 }
 
-std::string ResultsSeal::sha256Hex(std::string_view bytes) {
+bool ResultsSeal::verify(std::string_view document, std::string_view appID) {
+  // No tree of the document is built: one as deep or as wide as its bytes allow would cost many
+  // times its size in memory.
+  if (!withinDepth(document)) return false;
+  std::optional<std::string_view> seal = scanMember(document, "sha256");
+  std::optional<std::string_view> data = scanMember(document, "data");
+  if (!seal || !data || data->front() != '{' || seal->front() != '"') return false;
+  std::string expected = sha256Hex(*data, appID);
+  return !expected.empty() && nlohmann::json::parse(*seal).get<std::string>() == expected;
+}
+
+bool ResultsSeal::withinDepth(std::string_view document) {
+  // Stops at the first level too deep, so the parser's own stack stays small as well.
+  struct DepthLimit : nlohmann::json::json_sax_t {
+    std::size_t depth = 0;
+    bool open() { return ++depth <= kMaxDepth; }
+    bool close() {
+      --depth;
+      return true;
+    }
+    bool null() override { return true; }
+    bool boolean(bool) override { return true; }
+    bool number_integer(number_integer_t) override { return true; }
+    bool number_unsigned(number_unsigned_t) override { return true; }
+    bool number_float(number_float_t, const string_t&) override { return true; }
+    bool string(string_t&) override { return true; }
+    bool binary(binary_t&) override { return true; }
+    bool start_object(std::size_t) override { return open(); }
+    bool key(string_t&) override { return true; }
+    bool end_object() override { return close(); }
+    bool start_array(std::size_t) override { return open(); }
+    bool end_array() override { return close(); }
+    bool parse_error(std::size_t, const std::string&, const nlohmann::detail::exception&) override {
+      return false;
+    }
+  } limit;
+  return nlohmann::json::sax_parse(document, &limit);
+}
+
+std::string ResultsSeal::sha256Hex(std::string_view bytes, std::string_view more) {
+  // Digested piece by piece: the document is not copied to append the app ID.
   std::array<unsigned char, EVP_MAX_MD_SIZE> digest{};
   unsigned int length = 0;
-  if (EVP_Digest(bytes.data(), bytes.size(), digest.data(), &length, EVP_sha256(), nullptr) != 1) {
-    return {};
-  }
+  EVP_MD_CTX* context = EVP_MD_CTX_new();
+  bool done = context && EVP_DigestInit_ex(context, EVP_sha256(), nullptr) == 1 &&
+              EVP_DigestUpdate(context, bytes.data(), bytes.size()) == 1 &&
+              EVP_DigestUpdate(context, more.data(), more.size()) == 1 &&
+              EVP_DigestFinal_ex(context, digest.data(), &length) == 1;
+  EVP_MD_CTX_free(context);
+  if (!done) return {};
   static constexpr char kHex[] = "0123456789abcdef";
   std::string hex;
   for (unsigned int i = 0; i < length; ++i) {

@@ -1,5 +1,6 @@
 #pragma once
 
+#include <cstddef>
 #include <optional>
 #include <string>
 #include <string_view>
@@ -13,16 +14,23 @@ class ResultsSeal {
  public:
   static constexpr std::string_view kDocumentName = "jsonResults.json";
 
-  // True when document is such an object and its "sha256" matches the seal.
+  // Deeper nesting than this makes a document's seal invalid; results documents are a few levels.
+  static constexpr std::size_t kMaxDepth = 64;
+
+  // True when document is such an object and its "sha256" matches the seal. Memory stays near the
+  // document's own size, whatever its shape.
   static bool verify(std::string_view document, std::string_view appID);
+
+  // True when document is JSON nested no deeper than kMaxDepth.
+  static bool withinDepth(std::string_view document);
 
   // The raw text of the value of a top-level member of a JSON object (the last one when the key
   // repeats, as parsers do); nothing when the document is not a JSON object or lacks the key.
   static std::optional<std::string_view> memberText(std::string_view document,
                                                     std::string_view key);
 
-  // Lower-case hexadecimal SHA-256 of bytes.
-  static std::string sha256Hex(std::string_view bytes);
+  // Lower-case hexadecimal SHA-256 of bytes followed by more.
+  static std::string sha256Hex(std::string_view bytes, std::string_view more = {});
 };
 
 }  // namespace quorvel

@@ -30,5 +30,24 @@ TEST(ResultsSeal, FindsTheTopLevelMemberTextAsWritten) {
   }
 }
 
+std::string sealed(const std::string& data, const std::string& appID) {
+  return R"({"sha256":")" + ResultsSeal::sha256Hex(data + appID) + R"(", "data": )" + data + "}";
+}
+
+TEST(ResultsSeal, VerifiesTheDataAsWrittenWithTheAppIdAndNothingTooDeep) {
+  const std::string data = R"({ "tests_results" : {"buttons": {"success": true}} })";
+  EXPECT_TRUE(ResultsSeal::verify(sealed(data, "app/1"), "app/1"));
+  EXPECT_FALSE(ResultsSeal::verify(sealed(data, "app/1"), "app/2"));
+  EXPECT_FALSE(ResultsSeal::verify(sealed("[1]", "app"), "app"));
+  EXPECT_FALSE(ResultsSeal::verify(R"({"sha256": 1, "data": {}})", "app"));
+  // A seal over a document nested past the limit is not checked at all.
+  auto nested = [](std::size_t levels) {
+    return "{\"a\":" + std::string(levels, '[') + std::string(levels, ']') + "}";
+  };
+  const std::size_t room = ResultsSeal::kMaxDepth - 2;  // the document and its data
+  EXPECT_TRUE(ResultsSeal::verify(sealed(nested(room), "app"), "app"));
+  EXPECT_FALSE(ResultsSeal::verify(sealed(nested(room + 1), "app"), "app"));
+}
+
 }  // namespace
 }  // namespace quorvel
