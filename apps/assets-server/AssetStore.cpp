@@ -1,5 +1,6 @@
 #include "AssetStore.h"
 
+#include <openssl/evp.h>
 #include <openssl/rand.h>
 
 #include <array>
@@ -14,6 +15,9 @@ namespace {
 
 // Leaves room for the identifier and the metadata suffix within the usual 255-byte name limit.
 constexpr std::size_t kMaxEscapedNameLength = 160;
+// An application folder's name stays well within that limit, however long the application ID.
+constexpr std::size_t kMaxFolderNameLength = 128;
+constexpr std::size_t kFolderPrefixLength = 60;
 
 bool isPlain(char c) {
   return (c >= 'A' && c <= 'Z') || (c >= 'a' && c <= 'z') || (c >= '0' && c <= '9') || c == '.' ||
@@ -45,20 +49,37 @@ std::string makeId() {
   return id;
 }
 
+// Cuts an escaped name to at most length bytes, never inside an escape sequence.
+void shorten(std::string& name, std::size_t length) {
+  if (name.size() <= length) return;
+  if (name[length - 1] == '~') {
+    length -= 1;
+  } else if (name[length - 2] == '~') {
+    length -= 2;
+  }
+  name.resize(length);
+}
+
 // The original file name made safe and short; the identifier in front keeps it unique.
 std::string storedFileName(std::string_view originalName) {
   std::string name = AssetStore::escapeName(originalName.empty() ? "content" : originalName);
-  if (name.size() > kMaxEscapedNameLength) {
-    std::size_t cut = kMaxEscapedNameLength;
-    // Never split an escape sequence.
-    if (name[cut - 1] == '~') {
-      cut -= 1;
-    } else if (name[cut - 2] == '~') {
-      cut -= 2;
-    }
-    name.resize(cut);
-  }
+  shorten(name, kMaxEscapedNameLength);
   return name;
+}
+
+std::string sha256Hex(std::string_view bytes) {
+  std::array<unsigned char, EVP_MAX_MD_SIZE> digest{};
+  unsigned int length = 0;
+  if (EVP_Digest(bytes.data(), bytes.size(), digest.data(), &length, EVP_sha256(), nullptr) != 1) {
+    return {};
+  }
+  std::string hex;
+  for (unsigned int i = 0; i < length; ++i) {
+    char pair[3];
+    std::snprintf(pair, sizeof pair, "%02x", digest[i]);
+    hex += pair;
+  }
+  return hex;
 }
 
 bool writeAtomically(const std::filesystem::path& target, const std::string& text) {
@@ -101,9 +122,20 @@ std::string AssetStore::escapeName(std::string_view text) {
   return name;
 }
 
+std::string AssetStore::folderName(std::string_view appID) {
+  std::string name = escapeName(appID);
+  if (name.size() <= kMaxFolderNameLength) return name;
+  // The start keeps the folder recognisable; the digest keeps long IDs apart. escapeName never
+  // writes "~~", so no short ID's folder can look like this.
+  std::string digest = sha256Hex(appID);
+  if (digest.empty()) return {};
+  shorten(name, kFolderPrefixLength);
+  return name + "~~" + digest;
+}
+
 AssetStore::Pending AssetStore::begin(std::string_view appID, std::uint64_t maxBytes) const {
   Pending pending;
-  pending.folder = escapeName(appID);
+  pending.folder = folderName(appID);
   pending.id = makeId();
   if (pending.folder.empty() || pending.id.empty()) return pending;
   std::filesystem::path folder = root_ / pending.folder;

@@ -42,6 +42,9 @@ class AssetStore {
   // Bytes outside [A-Za-z0-9._-] become "~XX" (upper-case hex), and so do the dots of "." and
   // "..": distinct application IDs get distinct folders, and none leaves the root.
   static std::string escapeName(std::string_view text);
+  // The folder of an application: its escaped ID, or for a long one, the start of that and a
+  // digest of the whole ID, so that the name fits any file system.
+  static std::string folderName(std::string_view appID);
 
   // Opens a temporary file in the application's folder; the writer is missing when the folder or
   // the file cannot be made.

@@ -233,7 +233,15 @@ TEST_F(AssetsServerTest, ChecksTheSealOfAResultsDocument) {
 }
 
 TEST_F(AssetsServerTest, KeepsEveryAppInItsOwnFolderInsideTheStorage) {
-  const std::vector<std::string> appIDs = {"team/app", "..", "../../outside", "%2E%2E", "~2E"};
+  // Long IDs (one that escapes to 900 bytes, two that differ only at the end) still get folders.
+  const std::vector<std::string> appIDs = {"team/app",
+                                           "..",
+                                           "../../outside",
+                                           "%2E%2E",
+                                           "~2E",
+                                           std::string(300, '/'),
+                                           std::string(299, 'a') + "b",
+                                           std::string(299, 'a') + "c"};
   std::set<fs::path> folders;
   for (const auto& appID : appIDs) {
     json answer = stored(appID, "a.txt", appID);
