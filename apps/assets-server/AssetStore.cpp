@@ -1,13 +1,16 @@
 #include "AssetStore.h"
 
+#include <fcntl.h>
 #include <openssl/evp.h>
 #include <openssl/rand.h>
+#include <unistd.h>
 
 #include <array>
 #include <cstdio>
 #include <fstream>
 #include <system_error>
 #include <utility>
+#include <vector>
 
 namespace quorvel {
 
@@ -84,12 +87,12 @@ std::string sha256Hex(std::string_view bytes) {
 
 bool writeAtomically(const std::filesystem::path& target, const std::string& text) {
   std::filesystem::path temporary = target;
-  temporary += ".part";
+  temporary += AssetStore::kTemporarySuffix;
   {
     std::ofstream out(temporary, std::ios::binary | std::ios::trunc);
     out << text;
     out.close();
-    if (!out) {
+    if (!out || !AssetStore::sync(temporary)) {
       std::error_code ignored;
       std::filesystem::remove(temporary, ignored);
       return false;
@@ -101,9 +104,50 @@ bool writeAtomically(const std::filesystem::path& target, const std::string& tex
   return !error;
 }
 
+bool endsWith(const std::string& text, std::string_view suffix) {
+  return text.size() >= suffix.size() &&
+         text.compare(text.size() - suffix.size(), std::string::npos, suffix.data(),
+                      suffix.size()) == 0;
+}
+
 }  // namespace
 
 AssetStore::AssetStore(std::filesystem::path root) : root_(std::move(root)) {}
+
+bool AssetStore::sync(const std::filesystem::path& path) {
+  // A read-only descriptor is enough to flush a file's data, or a folder's entries, to the disk.
+  int fd = ::open(path.c_str(), O_RDONLY | O_CLOEXEC);
+  if (fd < 0) return false;
+  bool synced = ::fsync(fd) == 0;
+  ::close(fd);
+  return synced;
+}
+
+std::size_t AssetStore::removeLeftovers() const {
+  std::size_t removed = 0;
+  std::error_code error;
+  for (const auto& folder : std::filesystem::directory_iterator(root_, error)) {
+    if (!folder.is_directory(error)) continue;
+    std::vector<std::filesystem::path> doomed;
+    for (const auto& entry : std::filesystem::directory_iterator(folder.path(), error)) {
+      const std::filesystem::path& path = entry.path();
+      const std::string name = path.filename().string();
+      std::filesystem::path partner = path;
+      if (endsWith(name, kTemporarySuffix)) {
+        doomed.push_back(path);
+      } else if (endsWith(name, kMetadataSuffix)) {
+        partner.replace_filename(name.substr(0, name.size() - kMetadataSuffix.size()));
+        if (!std::filesystem::exists(partner, error)) doomed.push_back(path);
+      } else {
+        partner += kMetadataSuffix;
+        if (!std::filesystem::exists(partner, error)) doomed.push_back(path);
+      }
+    }
+    for (const auto& path : doomed) removed += std::filesystem::remove(path, error) ? 1 : 0;
+    if (!doomed.empty()) sync(folder.path());
+  }
+  return removed;
+}
 
 std::string AssetStore::escapeName(std::string_view text) {
   static constexpr char kHex[] = "0123456789ABCDEF";
@@ -140,9 +184,11 @@ AssetStore::Pending AssetStore::begin(std::string_view appID, std::uint64_t maxB
   if (pending.folder.empty() || pending.id.empty()) return pending;
   std::filesystem::path folder = root_ / pending.folder;
   std::error_code error;
-  std::filesystem::create_directories(folder, error);
+  // A new folder is made durable before anything in it is.
+  if (std::filesystem::create_directories(folder, error) && !sync(root_)) return pending;
   if (error) return pending;
-  auto writer = std::make_unique<AssetWriter>(folder / (pending.id + ".part"), maxBytes);
+  auto writer = std::make_unique<AssetWriter>(folder / (pending.id + std::string(kTemporarySuffix)),
+                                              maxBytes);
   if (writer->isOpen()) pending.writer = std::move(writer);
   return pending;
 }
@@ -161,9 +207,11 @@ std::optional<std::string> AssetStore::commit(Pending& pending, std::string_view
   metadataFile += kMetadataSuffix;
   // Invalid UTF-8 in a client's file name must not lose the upload.
   std::string text = metadata.dump(2, ' ', false, nlohmann::json::error_handler_t::replace) + "\n";
-  if (!writeAtomically(metadataFile, text)) {
+  // The answer promises the upload is kept: the renames reach the disk before it goes out.
+  if (!writeAtomically(metadataFile, text) || !sync(file.parent_path())) {
     std::error_code ignored;
     std::filesystem::remove(file, ignored);
+    std::filesystem::remove(metadataFile, ignored);
     return std::nullopt;
   }
   return name;

@@ -16,10 +16,13 @@ namespace quorvel {
 // and keeps its original file name, with a metadata file beside it:
 //   <root>/<app folder>/<uuid>-<file name>             the bytes as received
 //   <root>/<app folder>/<uuid>-<file name>.meta.json   what is known about them
+// Both, and the folder entries naming them, are on the disk before an upload is answered.
 // Names use only [A-Za-z0-9._~-], so they are safe both as path components and in URLs.
 class AssetStore {
  public:
   static constexpr std::string_view kMetadataSuffix = ".meta.json";
+  // Files on their way in; one still there at start was left by a crash.
+  static constexpr std::string_view kTemporarySuffix = ".part";
 
   // An upload in progress: where it goes and the writer of its temporary file.
   struct Pending {
@@ -55,6 +58,13 @@ class AssetStore {
   // nothing when the disk refused.
   std::optional<std::string> commit(Pending& pending, std::string_view originalName,
                                     nlohmann::json metadata) const;
+
+  // Removes what a crash can leave: temporary files, and an asset or its metadata without the
+  // other. Only for a store no upload is using. Returns how many files went.
+  std::size_t removeLeftovers() const;
+
+  // Flushes a file's bytes, or a folder's entries, to the disk; false when that failed.
+  static bool sync(const std::filesystem::path& path);
 
   // The asset stored under folder/name, if both are names this store gives out.
   std::optional<Asset> find(std::string_view folder, std::string_view name) const;

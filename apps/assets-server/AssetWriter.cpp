@@ -1,6 +1,7 @@
 #include "AssetWriter.h"
 
 #include <openssl/evp.h>
+#include <unistd.h>
 
 #include <array>
 #include <system_error>
@@ -61,7 +62,7 @@ bool AssetWriter::finish() {
   std::array<unsigned char, EVP_MAX_MD_SIZE> digest{};
   unsigned int length = 0;
   bool digested = EVP_DigestFinal_ex(digest_, digest.data(), &length) == 1;
-  bool flushed = std::fflush(file_) == 0 && !std::ferror(file_);
+  bool flushed = std::fflush(file_) == 0 && !std::ferror(file_) && ::fsync(::fileno(file_)) == 0;
   bool closed = std::fclose(file_) == 0;
   file_ = nullptr;
   close();

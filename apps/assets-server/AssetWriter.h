@@ -23,7 +23,7 @@ class AssetWriter {
   bool isOpen() const { return file_ != nullptr; }
   // False past the cap or on a write error; the upload is then abandoned.
   bool write(const char* data, std::size_t size);
-  // Flushes and closes the file and completes the digest; false on a write error.
+  // Flushes the file to the disk, closes it and completes the digest; false on a write error.
   bool finish();
   // Renames the finished file to target in the same folder.
   bool moveTo(const std::filesystem::path& target);

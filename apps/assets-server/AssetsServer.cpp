@@ -144,6 +144,11 @@ int AssetsServer::start(const std::string& host, int port) {
     throw std::runtime_error("cannot use the storage folder " + store_.root().string() +
                              (error ? ": " + error.message() : ""));
   }
+  // Nothing is being uploaded yet: whatever is half there was left by a crash.
+  std::size_t leftovers = store_.removeLeftovers();
+  if (leftovers > 0 && options_.logRequests) {
+    std::fprintf(stderr, "removed %zu files a crash left in the storage\n", leftovers);
+  }
 
   auto server = std::make_unique<httplib::Server>();
   // One request per connection: a body left unread is never parsed as a request of its own.
@@ -344,6 +349,10 @@ void AssetsServer::serveAsset(const Request& request, Response& response) const 
   auto in = asset ? std::make_shared<std::ifstream>(asset->file, std::ios::binary) : nullptr;
   if (!in || !*in) return refuse(response, 404, "no such asset");
   response.status = 200;
+  // Stored bytes are the clients', not the server's pages: never rendered, never sniffed.
+  response.set_header("X-Content-Type-Options", "nosniff");
+  response.set_header("Content-Disposition",
+                      "attachment; filename=\"" + asset->file.filename().string() + "\"");
   response.set_content_provider(
       static_cast<std::size_t>(asset->size), asset->mediaType,
       [in](std::size_t offset, std::size_t length, httplib::DataSink& sink) {

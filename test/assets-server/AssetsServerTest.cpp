@@ -143,6 +143,10 @@ TEST_F(AssetsServerTest, StoresThePartByteForByteAndServesItBackWithItsType) {
     ASSERT_TRUE(served && served->status == 200) << url;
     EXPECT_TRUE(served->body == c.content) << c.name << " served " << served->body.size();
     EXPECT_EQ(served->get_header_value("Content-Type"), c.type);
+    // A browser opening the url saves the bytes rather than running them as a page.
+    EXPECT_EQ(served->get_header_value("X-Content-Type-Options"), "nosniff");
+    EXPECT_EQ(served->get_header_value("Content-Disposition"),
+              "attachment; filename=\"" + name + "\"");
 
     EXPECT_EQ(metadataOf(answer)["sha256"], ResultsSeal::sha256Hex(c.content));
   }
@@ -251,6 +255,22 @@ TEST_F(AssetsServerTest, KeepsEveryAppInItsOwnFolderInsideTheStorage) {
   }
   EXPECT_EQ(folders.size(), appIDs.size());
   EXPECT_EQ(std::distance(fs::directory_iterator(tree.path()), fs::directory_iterator()), 1);
+}
+
+TEST_F(AssetsServerTest, RemovesWhatACrashLeftWhenItStarts) {
+  json kept = stored("app", "kept.txt", "kept");
+  server.stop();
+  // A crash can stop an upload at any step: receiving, before its metadata, or in between.
+  const fs::path folder = fileOf(kept).parent_path();
+  for (const char* leftover : {"1b4e28ba.part", "2c5f39cb-a.txt", "3d6a4adc-b.txt.meta.json",
+                               "3d6a4adc-b.txt.meta.json.part"}) {
+    std::ofstream(folder / leftover) << "x";
+  }
+  port = server.start();
+  EXPECT_EQ(storedFileCount(), 2u);
+  auto served =
+      httplib::Client("127.0.0.1", port).Get(kept.value("url", "").substr(server.address().size()));
+  EXPECT_TRUE(served && served->body == "kept");
 }
 
 TEST_F(AssetsServerTest, AnswersUnknownPathsAndMethodsWithoutServingOtherFiles) {
