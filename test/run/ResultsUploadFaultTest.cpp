@@ -10,6 +10,7 @@
 #include "support/ScriptedHttpServer.h"
 #include "support/SdkFixture.h"
 #include "support/SelfSignedTlsPeer.h"
+#include "support/TestImages.h"
 
 namespace quorvel::testing {
 namespace {
@@ -190,6 +191,41 @@ TEST_F(ResultsUploadFaultTest, StrictRunGivesUpOnAnAnswerThatNeverComes) {
   ASSERT_TRUE(http->waitForExchanges(++exchanges));
   settle();
   retryDelivers();
+}
+
+// Strictness covers the screens' uploads too: an error answer's address is not taken.
+TEST_F(ResultsUploadFaultTest, StrictRunRefusesAnIdentifierPhotoAnsweredWithAnError) {
+  for (bool strict : {false, true}) {
+    SCOPED_TRACE(strict ? "strict" : "lenient");
+    SetUp();
+    pointAt(server.origin());
+    server.script({Reply::json(500, kStored)});
+    sdk.strictUploads = strict;
+    hostWithNavigation();
+    start(std::vector<std::string>{"multi_touch_v2"});
+    press("uiBtNext_TouchUpInside");
+    auto entry = top();
+    ASSERT_EQ(entry->interfaceName(), "IMEIViewController");
+    env.picker->next = Image::encoded(makePng(40, 30));
+    press("uiBtAttachImage_TouchUpInside");
+    press("uiBtNext_TouchUpInside");
+    ASSERT_TRUE(http->waitForExchanges(++exchanges));
+    settle();
+    if (strict) {
+      // The photo's own retry alert, on the screen that sent it; its cancel ends the run.
+      auto photoAlert =
+          std::dynamic_pointer_cast<AlertController>(entry->presentedViewController());
+      ASSERT_TRUE(photoAlert);
+      photoAlert->performAction(1);
+    } else {
+      ASSERT_EQ(topInterface(), "MultiTouch_v2_ViewController");
+      press("uiBtCancel_TouchUpInside");
+    }
+    settle();
+    EXPECT_EQ(outcome->calls, 1);
+    TearDown();
+  }
+  SetUp();
 }
 
 TEST_F(ResultsUploadFaultTest, WrongApiKeyAgainstTheReferenceServer) {
