@@ -21,12 +21,13 @@ const char* DemoOptions::usage() {
   return "usage: quorvel-demo [--autopilot] [--assets-host URL] [--app-id A] [--api-key K]\n"
          "                    [--language en|pt] [--tests a,b] [--hide-start-screen]\n"
          "                    [--imei V] [--serial V] [--screenshots DIR]\n"
-         "                    [--screen KEY] [--mirror-camera]\n"
+         "                    [--screen KEY] [--mirror-camera] [--strict-uploads]\n"
          "  --autopilot          run the default flow unattended, as a person would, then exit\n"
          "  --assets-host URL    upload to this assets host (every environment)\n"
          "  --screenshots DIR    save a PNG of every screen shown\n"
          "  --screen KEY         show one test screen alone (device_front_video_v2, ...)\n"
          "  --mirror-camera      without a camera, film the window as a mirror would\n"
+         "  --strict-uploads     an upload fails unless the host answers 2xx with a \"url\"\n"
          "Prints the completion response as one JSON line; exits 0 when its status code is 200.\n"
          "With --screen, prints the screen's result instead; exits 0 when it succeeded.\n";
 }
@@ -45,6 +46,8 @@ std::variant<DemoOptions, std::string> DemoOptions::parse(const std::vector<std:
       options.hideStartScreen = true;
     } else if (flag == "--mirror-camera") {
       options.mirrorCamera = true;
+    } else if (flag == "--strict-uploads") {
+      options.strictUploads = true;
     } else if (flag == "--help" || flag == "-h") {
       options.help = true;
     } else if (flag == "--assets-host" || flag == "--app-id" || flag == "--api-key" ||

@@ -18,6 +18,8 @@ struct DemoOptions {
   // No value: the SDK's default tests.
   std::optional<std::vector<std::string>> tests;
   bool hideStartScreen = false;
+  // The SDK's strictUploads: an answer without a stored file's address fails the upload.
+  bool strictUploads = false;
   std::string imei;
   std::string serial;
   std::optional<std::string> screenshots;

@@ -143,6 +143,7 @@ void HostPageViewController::start() {
   sdk.environment = static_cast<Environment>(environment_);
   sdk.language = static_cast<SupportedLanguage>(language_);
   sdk.hideStartScreen = hideStartScreen_;
+  sdk.strictUploads = options_.strictUploads;
   sdk.themeColor = theme;
 
   std::optional<std::vector<std::string>> tests;

@@ -55,8 +55,8 @@ ScreenContext aloneContext(const DemoOptions& options) {
       options.language == 1 ? SupportedLanguage::portuguese : SupportedLanguage::english;
   context.header = {0, 1};
   if (!options.apiKey.empty()) {
-    context.uploader = std::make_shared<AssetUploaderWebService>(Environment::production,
-                                                                 options.appID, options.apiKey);
+    context.uploader = std::make_shared<AssetUploaderWebService>(
+        Environment::production, options.appID, options.apiKey, options.strictUploads);
   }
   DeviceIdentifiers ids;
   if (!options.imei.empty()) ids.imei = options.imei;

@@ -17,7 +17,7 @@ namespace quorvel {
 
 class RunController;
 
-// The SDK's entry point. The host sets the four settings, then calls performTests on the main
+// The SDK's entry point. The host sets the settings, then calls performTests on the main
 // queue; the SDK takes over the navigation, runs the screens, gives the navigation back and calls
 // completion exactly once: synchronously, before performTests returns, for an argument error, and
 // on the main queue for every other outcome.
@@ -30,6 +30,11 @@ class QuorvelSDK {
   SupportedLanguage language = SupportedLanguage::english;
   bool hideStartScreen = false;
   std::optional<Color> themeColor;
+  // Off: an upload counts as done whenever the backend answered with a JSON object, whatever its
+  // status, and an unusable answer leaves the run waiting. On: every upload of the run (results,
+  // photos, recordings) must get a 2xx answer holding a JSON object with a "url", else it failed;
+  // the results then offer the retry alert, also when no answer has come 90 s after Finish.
+  bool strictUploads = false;
 
   // completion receives {"status_code": ..., "message"/"status_message": ...}: 200 with the device
   // record, the results and the uploaded document's address; 301 when the person cancelled;

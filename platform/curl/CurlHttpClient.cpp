@@ -217,6 +217,14 @@ bool CurlHttpClient::start(const std::shared_ptr<Transfer>& transfer) {
   curl_easy_setopt(easy, CURLOPT_SSL_VERIFYHOST, 2L);
   curl_easy_setopt(easy, CURLOPT_ERRORBUFFER, t.errorBuffer);
   curl_easy_setopt(easy, CURLOPT_CONNECTTIMEOUT_MS, static_cast<long>(request.timeout.count()));
+  // Redirects are answers, never followed: a 301/302/303 would turn the POST into a GET without
+  // its body, a 307/308 would resend the whole body (and the bearer key) to wherever the peer
+  // points, and an upload endpoint has no reason to move. The caller sees the 3xx itself.
+  curl_easy_setopt(easy, CURLOPT_FOLLOWLOCATION, 0L);
+  // Offers every encoding this curl decodes and hands back the decoded bytes, so a compressed
+  // answer reads as the text it carries; maxResponseBytes counts decoded bytes, which bounds a
+  // small body that inflates hugely.
+  curl_easy_setopt(easy, CURLOPT_ACCEPT_ENCODING, "");
   static const std::string userAgent = std::string("Quorvel/") + QuorvelVersionString;
   curl_easy_setopt(easy, CURLOPT_USERAGENT, userAgent.c_str());
   curl_easy_setopt(easy, CURLOPT_WRITEFUNCTION, &Transfer::onWrite);

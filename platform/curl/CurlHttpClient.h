@@ -12,13 +12,14 @@ namespace quorvel {
 
 // HttpClient on libcurl's multi interface: one worker thread runs every transfer, streams bodies
 // from memory or from a file through a read callback, and is woken at once to start or cancel a
-// request. TLS peers are always verified. Completions run on the worker thread.
+// request. TLS peers are always verified, redirects are never followed and compressed answers are
+// decoded. Completions run on the worker thread.
 class CurlHttpClient : public HttpClient {
  public:
   struct Options {
     // Bytes curl asks the body for at a time; larger means fewer callbacks on fast links.
     std::size_t uploadBufferSize = 1 << 20;
-    // A response body beyond this fails the request rather than growing without bound.
+    // A response body beyond this (decoded) fails the request rather than growing without bound.
     std::size_t maxResponseBytes = 16 << 20;
   };
 

@@ -57,7 +57,8 @@ std::string AssetUploaderWebService::bodySuffix(std::string_view boundary) {
   return "\r\n--" + std::string(boundary) + "--\r\n";
 }
 
-void AssetUploaderWebService::uploadImage(const Image& image, Completion completion) const {
+std::shared_ptr<HttpTask> AssetUploaderWebService::uploadImage(const Image& image,
+                                                               Completion completion) const {
   auto encoder = platform().imageEncoder;
   if (!encoder) QUORVEL_FATAL("No ImageEncoder is installed in the platform");
   auto jpeg = encoder->jpegData(image, imageCompressionQuality);
@@ -67,10 +68,11 @@ void AssetUploaderWebService::uploadImage(const Image& image, Completion complet
   request.bodyBytes = std::move(*jpeg);
   request.bodySuffix = bodySuffix(imageBoundary);
   // No Content-Length of ours: the client states the length it sends.
-  send(std::move(request), true, std::move(completion));
+  return send(std::move(request), true, std::move(completion));
 }
 
-void AssetUploaderWebService::uploadFile(const std::string& filePath, Completion completion) const {
+std::shared_ptr<HttpTask> AssetUploaderWebService::uploadFile(const std::string& filePath,
+                                                              Completion completion) const {
   std::filesystem::path path(filePath);
   std::string fileName = path.filename().string();
   std::string extension = path.extension().string();
@@ -82,14 +84,14 @@ void AssetUploaderWebService::uploadFile(const std::string& filePath, Completion
   if (!isSafeHeaderValue(fileName) || !isSafeHeaderValue(mediaType)) {
     completion(std::nullopt, "The file name or media type of " + filePath +
                                  " holds a quote or a line break and cannot be sent");
-    return;
+    return nullptr;
   }
   std::error_code failure;
   auto size = std::filesystem::file_size(path, failure);
   if (failure || !std::filesystem::is_regular_file(path)) {
     completion(std::nullopt, "Cannot read " + filePath + ": " +
                                  (failure ? failure.message() : "not a regular file"));
-    return;
+    return nullptr;
   }
   std::string boundary = makeUUIDString();
   HttpRequest request = baseRequest(boundary);
@@ -97,15 +99,18 @@ void AssetUploaderWebService::uploadFile(const std::string& filePath, Completion
   request.bodyFile = HttpFileContent{filePath, size};
   request.bodySuffix = bodySuffix(boundary);
   request.headers.emplace_back("Content-Length", std::to_string(request.contentLength()));
-  send(std::move(request), false, std::move(completion));
+  return send(std::move(request), false, std::move(completion));
 }
 
-void AssetUploaderWebService::send(HttpRequest request, bool logsDetails, Completion completion) {
-  httpClient()->send(std::move(request),
-                     [logsDetails, completion = std::move(completion)](
-                         std::optional<HttpResponse> response, std::optional<std::string> error) {
-                       handleResponse(response, error, logsDetails, completion);
-                     });
+std::shared_ptr<HttpTask> AssetUploaderWebService::send(HttpRequest request, bool logsDetails,
+                                                        Completion completion) const {
+  auto handle = strict_ ? &handleStrictly : &handleResponse;
+  return httpClient()->send(
+      std::move(request),
+      [handle, logsDetails, completion = std::move(completion)](
+          std::optional<HttpResponse> response, std::optional<std::string> error) {
+        handle(response, error, logsDetails, completion);
+      });
 }
 
 void AssetUploaderWebService::handleResponse(const std::optional<HttpResponse>& response,
@@ -133,6 +138,31 @@ void AssetUploaderWebService::handleResponse(const std::optional<HttpResponse>& 
   } else {
     completion(std::nullopt, std::nullopt);
   }
+}
+
+void AssetUploaderWebService::handleStrictly(const std::optional<HttpResponse>& response,
+                                             const std::optional<std::string>& error,
+                                             bool logsDetails, const Completion& completion) {
+  if (error || !response) return handleResponse(response, error, logsDetails, completion);
+  auto refuse = [&](const std::string& why) {
+    if (logsDetails) logLine(why);
+    completion(std::nullopt, why);
+  };
+  const int status = response->statusCode;
+  std::string_view text(reinterpret_cast<const char*>(response->body.data()),
+                        response->body.size());
+  // An error answer may still hold an object, even one with a "url": nothing was stored.
+  if (status < 200 || status > 299) {
+    return refuse("the assets backend answered " + std::to_string(status));
+  }
+  if (!isValidUtf8(text)) return refuse("the assets backend's answer is not UTF-8 text");
+  Dictionary parsed = Dictionary::parse(text, nullptr, false);
+  auto url = parsed.is_object() ? parsed.find("url") : parsed.end();
+  if (url == parsed.end() || !url->is_string() || url->get_ref<const std::string&>().empty()) {
+    return refuse("the assets backend's answer gives no address for the upload");
+  }
+  if (logsDetails) logLine("uploaded to: " + std::string(text));
+  completion(std::move(parsed), std::nullopt);
 }
 
 }  // namespace quorvel

@@ -18,12 +18,18 @@ namespace quorvel {
 // credentials, so whoever has one can upload without knowing the run; nothing is retried.
 class AssetUploaderWebService {
  public:
-  // Empty credentials are a programming error when a request is built.
-  AssetUploaderWebService(Environment environment, std::string appID, std::string apiKey)
-      : environment_(environment), appID_(std::move(appID)), apiKey_(std::move(apiKey)) {}
+  // Empty credentials are a programming error when a request is built. A strict uploader takes
+  // only a 2xx answer whose body is a JSON object with a non-empty string "url"; every other
+  // answer is an error, so its completion always runs.
+  AssetUploaderWebService(Environment environment, std::string appID, std::string apiKey,
+                          bool strict = false)
+      : environment_(environment),
+        appID_(std::move(appID)),
+        apiKey_(std::move(apiKey)),
+        strict_(strict) {}
 
   // (the backend's object, nothing), (nothing, an error text) or (nothing, nothing). Runs on the
-  // HTTP client's thread. A body that is not UTF-8 gets no completion at all.
+  // HTTP client's thread. Unless strict, a body that is not UTF-8 gets no completion at all.
   using Completion =
       std::function<void(std::optional<Dictionary> response, std::optional<std::string> error)>;
 
@@ -34,10 +40,13 @@ class AssetUploaderWebService {
   // Longest time without progress before an upload fails; 60 seconds.
   static std::chrono::milliseconds timeoutInterval;
 
+  bool isStrict() const { return strict_; }
+
+  // Each returns the request under way, to cancel it, or null when none was sent.
   // The image as JPEG, sent as "image.png" labelled "image/png" (the backend expects exactly this).
-  void uploadImage(const Image& image, Completion completion) const;
+  std::shared_ptr<HttpTask> uploadImage(const Image& image, Completion completion) const;
   // The file's bytes, streamed from disk, under its own name and its extension's media type.
-  void uploadFile(const std::string& filePath, Completion completion) const;
+  std::shared_ptr<HttpTask> uploadFile(const std::string& filePath, Completion completion) const;
 
   // The body around the content: the part's opening (with the leading empty line) and closing.
   static std::string bodyPrefix(std::string_view boundary, std::string_view fileName,
@@ -46,14 +55,19 @@ class AssetUploaderWebService {
 
  private:
   HttpRequest baseRequest(std::string_view boundary) const;
-  static void send(HttpRequest request, bool logsDetails, Completion completion);
+  std::shared_ptr<HttpTask> send(HttpRequest request, bool logsDetails,
+                                 Completion completion) const;
   static void handleResponse(const std::optional<HttpResponse>& response,
+                             const std::optional<std::string>& error, bool logsDetails,
+                             const Completion& completion);
+  static void handleStrictly(const std::optional<HttpResponse>& response,
                              const std::optional<std::string>& error, bool logsDetails,
                              const Completion& completion);
 
   Environment environment_;
   std::string appID_;
   std::string apiKey_;
+  bool strict_ = false;
 };
 
 }  // namespace quorvel

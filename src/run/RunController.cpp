@@ -200,7 +200,11 @@ ScreenContext RunController::screenContext(const std::string& key) const {
 
 std::shared_ptr<const AssetUploaderWebService> RunController::uploader() const {
   if (!appID_ || !apiKey_) return nullptr;
-  return std::make_shared<AssetUploaderWebService>(settings_.environment, *appID_, *apiKey_);
+  // Strict for every upload of the run: a photo or recording the backend did not confirm would
+  // leave an address in the results that leads nowhere, so the screens' own failure paths (the
+  // photo's retry alert, a recording test that did not pass) take it instead.
+  return std::make_shared<AssetUploaderWebService>(settings_.environment, *appID_, *apiKey_,
+                                                   settings_.strictUploads);
 }
 
 void RunController::push(std::shared_ptr<ViewController> screen) {
@@ -431,10 +435,17 @@ void RunController::submitResults() {
   std::weak_ptr<RunController> weak = weak_from_this();
   // Taken here: the answer arrives on the HTTP client's thread, which never reads the platform.
   std::shared_ptr<MainQueue> queue = platform().mainQueue;
-  uploader()->uploadFile(path.string(), [weak, path, queue](std::optional<Dictionary> response,
-                                                            std::optional<std::string> error) {
-    queue->async([weak, path, response = std::move(response), error] {
+  // Whichever comes first, the answer or the strict wait, settles this press; the other is dropped.
+  auto settled = std::make_shared<bool>(false);
+  auto uploads = uploader();
+  auto task = uploads->uploadFile(path.string(), [weak, path, queue, settled](
+                                                     std::optional<Dictionary> response,
+                                                     std::optional<std::string> error) {
+    queue->async([weak, path, settled, response = std::move(response), error] {
       checkOnMainQueue("the results upload's answer");
+      // Too late: the strict wait gave up on it, and a new press may own the document by now.
+      if (*settled) return;
+      *settled = true;
       // Answered: the document leaves the device as every captured file does. A new press writes
       // it anew from the results, which stay with the run.
       std::error_code ignored;
@@ -454,6 +465,16 @@ void RunController::submitResults() {
           StatusCodes::getDescription(StatusCodes::testFinished);
       self->deliver(self->finalResponseObject_);
     });
+  });
+  if (!uploads->isStrict()) return;
+  queue->asyncAfter(strictAnswerWaitSeconds, [weak, path, settled, task] {
+    if (*settled) return;
+    *settled = true;
+    logLine("No answer to the results upload in time");
+    if (task) task->cancel();
+    std::error_code ignored;
+    std::filesystem::remove(path, ignored);
+    if (auto self = weak.lock()) self->uploadFailed();
   });
 }
 

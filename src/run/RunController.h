@@ -36,7 +36,12 @@ class RunController : public std::enable_shared_from_this<RunController>,
  public:
   using Completion = std::function<void(std::optional<Dictionary>)>;
 
-  // settings are the host's four settings, read when a run starts and whenever a screen is made.
+  // With strict uploads, the longest wait for the results' answer before the failure alert: above
+  // the 60 s idle time-out of one request, so a stalled one fails by itself first; this catches
+  // an answer that never ends (a peer trickling forever, a host client that never calls back).
+  static constexpr double strictAnswerWaitSeconds = 90;
+
+  // settings are the host's settings, read when a run starts and whenever a screen is made.
   explicit RunController(const QuorvelSDK& settings);
   ~RunController() override;
 

@@ -2,6 +2,7 @@
 #include <gtest/gtest.h>
 
 #include <condition_variable>
+#include <filesystem>
 #include <mutex>
 #include <regex>
 #include <set>
@@ -14,6 +15,7 @@
 #include "support/ObservingHttpClient.h"
 #include "support/ScriptedHttpServer.h"
 #include "support/SdkFixture.h"
+#include "support/SelfSignedTlsPeer.h"
 #include "support/TestImages.h"
 
 namespace quorvel::testing {
@@ -49,15 +51,19 @@ class AssetUploadTest : public SdkFixture {
     return (documents->path() / name).string();
   }
 
-  // Uploads a small file against the scripted reply and returns what the caller heard.
-  std::vector<Answer> answersTo(Reply reply) {
+  // Uploads file (a small document when empty) against the scripted reply and returns what the
+  // caller heard.
+  std::vector<Answer> answersTo(Reply reply, bool strict = false, std::string file = "") {
     server.script({reply});
     answers->clear();
     int before = exchanges++;
-    uploader.uploadFile(writeDocument("r.json", "{}"), record());
+    if (file.empty()) file = writeDocument("r.json", "{}");
+    (strict ? strictUploader : uploader).uploadFile(file, record());
     EXPECT_TRUE(http->waitForExchanges(before + 1));
     return *answers;
   }
+
+  AssetUploaderWebService strictUploader{Environment::production, "app-1", "key-1", true};
 
   ScriptedHttpServer server;
   std::shared_ptr<ObservingHttpClient> http = std::make_shared<ObservingHttpClient>();
@@ -166,6 +172,162 @@ TEST_F(AssetUploadTest, EachKindOfAnswerGivesItsCompletion) {
   auto stalled = only(answersTo(Reply::stall()));
   EXPECT_FALSE(stalled.response);
   EXPECT_EQ(stalled.error, "The request timed out.");
+}
+
+// What one caller heard: an object, (nothing, nothing), no completion at all, or an error whose
+// text holds says.
+struct Heard {
+  enum Kind { object, nothing, silence, error } kind;
+  std::string says = "";
+};
+
+Heard heard(const std::vector<Answer>& answers) {
+  if (answers.empty()) return {Heard::silence};
+  EXPECT_EQ(answers.size(), 1u);
+  const Answer& answer = answers[0];
+  if (answer.error) return {Heard::error, *answer.error};
+  return {answer.response ? Heard::object : Heard::nothing};
+}
+
+TEST_F(AssetUploadTest, EachBackendFaultGivesItsOutcomeWithAndWithoutStrictAnswers) {
+  constexpr std::size_t cap = 16 << 20;      // CurlHttpClient's default response limit
+  constexpr std::uint64_t large = 64 << 20;  // sparse: more than every socket buffer holds
+  const std::string stored = R"({"filename": "f", "url": "http://127.0.0.1/f"})";
+  const std::string refusal = R"({"error": "missing or unknown API key"})";
+  std::string exactlyCap = stored + std::string(cap - stored.size(), ' ');
+  Reply earlyRefusal = Reply::json(413, R"({"error": "too large"})");
+  earlyRefusal.beforeBody = true;
+  Reply earlyReset = Reply::raw("HTTP/1.1 401 Scripted\r\nContent-Length: 100\r\n\r\n{\"err");
+  earlyReset.kind = Reply::Kind::resetMidBody;
+  earlyReset.beforeBody = true;
+  Reply trickled = Reply::json(200, stored);
+  trickled.pieces = 12;  // 1.65 s in all, never 1 s without progress
+  trickled.gap = std::chrono::milliseconds(150);
+  SelfSignedTlsPeer tls;
+
+  struct Fault {
+    const char* name;
+    std::function<Reply(const std::string& file)> reply;
+    Heard lenient;
+    Heard strict;
+    std::uint64_t fileSize = 0;  // a sparse file of this size instead of a small document
+    std::string origin = "";     // another peer than the scripted server
+  };
+  const std::vector<Fault> faults = {
+      {.name = "refused connection",
+       .reply = [](auto&) { return Reply::json(200, "{}"); },
+       .lenient = {Heard::error},
+       .strict = {Heard::error},
+       .origin = "http://127.0.0.1:" + std::to_string(ScriptedHttpServer::closedPort())},
+      {"reset mid-body",
+       [](auto&) { return Reply::resetAfterHeaders(); },
+       {Heard::error},
+       {Heard::error}},
+      {"stall past the time-out",
+       [](auto&) { return Reply::stall(); },
+       {Heard::error, "The request timed out."},
+       {Heard::error, "The request timed out."}},
+      {"slow answer within the time-out",
+       [&](auto&) { return trickled; },
+       {Heard::object},
+       {Heard::object}},
+      // The status is not looked at unless strict.
+      {"500 with an object",
+       [&](auto&) { return Reply::json(500, stored); },
+       {Heard::object},
+       {Heard::error, "answered 500"}},
+      {"500 with an array",
+       [](auto&) { return Reply::json(500, "[1]"); },
+       {Heard::nothing},
+       {Heard::error, "answered 500"}},
+      {"500 with invalid UTF-8",
+       [](auto&) { return Reply::json(500, "{\"url\": \"\xc3\"}"); },
+       {Heard::silence},
+       {Heard::error, "answered 500"}},
+      {"500 with nothing",
+       [](auto&) { return Reply::answer(500, ""); },
+       {Heard::nothing},
+       {Heard::error, "answered 500"}},
+      {"401 with an error object",
+       [&](auto&) { return Reply::json(401, refusal); },
+       {Heard::object},
+       {Heard::error, "answered 401"}},
+      {"200 without a url",
+       [&](auto&) { return Reply::json(200, refusal); },
+       {Heard::object},
+       {Heard::error, "no address"}},
+      {"200 with invalid UTF-8",
+       [](auto&) { return Reply::json(200, "\xff"); },
+       {Heard::silence},
+       {Heard::error, "not UTF-8"}},
+      // Not followed: the server sees one request (checked below) and its answer has no body.
+      {"redirect",
+       [&](auto&) { return Reply::answer(307, "", "Location: /elsewhere\r\n"); },
+       {Heard::nothing},
+       {Heard::error, "answered 307"}},
+      {"gzip-encoded answer",
+       [&](auto&) { return Reply::gzipJson(200, stored); },
+       {Heard::object},
+       {Heard::object}},
+      {"gzip that inflates past the limit",
+       [&](auto&) { return Reply::gzipJson(200, std::string(cap + 1, ' ')); },
+       {Heard::error, "larger than"},
+       {Heard::error, "larger than"}},
+      {"answer of exactly the limit",
+       [&](auto&) { return Reply::json(200, exactlyCap); },
+       {Heard::object},
+       {Heard::object}},
+      {"answer past the limit",
+       [&](auto&) { return Reply::json(200, exactlyCap + " "); },
+       {Heard::error, "larger than"},
+       {Heard::error, "larger than"}},
+      // The refusal goes out before the body is read; the server then reads the body away.
+      {"early refusal of a large body",
+       [&](auto&) { return earlyRefusal; },
+       {Heard::object},
+       {Heard::error, "answered 413"},
+       large},
+      {"early refusal cut off by a reset",
+       [&](auto&) { return earlyReset; },
+       {Heard::error},
+       {Heard::error},
+       large},
+      {.name = "self-signed https peer",
+       .reply = [](auto&) { return Reply::json(200, "{}"); },
+       .lenient = {Heard::error},
+       .strict = {Heard::error},
+       .origin = tls.origin()},
+      {"file that shrinks while sent",
+       [](const std::string& file) {
+         Reply reply = Reply::json(200, "{\"url\": \"u\"}");
+         reply.afterHead = [file] { std::filesystem::resize_file(file, 1000); };
+         return reply;
+       },
+       {Heard::error, "became shorter"},
+       {Heard::error, "became shorter"},
+       large},
+  };
+
+  AssetUploaderWebService::timeoutInterval = std::chrono::seconds(1);
+  for (const auto& fault : faults) {
+    for (bool strict : {false, true}) {
+      SCOPED_TRACE(std::string(fault.name) + (strict ? ", strict" : ""));
+      env.setAssetsHost(fault.origin.empty() ? server.origin() : fault.origin);
+      platform().httpClient = http;
+      std::string file = writeDocument("r.json", "{}");
+      if (fault.fileSize > 0) std::filesystem::resize_file(file, fault.fileSize);
+      const std::size_t before = server.requests().size();
+      const Heard expected = strict ? fault.strict : fault.lenient;
+      const Heard got = heard(answersTo(fault.reply(file), strict, file));
+      EXPECT_EQ(got.kind, expected.kind);
+      EXPECT_THAT(got.says, ::testing::HasSubstr(expected.says));
+      // Nothing is retried or followed.
+      EXPECT_EQ(server.requests().size(), before + (fault.origin.empty() ? 1 : 0));
+    }
+  }
+  // The key never went out over the unverified channel.
+  EXPECT_GE(tls.handshakesAttempted(), 2);
+  EXPECT_EQ(tls.handshakesCompleted(), 0);
 }
 
 }  // namespace

@@ -143,6 +143,28 @@ TEST(DemoProgram, FirstVideoTestReadsItsStartCodeBackFromTheMirror) {
   EXPECT_EQ(result["start_qr_code"].get<std::string>().rfind("start;", 0), 0u);
 }
 
+TEST(DemoProgram, StrictUploadsTurnAWrongKeyIntoAFailedRun) {
+  if (std::string(QUORVEL_DEMO_PROGRAM).empty()) GTEST_SKIP() << "the demo is not built";
+  TemporaryTree tree{"quorvel-demo-strict"};
+  AssetsServer server({tree.path() / "uploads", {"demo-key"}});
+  const int port = server.start();
+  // The server refuses the key with 401 and an error object: a lenient run reports it stored, a
+  // strict one shows the failure alert, whose last answer (try later) the autopilot takes.
+  const std::vector<std::pair<QStringList, int>> cases = {{{}, 200}, {{"--strict-uploads"}, 406}};
+  for (const auto& [flags, status] : cases) {
+    const Finished run =
+        runDemo(QStringList{"--autopilot", "--assets-host",
+                            QString("http://127.0.0.1:%1").arg(port), "--api-key", "wrong-key",
+                            "--tests", "charging_v1", "--serial", "S1", "--hide-start-screen"} +
+                flags);
+    const Dictionary response = Dictionary::parse(run.out, nullptr, false);
+    ASSERT_TRUE(response.is_object()) << run.out << run.err;
+    EXPECT_EQ(response.value("status_code", 0), status);
+    EXPECT_EQ(run.exitCode, status == 200 ? 0 : 1);
+  }
+  server.stop();
+}
+
 TEST(DemoProgram, BadFlagsExplainAndExitWithTwo) {
   if (std::string(QUORVEL_DEMO_PROGRAM).empty()) GTEST_SKIP() << "the demo is not built";
   const std::vector<std::pair<QStringList, std::string>> cases = {

@@ -5,11 +5,14 @@
 #include <poll.h>
 #include <sys/socket.h>
 #include <unistd.h>
+#include <zlib.h>
 
 #include <algorithm>
 #include <cctype>
 #include <chrono>
 #include <stdexcept>
+#include <thread>
+#include <utility>
 
 namespace quorvel::testing {
 
@@ -47,16 +50,53 @@ void sendAll(int fd, const std::string& bytes) {
 
 }  // namespace
 
-ScriptedHttpServer::Reply ScriptedHttpServer::Reply::json(int status, const std::string& body) {
-  return raw("HTTP/1.1 " + std::to_string(status) +
-             " Scripted\r\nContent-Type: application/json\r\nContent-Length: " +
+ScriptedHttpServer::Reply ScriptedHttpServer::Reply::answer(int status, const std::string& body,
+                                                            const std::string& headers) {
+  return raw("HTTP/1.1 " + std::to_string(status) + " Scripted\r\n" + headers + "Content-Length: " +
              std::to_string(body.size()) + "\r\nConnection: close\r\n\r\n" + body);
 }
 
+ScriptedHttpServer::Reply ScriptedHttpServer::Reply::json(int status, const std::string& body) {
+  return answer(status, body, "Content-Type: application/json\r\n");
+}
+
+ScriptedHttpServer::Reply ScriptedHttpServer::Reply::raw(std::string bytes) {
+  Reply reply;
+  reply.bytes = std::move(bytes);
+  return reply;
+}
+
 ScriptedHttpServer::Reply ScriptedHttpServer::Reply::resetAfterHeaders() {
-  return Reply{Kind::resetMidBody,
-               "HTTP/1.1 200 OK\r\nContent-Type: application/json\r\nContent-Length: 100\r\n\r\n"
-               "{\"url\": \"http://127.0.0.1/"};
+  Reply reply =
+      raw("HTTP/1.1 200 OK\r\nContent-Type: application/json\r\nContent-Length: 100\r\n\r\n"
+          "{\"url\": \"http://127.0.0.1/");
+  reply.kind = Kind::resetMidBody;
+  return reply;
+}
+
+ScriptedHttpServer::Reply ScriptedHttpServer::Reply::stall() {
+  Reply reply;
+  reply.kind = Kind::stall;
+  return reply;
+}
+
+ScriptedHttpServer::Reply ScriptedHttpServer::Reply::gzipJson(int status, const std::string& body) {
+  z_stream stream{};
+  // 16 + 15 window bits: a gzip wrapper rather than zlib's own.
+  if (deflateInit2(&stream, Z_BEST_COMPRESSION, Z_DEFLATED, 16 + 15, 8, Z_DEFAULT_STRATEGY) !=
+      Z_OK) {
+    throw std::runtime_error("deflateInit2 failed");
+  }
+  std::string packed(deflateBound(&stream, body.size()), '\0');
+  stream.next_in = reinterpret_cast<Bytef*>(const_cast<char*>(body.data()));
+  stream.avail_in = static_cast<uInt>(body.size());
+  stream.next_out = reinterpret_cast<Bytef*>(packed.data());
+  stream.avail_out = static_cast<uInt>(packed.size());
+  const int result = deflate(&stream, Z_FINISH);
+  packed.resize(stream.total_out);
+  deflateEnd(&stream);
+  if (result != Z_STREAM_END) throw std::runtime_error("deflate failed");
+  return answer(status, packed, "Content-Type: application/json\r\nContent-Encoding: gzip\r\n");
 }
 
 // The values of the header lines called name, in order.
@@ -93,7 +133,6 @@ ScriptedHttpServer::~ScriptedHttpServer() {
     std::lock_guard lock(mutex_);
     stopping_ = true;
   }
-  stopped_.notify_all();
   ::shutdown(listener_, SHUT_RDWR);
   thread_.join();
   ::close(listener_);
@@ -130,15 +169,40 @@ void ScriptedHttpServer::serve() {
   }
 }
 
+// Reads away whatever the peer still sends until it hangs up, the server stops or budget is spent.
+void ScriptedHttpServer::waitForHangUp(int connection, std::chrono::milliseconds budget) {
+  auto until = std::chrono::steady_clock::now() + budget;
+  char sink[65536];
+  while (std::chrono::steady_clock::now() < until) {
+    {
+      std::lock_guard lock(mutex_);
+      if (stopping_) return;
+    }
+    pollfd waiting{connection, POLLIN, 0};
+    if (::poll(&waiting, 1, 50) < 0) return;
+    if (waiting.revents != 0 && ::recv(connection, sink, sizeof sink, 0) <= 0) return;
+  }
+}
+
 void ScriptedHttpServer::handle(int connection) {
-  // Read the head, then exactly Content-Length bytes of body.
+  Reply reply;
+  {
+    std::lock_guard lock(mutex_);
+    reply = replies_.front();
+    if (replies_.size() > 1) replies_.pop_front();
+  }
+  // Read the head, then (unless answering first) exactly Content-Length bytes of body.
   std::string data;
   char buffer[65536];
   std::size_t headEnd = std::string::npos;
   std::size_t wanted = 0;
   Request request;
+  std::size_t recorded = 0;
   for (;;) {
-    if (headEnd != std::string::npos && data.size() >= headEnd + 4 + wanted) break;
+    if (headEnd != std::string::npos) {
+      if (reply.afterHead) std::exchange(reply.afterHead, nullptr)();
+      if (reply.beforeBody || data.size() >= headEnd + 4 + wanted) break;
+    }
     ssize_t n = ::recv(connection, buffer, sizeof buffer, 0);
     if (n <= 0) break;
     data.append(buffer, static_cast<std::size_t>(n));
@@ -146,21 +210,34 @@ void ScriptedHttpServer::handle(int connection) {
       request.head = data.substr(0, headEnd);
       std::string length = request.header("Content-Length");
       wanted = length.empty() ? 0 : std::stoull(length);
+      // Recorded once the head is in: a client that gives up mid-body has still been heard.
+      std::lock_guard lock(mutex_);
+      recorded = requests_.size();
+      requests_.push_back(request);
     }
   }
-  if (headEnd != std::string::npos) request.body = data.substr(headEnd + 4, wanted);
-  Reply reply;
-  {
+  if (headEnd == std::string::npos) {
     std::lock_guard lock(mutex_);
+    recorded = requests_.size();
     requests_.push_back(request);
-    reply = replies_.front();
-    if (replies_.size() > 1) replies_.pop_front();
+  } else {
+    std::lock_guard lock(mutex_);
+    requests_[recorded].body = data.substr(headEnd + 4, wanted);
   }
   if (reply.kind == Reply::Kind::stall) {
-    std::unique_lock lock(mutex_);
-    stopped_.wait_for(lock, std::chrono::seconds(30), [this] { return stopping_; });
-  } else if (sendAll(connection, reply.bytes); reply.kind == Reply::Kind::send) {
+    waitForHangUp(connection, std::chrono::seconds(30));
+    ::close(connection);
+    return;
+  }
+  const std::size_t piece = reply.bytes.size() / std::max(reply.pieces, 1) + 1;
+  for (std::size_t at = 0; at < reply.bytes.size(); at += piece) {
+    if (at > 0) std::this_thread::sleep_for(reply.gap);
+    sendAll(connection, reply.bytes.substr(at, piece));
+  }
+  if (reply.kind == Reply::Kind::send) {
     ::shutdown(connection, SHUT_WR);
+    // Closing with the body unread would reset the connection under the answer.
+    if (reply.beforeBody) waitForHangUp(connection, std::chrono::seconds(10));
   } else {
     // A zero linger time makes close() send a reset instead of an orderly end.
     linger hard{1, 0};

@@ -1,8 +1,9 @@
 #pragma once
 
-#include <condition_variable>
+#include <chrono>
 #include <cstdint>
 #include <deque>
+#include <functional>
 #include <mutex>
 #include <string>
 #include <thread>
@@ -15,14 +16,27 @@ namespace quorvel::testing {
 class ScriptedHttpServer {
  public:
   struct Reply {
+    // stall answers nothing until the peer hangs up (or the server stops).
     enum class Kind { send, resetMidBody, stall };
     Kind kind = Kind::send;
     std::string bytes;  // the raw answer (send) or what goes out before the reset
+    // Answers once the head is in, the body unread: then reads it away until the peer hangs up
+    // (send), or resets with it unread.
+    bool beforeBody = false;
+    // The answer goes out in this many pieces, gap apart.
+    int pieces = 1;
+    std::chrono::milliseconds gap{0};
+    // Runs on the server's thread once the head is in, before the body is read.
+    std::function<void()> afterHead;
 
+    // A whole answer with Content-Length, and Connection: close.
+    static Reply answer(int status, const std::string& body, const std::string& headers = "");
     static Reply json(int status, const std::string& body);
-    static Reply raw(std::string bytes) { return Reply{Kind::send, std::move(bytes)}; }
+    static Reply raw(std::string bytes);
     static Reply resetAfterHeaders();
-    static Reply stall() { return Reply{Kind::stall, {}}; }
+    static Reply stall();
+    // body gzip-compressed, sent with Content-Encoding: gzip.
+    static Reply gzipJson(int status, const std::string& body);
   };
 
   struct Request {
@@ -47,12 +61,12 @@ class ScriptedHttpServer {
  private:
   void serve();
   void handle(int connection);
+  void waitForHangUp(int connection, std::chrono::milliseconds budget);
 
   int listener_ = -1;
   std::uint16_t port_ = 0;
   std::thread thread_;
   mutable std::mutex mutex_;
-  std::condition_variable stopped_;
   bool stopping_ = false;
   std::deque<Reply> replies_;
   std::vector<Request> requests_;

@@ -16,6 +16,7 @@ void resetSettings(QuorvelSDK& sdk) {
   sdk.language = SupportedLanguage::english;
   sdk.hideStartScreen = false;
   sdk.themeColor.reset();
+  sdk.strictUploads = false;
 }
 
 }  // namespace

@@ -54,7 +54,8 @@ class HttpTask {
 };
 
 // Sends requests in the background. Completions run on the client's own thread, never on the
-// main queue: callers hop to the main queue before touching shared state.
+// main queue: callers hop to the main queue before touching shared state. A redirect is an answer
+// like any other (never followed); a compressed answer's body arrives decoded.
 class HttpClient {
  public:
   virtual ~HttpClient() = default;

@@ -19,8 +19,8 @@ struct HttpClientImplementation {
 };
 
 // What every HttpClient must do against a loopback peer: stream a body in one piece with its
-// length, and end with an error on cancel, time-out, refusal and a file that shrank, always once
-// and on its own thread.
+// length, end with an error on cancel, time-out, refusal and a file that shrank, always once
+// and on its own thread, hand a redirect back as it is and a compressed answer decoded.
 class HttpClientContract : public ::testing::TestWithParam<HttpClientImplementation> {
  protected:
   struct Outcome {
@@ -110,6 +110,20 @@ TEST_P(HttpClientContract, CancelTimeOutRefusalAndAShrunkFileEachEndWithAnError)
   auto shrunk = outcome();
   ASSERT_TRUE(shrunk && shrunk->error);
   EXPECT_NE(shrunk->error->find("shorter"), std::string::npos) << *shrunk->error;
+}
+
+TEST_P(HttpClientContract, RedirectIsAnAnswerAndACompressedAnswerArrivesDecoded) {
+  server.script({Reply::answer(307, "moved", "Location: /elsewhere\r\n"),
+                 Reply::gzipJson(200, R"({"url":"http://127.0.0.1/x"})")});
+  for (const auto& [status, body] :
+       {std::pair<int, std::string>{307, "moved"}, {200, R"({"url":"http://127.0.0.1/x"})"}}) {
+    send();
+    auto got = outcome();
+    ASSERT_TRUE(got && got->response) << status;
+    EXPECT_EQ(got->response->statusCode, status);
+    EXPECT_EQ(std::string(got->response->body.begin(), got->response->body.end()), body);
+  }
+  EXPECT_EQ(server.requests().size(), 2u);
 }
 
 INSTANTIATE_TEST_SUITE_P(
