@@ -152,6 +152,8 @@ void RunController::setUpNavigation() {
     logLine("UIApplication.shared.keyWindow?.rootViewController is UINavigationController");
     rootViewControllerVCS_ = hostNavigation->viewControllers();
     navigationController_ = hostNavigation;
+    // Given back as found: a run on a plain root before had left this set, hiding the host's bar.
+    isAppNavigationBarHidden_ = hostNavigation->isNavigationBarHidden();
   } else if (keyWindow) {
     logLine(" " + describe(root));
     rootViewControllerVCS_.clear();
