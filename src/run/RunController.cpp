@@ -112,6 +112,8 @@ void RunController::performTests(const std::string& appIDArgument,
     return fail(StatusCodes::invalidIMEI);
   }
 
+  // A run left open (its upload never answered) must not lend this one its photo addresses.
+  clearRunIdentifiers();
   appID_ = appIDArgument;
   apiKey_ = apiKeyArgument;
   imei_ = std::move(imeiArgument);
@@ -442,7 +444,9 @@ void RunController::submitResults() {
       std::error_code ignored;
       std::filesystem::remove(path, ignored);
       auto self = weak.lock();
-      if (!self) return;
+      // The host has had its answer (a second Finish's upload answered first): a late failure
+      // would put the retry alert over the host's own screens.
+      if (!self || !self->testsCompletionHandler_) return;
       if (error) {
         self->uploadFailed();
         return;
