@@ -322,6 +322,11 @@ void RunController::giveNavigationBack() {
   if (!navigationController_) return;
   auto navigation = navigationController_;
   navigation->setNavigationBarHidden(isAppNavigationBarHidden_, false);
+  // The retry alert of an earlier Finish can still be up when a later one's upload answers; it
+  // must not stay over the host's screens.
+  if (std::dynamic_pointer_cast<AlertController>(navigation->presentedViewController())) {
+    navigation->dismiss(false);
+  }
   if (!rootViewControllerVCS_.empty() && navigation->contains(*rootViewControllerVCS_.back())) {
     logLine("rootViewControllerVCS: " + describe(rootViewControllerVCS_));
     logLine("rootViewControllerVCS.last: " + describe(rootViewControllerVCS_.back()));
