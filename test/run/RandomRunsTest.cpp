@@ -128,8 +128,9 @@ bool RandomRunsTest::isResults(const Exchange& exchange) const {
 }
 
 // A request whose answers, by design, leave its screen waiting under the overlay: none came, or
-// only invalid UTF-8 (the uploader then never calls back); for the results document also a body
-// that is no JSON object (RunController::submitResults keeps the run open on that answer).
+// only invalid UTF-8 (AssetUploaderWebService::handleResponse then never calls back); for the
+// results document also an empty body or one that is no JSON object (the uploader answers with
+// neither response nor error, and RunController::submitResults keeps the run open on that).
 bool RandomRunsTest::stuck(std::size_t index) const {
   const Plan& plan = plans_[index];
   const Exchange& exchange = *http_->exchanges[index];
@@ -221,7 +222,12 @@ void RandomRunsTest::pressSomething() {
   if (!screen || isHostScreen(screen)) return;
   auto actions = screen->actionNames();
   if (actions.empty()) return;
-  const auto& action = pick(actions);
+  // Mostly not Cancel or Back, so that runs get past their first screens.
+  std::string action = pick(actions);
+  auto givesUp = [](const std::string& name) {
+    return name == "uiBtCancel_TouchUpInside" || name == "uiBtBack_TouchUpInside";
+  };
+  for (int again = 0; again < 3 && givesUp(action); ++again) action = pick(actions);
   note("press " + action + " on " + screen->interfaceName());
   screen->sendAction(action);
 }
