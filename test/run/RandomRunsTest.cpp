@@ -1,6 +1,10 @@
 #include <gtest/gtest.h>
 #include <unistd.h>
 
+#if defined(__SANITIZE_ADDRESS__)
+#include <sanitizer/common_interface_defs.h>
+#endif
+
 #include <csignal>
 #include <cstdio>
 #include <cstdlib>
@@ -35,7 +39,13 @@ std::vector<std::uint8_t> bytes(std::string_view text) { return {text.begin(), t
 // The seed in progress, for a run that aborts instead of failing.
 volatile std::uint64_t currentSeed = 0;
 
+// The replayed seed's steps so far, said when the run aborts.
+const std::vector<std::string>* liveTrace = nullptr;
+
 void saySeed(int) {
+  if (liveTrace) {
+    for (const auto& line : *liveTrace) std::fprintf(stderr, "  %s\n", line.c_str());
+  }
   char line[96];
   int n = std::snprintf(line, sizeof line, "\nrandom run aborted at QUORVEL_RANDOM_SEED=%llu\n",
                         static_cast<unsigned long long>(currentSeed));
@@ -539,7 +549,7 @@ std::vector<std::string> RandomRunsTest::runSeed(std::uint64_t seed) {
   platform().httpClient = http_;
 
   startRun();
-  int budget = roll(120);
+  int budget = roll(100);
   for (int extra = 0; budget > 0 && extra < 6; --budget) {
     step();
     if (outcome->calls > 0) ++extra;  // a few more: late answers and stale screens
@@ -575,6 +585,11 @@ TEST_F(RandomRunsTest, EveryRunAnswersOnceAndLeavesNothingBehind) {
   const std::uint64_t first = only ? environmentNumber("QUORVEL_RANDOM_FROM", only) : 1;
   const std::uint64_t last = only ? only : environmentNumber("QUORVEL_RANDOM_RUNS", 10000);
   auto previous = std::signal(SIGABRT, saySeed);
+  if (only) liveTrace = &trace;
+#if defined(__SANITIZE_ADDRESS__)
+  // A sanitizer's report ends the process without a signal.
+  __sanitizer_set_death_callback([] { saySeed(0); });
+#endif
   for (std::uint64_t seed = first; seed <= last; ++seed) {
     auto broken = runSeed(seed);
     if (seed == only && (traced || !broken.empty())) {
@@ -593,6 +608,10 @@ TEST_F(RandomRunsTest, EveryRunAnswersOnceAndLeavesNothingBehind) {
     break;
   }
   std::signal(SIGABRT, previous);
+  liveTrace = nullptr;
+#if defined(__SANITIZE_ADDRESS__)
+  __sanitizer_set_death_callback(nullptr);
+#endif
 }
 
 }  // namespace
