@@ -13,6 +13,7 @@
 
 #include "quorvel/ScreenType.h"
 #include "quorvel/ui/AlertController.h"
+#include "run/ScreenTable.h"
 #include "support/ScriptedFingers.h"
 #include "support/ScriptedHttpClient.h"
 #include "support/SdkFixture.h"
@@ -46,10 +47,8 @@ void saySeed(int) {
   if (liveTrace) {
     for (const auto& line : *liveTrace) std::fprintf(stderr, "  %s\n", line.c_str());
   }
-  char line[96];
-  int n = std::snprintf(line, sizeof line, "\nrandom run aborted at QUORVEL_RANDOM_SEED=%llu\n",
-                        static_cast<unsigned long long>(currentSeed));
-  if (n > 0) (void)!::write(2, line, static_cast<std::size_t>(n));
+  std::fprintf(stderr, "\nrandom run aborted at QUORVEL_RANDOM_SEED=%llu\n",
+               static_cast<unsigned long long>(currentSeed));
   std::signal(SIGABRT, SIG_DFL);
 }
 
@@ -98,7 +97,6 @@ class RandomRunsTest : public quorvel::testing::SdkFixture {
     return window && window->isKeyWindow() && !window->overlays().empty();
   }
   bool isHostScreen(const std::shared_ptr<ViewController>& screen) const;
-  bool isResults(const Exchange& exchange) const;
   bool stuck(std::size_t index) const;
 
   std::mt19937_64 rng_;
@@ -132,11 +130,6 @@ bool RandomRunsTest::isHostScreen(const std::shared_ptr<ViewController>& screen)
   return std::find(hostScreens_.begin(), hostScreens_.end(), screen) != hostScreens_.end();
 }
 
-bool RandomRunsTest::isResults(const Exchange& exchange) const {
-  const auto& file = exchange.request.bodyFile;
-  return file && file->path.ends_with("jsonResults.json");
-}
-
 // A request whose answers, by design, leave its screen waiting under the overlay: none came, or
 // only invalid UTF-8 (AssetUploaderWebService::handleResponse then never calls back); for the
 // results document also an empty body or one that is no JSON object (the uploader answers with
@@ -145,10 +138,12 @@ bool RandomRunsTest::stuck(std::size_t index) const {
   const Plan& plan = plans_[index];
   const Exchange& exchange = *http_->exchanges[index];
   if (exchange.cancelled && plan.delivered > 0) return false;
+  const auto& file = exchange.request.bodyFile;
+  const bool results = file && file->path.ends_with("jsonResults.json");
   for (int i = 0; i < plan.delivered; ++i) {
     Answer given = i == 0 ? plan.first : *plan.second;
     bool silent = given == Answer::garbage || given == Answer::never ||
-                  (isResults(exchange) && (given == Answer::array || given == Answer::emptyBody));
+                  (results && (given == Answer::array || given == Answer::emptyBody));
     if (!silent) return false;
   }
   return true;
@@ -334,30 +329,22 @@ void RandomRunsTest::deviceEvent() {
 }
 
 void RandomRunsTest::step() {
-  switch (roll(10)) {
-    case 0:
-    case 1:
-    case 2:
-      pressSomething();
-      break;
-    case 3:
-      answerAlert(false);
-      break;
-    case 4:
-      typeText();
-      break;
-    case 5:
-      deviceEvent();
-      break;
-    case 6: {
-      static const std::vector<double> delays = {0.05, 0.1, 0.5, 1, 2, 5.5, 6, 30};
-      double delay = pick(delays);
-      note("advance " + std::to_string(delay) + " s");
-      env.queue->advance(delay);
-      break;
-    }
-    default:
-      answerSomeRequest();
+  static const std::vector<double> delays = {0.05, 0.1, 0.5, 1, 2, 5.5, 6, 30};
+  int dice = roll(10);
+  if (dice < 3) {
+    pressSomething();
+  } else if (dice == 3) {
+    answerAlert(false);
+  } else if (dice == 4) {
+    typeText();
+  } else if (dice == 5) {
+    deviceEvent();
+  } else if (dice == 6) {
+    double delay = pick(delays);
+    note("advance " + std::to_string(delay) + " s");
+    env.queue->advance(delay);
+  } else {
+    answerSomeRequest();
   }
   settle();
   planNewRequests();
@@ -365,21 +352,12 @@ void RandomRunsTest::step() {
 }
 
 void RandomRunsTest::startRun() {
-  static const std::vector<std::string> catalogue = {ScreenType::charging_v1,
-                                                     ScreenType::multi_touch_v1,
-                                                     ScreenType::buttons_v1,
-                                                     ScreenType::speaker_recording_v1,
-                                                     ScreenType::earspeaker_v1,
-                                                     ScreenType::loudspeaker_v1,
-                                                     ScreenType::device_front_video_v1,
-                                                     ScreenType::read_text_v1,
-                                                     ScreenType::device_front_video_v2,
-                                                     ScreenType::multiple_tests_v2,
-                                                     ScreenType::multi_touch_v2,
-                                                     ScreenType::buttons_v2,
-                                                     ScreenType::charging_v2,
-                                                     "flashlight_v9",
-                                                     ""};
+  // Every screen key of this build, the two keys the combined screen stands for, and unknown ones.
+  static const std::vector<std::string> catalogue = [] {
+    auto keys = ScreenTable::keys();
+    keys.insert(keys.end(), {ScreenType::buttons_v2, ScreenType::charging_v2, "flashlight_v9", ""});
+    return keys;
+  }();
   bool keyWindow = chance(0.85);
   keyWindow ? hostWithNavigation() : hostWithoutKeyWindow();
   hostScreens_ = {hostRoot};
