@@ -190,6 +190,9 @@ void IMEIViewController::next() {
 }
 
 void IMEIViewController::uploadImage() {
+  // Without a key window no overlay holds the screen, so the photo can be removed while its
+  // upload is out; "try again" then has nothing to send.
+  if (!imeiImage_) return;
   loadingView->show(platform().application->keyWindow());
   std::weak_ptr<ViewController> weak = weak_from_this();
   // Taken here: the answer arrives on the HTTP client's thread, which never reads the platform.

@@ -112,6 +112,8 @@ void RunController::performTests(const std::string& appIDArgument,
     return fail(StatusCodes::invalidIMEI);
   }
 
+  // A run left open (its upload never answered) must not lend this one its photo addresses.
+  clearRunIdentifiers();
   appID_ = appIDArgument;
   apiKey_ = apiKeyArgument;
   imei_ = std::move(imeiArgument);
@@ -152,6 +154,8 @@ void RunController::setUpNavigation() {
     logLine("UIApplication.shared.keyWindow?.rootViewController is UINavigationController");
     rootViewControllerVCS_ = hostNavigation->viewControllers();
     navigationController_ = hostNavigation;
+    // Given back as found: a run on a plain root before had left this set, hiding the host's bar.
+    isAppNavigationBarHidden_ = hostNavigation->isNavigationBarHidden();
   } else if (keyWindow) {
     logLine(" " + describe(root));
     rootViewControllerVCS_.clear();
@@ -322,6 +326,11 @@ void RunController::giveNavigationBack() {
   if (!navigationController_) return;
   auto navigation = navigationController_;
   navigation->setNavigationBarHidden(isAppNavigationBarHidden_, false);
+  // The retry alert of an earlier Finish can still be up when a later one's upload answers; it
+  // must not stay over the host's screens.
+  if (std::dynamic_pointer_cast<AlertController>(navigation->presentedViewController())) {
+    navigation->dismiss(false);
+  }
   if (!rootViewControllerVCS_.empty() && navigation->contains(*rootViewControllerVCS_.back())) {
     logLine("rootViewControllerVCS: " + describe(rootViewControllerVCS_));
     logLine("rootViewControllerVCS.last: " + describe(rootViewControllerVCS_.back()));
@@ -451,7 +460,9 @@ void RunController::submitResults() {
       std::error_code ignored;
       std::filesystem::remove(path, ignored);
       auto self = weak.lock();
-      if (!self) return;
+      // The host has had its answer (a second Finish's upload answered first): a late failure
+      // would put the retry alert over the host's own screens.
+      if (!self || !self->testsCompletionHandler_) return;
       if (error) {
         self->uploadFailed();
         return;

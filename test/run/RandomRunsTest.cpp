@@ -1,0 +1,595 @@
+#include <gtest/gtest.h>
+#include <unistd.h>
+
+#if defined(__SANITIZE_ADDRESS__)
+#include <sanitizer/common_interface_defs.h>
+#endif
+
+#include <csignal>
+#include <cstdio>
+#include <cstdlib>
+#include <random>
+#include <sstream>
+
+#include "quorvel/ScreenType.h"
+#include "quorvel/ui/AlertController.h"
+#include "run/ScreenTable.h"
+#include "support/ScriptedFingers.h"
+#include "support/ScriptedHttpClient.h"
+#include "support/SdkFixture.h"
+#include "support/TestImages.h"
+#include "tests/video/DeviceFrontVideoViewController.h"
+
+namespace {
+
+using namespace quorvel;
+using quorvel::testing::ScriptedHttpClient;
+using Exchange = ScriptedHttpClient::Exchange;
+
+// How the scripted backend answers one request.
+enum class Answer { transportError, garbage, array, emptyBody, noUrl, url, never };
+
+const char* nameOf(Answer answer) {
+  static const char* names[] = {"transport error",    "invalid UTF-8",   "JSON array", "empty body",
+                                "object without url", "object with url", "never"};
+  return names[static_cast<int>(answer)];
+}
+
+std::vector<std::uint8_t> bytes(std::string_view text) { return {text.begin(), text.end()}; }
+
+// The seed in progress, for a run that aborts instead of failing.
+volatile std::uint64_t currentSeed = 0;
+
+// The replayed seed's steps so far, said when the run aborts.
+const std::vector<std::string>* liveTrace = nullptr;
+
+void saySeed(int) {
+  if (liveTrace) {
+    for (const auto& line : *liveTrace) std::fprintf(stderr, "  %s\n", line.c_str());
+  }
+  std::fprintf(stderr, "\nrandom run aborted at QUORVEL_RANDOM_SEED=%llu\n",
+               static_cast<unsigned long long>(currentSeed));
+  std::signal(SIGABRT, SIG_DFL);
+}
+
+// Whole runs through performTests, each driven by one seed: random arguments, then random
+// presses, alerts, typing, device events, time and upload answers until the run ends or the step
+// budget is used; then a wind-down (cancel where offered, finish on the end screen, every planned
+// answer delivered) and the host's invariants.
+class RandomRunsTest : public quorvel::testing::SdkFixture {
+ protected:
+  struct Plan {
+    Answer first = Answer::url;
+    std::optional<Answer> second;  // the client answers twice
+    int delivered = 0;
+  };
+
+  // One seed's run; the broken invariants, empty when it held them all.
+  std::vector<std::string> runSeed(std::uint64_t seed);
+
+  std::vector<std::string> trace;
+
+ private:
+  int roll(int n) { return std::uniform_int_distribution<int>(0, n - 1)(rng_); }
+  bool chance(double p) { return std::bernoulli_distribution(p)(rng_); }
+  template <class T>
+  const T& pick(const std::vector<T>& from) {
+    return from[static_cast<std::size_t>(roll(static_cast<int>(from.size())))];
+  }
+  void note(std::string line) { trace.push_back(std::move(line)); }
+
+  void startRun();
+  void step();
+  void windDown();
+  void check(std::vector<std::string>& broken);
+
+  void pressSomething();
+  void answerAlert(bool last);
+  void typeText();
+  void deviceEvent();
+  void answerSomeRequest();
+  void deliver(std::size_t index);
+  void planNewRequests();
+  void collectScreens();
+
+  std::shared_ptr<AlertController> alert() const;
+  bool overlayBlocks() const {
+    return window && window->isKeyWindow() && !window->overlays().empty();
+  }
+  bool isHostScreen(const std::shared_ptr<ViewController>& screen) const;
+  bool stuck(std::size_t index) const;
+
+  std::mt19937_64 rng_;
+  std::shared_ptr<ScriptedHttpClient> http_;
+  std::vector<Plan> plans_;
+  std::vector<std::shared_ptr<ViewController>> hostScreens_;
+  std::vector<std::weak_ptr<ViewController>> screens_;
+  bool windingDown_ = false;
+  bool valid_ = false;
+  std::size_t exchangesAtCompletion_ = 0;
+
+  // Kept across seeds: the screens of a run left open, which the next run must release, and the
+  // completions of earlier runs, which must never be called again.
+  std::vector<std::weak_ptr<ViewController>> leftOpen_;
+  std::vector<std::pair<std::shared_ptr<Outcome>, int>> earlier_;
+};
+
+std::shared_ptr<AlertController> RandomRunsTest::alert() const {
+  auto shown = navigation();
+  if (!shown) return nullptr;
+  if (auto on = std::dynamic_pointer_cast<AlertController>(shown->presentedViewController()))
+    return on;
+  for (const auto& screen : shown->viewControllers()) {
+    if (auto on = std::dynamic_pointer_cast<AlertController>(screen->presentedViewController()))
+      return on;
+  }
+  return nullptr;
+}
+
+bool RandomRunsTest::isHostScreen(const std::shared_ptr<ViewController>& screen) const {
+  return std::find(hostScreens_.begin(), hostScreens_.end(), screen) != hostScreens_.end();
+}
+
+// A request whose answers, by design, leave its screen waiting under the overlay: none came, or
+// only invalid UTF-8 (AssetUploaderWebService::handleResponse then never calls back); for the
+// results document also an empty body or one that is no JSON object (the uploader answers with
+// neither response nor error, and RunController::submitResults keeps the run open on that).
+bool RandomRunsTest::stuck(std::size_t index) const {
+  const Plan& plan = plans_[index];
+  const Exchange& exchange = *http_->exchanges[index];
+  if (exchange.cancelled && plan.delivered > 0) return false;
+  const auto& file = exchange.request.bodyFile;
+  const bool results = file && file->path.ends_with("jsonResults.json");
+  for (int i = 0; i < plan.delivered; ++i) {
+    Answer given = i == 0 ? plan.first : *plan.second;
+    bool silent = given == Answer::garbage || given == Answer::never ||
+                  (results && (given == Answer::array || given == Answer::emptyBody));
+    if (!silent) return false;
+  }
+  return true;
+}
+
+void RandomRunsTest::collectScreens() {
+  auto shown = navigation();
+  if (!shown) return;
+  auto keep = [&](const std::shared_ptr<ViewController>& screen) {
+    if (!screen || isHostScreen(screen)) return;
+    for (const auto& seen : screens_) {
+      if (seen.lock() == screen) return;
+    }
+    screens_.push_back(screen);
+  };
+  keep(shown->presentedViewController());
+  for (const auto& screen : shown->viewControllers()) {
+    keep(screen);
+    keep(screen->presentedViewController());
+  }
+}
+
+void RandomRunsTest::planNewRequests() {
+  static const std::vector<Answer> answers = {
+      Answer::transportError, Answer::garbage, Answer::array, Answer::emptyBody,
+      Answer::noUrl,          Answer::url,     Answer::url,   Answer::never};
+  while (plans_.size() < http_->exchanges.size()) {
+    Plan plan;
+    if (!windingDown_) {
+      plan.first = pick(answers);
+      if (chance(0.15)) plan.second = pick(answers);
+    }
+    note("request " + std::to_string(plans_.size()) + " to " +
+         http_->exchanges[plans_.size()]->request.url + " will get: " + nameOf(plan.first) +
+         (plan.second ? std::string(", then ") + nameOf(*plan.second) : ""));
+    plans_.push_back(plan);
+  }
+}
+
+void RandomRunsTest::deliver(std::size_t index) {
+  Plan& plan = plans_[index];
+  Answer answer = plan.delivered == 0 ? plan.first : *plan.second;
+  ++plan.delivered;
+  note("answer request " + std::to_string(index) + ": " + nameOf(answer));
+  if (answer == Answer::never) return;
+  int status = chance(0.8) ? 200 : 500;
+  auto body = [&]() -> std::vector<std::uint8_t> {
+    switch (answer) {
+      case Answer::garbage:
+        return {0x7b, 0xff, 0xfe, 0x7d};
+      case Answer::array:
+        return bytes("[\"stored\"]");
+      case Answer::noUrl:
+        return bytes(R"({"filename":"a.json"})");
+      case Answer::url:
+        return bytes(R"({"filename":"a.json","url":"http://127.0.0.1:1/app/a.json"})");
+      default:
+        return {};
+    }
+  };
+  auto& exchange = *http_->exchanges[index];
+  if (answer == Answer::transportError) {
+    ScriptedHttpClient::answer(exchange, std::nullopt, "Could not connect to server");
+  } else {
+    ScriptedHttpClient::answer(exchange, HttpResponse{status, body()}, std::nullopt);
+  }
+}
+
+void RandomRunsTest::answerSomeRequest() {
+  std::vector<std::size_t> open;
+  for (std::size_t i = 0; i < plans_.size(); ++i) {
+    if (plans_[i].delivered < (plans_[i].second ? 2 : 1)) open.push_back(i);
+  }
+  if (!open.empty()) deliver(pick(open));
+}
+
+void RandomRunsTest::pressSomething() {
+  // An alert is modal and the overlay takes every touch beneath it.
+  if (alert() || overlayBlocks()) return;
+  auto screen = top();
+  if (!screen || isHostScreen(screen)) return;
+  auto actions = screen->actionNames();
+  if (actions.empty()) return;
+  // Mostly not Cancel or Back, so that runs get past their first screens.
+  std::string action = pick(actions);
+  auto givesUp = [](const std::string& name) {
+    return name == "uiBtCancel_TouchUpInside" || name == "uiBtBack_TouchUpInside";
+  };
+  for (int again = 0; again < 3 && givesUp(action); ++again) action = pick(actions);
+  note("press " + action + " on " + screen->interfaceName());
+  screen->sendAction(action);
+}
+
+void RandomRunsTest::answerAlert(bool last) {
+  auto shown = alert();
+  if (!shown || shown->actions().empty()) return;
+  std::size_t index =
+      last ? shown->actions().size() - 1
+           : static_cast<std::size_t>(roll(static_cast<int>(shown->actions().size())));
+  note("alert \"" + shown->title() + shown->message() + "\": action " + std::to_string(index));
+  shown->performAction(index);
+}
+
+void RandomRunsTest::typeText() {
+  static const std::vector<std::string> texts = {quorvel::testing::kValidIMEI,
+                                                 " 49015 42032 37518 ",
+                                                 "490154203237519",
+                                                 "C02 XYZ",
+                                                 "",
+                                                 "  ",
+                                                 "abc"};
+  auto screen = top();
+  if (!screen || alert() || overlayBlocks()) return;
+  for (const char* field : {"uiTfIMEI", "uiTfWord"}) {
+    if (!screen->hasOutlet(field)) continue;
+    const auto& text = pick(texts);
+    note(std::string("type \"") + text + "\" into " + field);
+    screen->textFieldDidChange(field, text);
+  }
+}
+
+void RandomRunsTest::deviceEvent() {
+  auto screen = top();
+  switch (roll(9)) {
+    case 0:
+      note("volume up");
+      env.volume.pressUp();
+      break;
+    case 1:
+      note("volume down");
+      env.volume.pressDown();
+      break;
+    case 2: {
+      float level = static_cast<float>(roll(5)) / 4;
+      note("system volume " + std::to_string(level));
+      env.volume.systemChange(level);
+      break;
+    }
+    case 3: {
+      static const std::vector<BatteryState> states = {BatteryState::unplugged,
+                                                       BatteryState::charging, BatteryState::full};
+      int index = roll(3);
+      note("battery state " + std::to_string(index));
+      env.device->setBattery(states[static_cast<std::size_t>(index)]);
+      break;
+    }
+    case 4: {
+      if (!screen || !screen->hasOutlet("uiSliderView") || overlayBlocks() || alert()) break;
+      screen->outlet<ImageView>("uiImageSlide").bounds = {300, 200};
+      int fingers = 1 + roll(3);
+      double from = roll(200), to = roll(200);
+      note("slide " + std::to_string(fingers) + " fingers " + std::to_string(from) + " to " +
+           std::to_string(to));
+      quorvel::testing::ScriptedFingers(screen, "uiSliderView")
+          .slide(fingers, {150, from}, {150, to});
+      break;
+    }
+    case 5: {
+      auto video = std::dynamic_pointer_cast<DeviceFrontVideoViewController>(screen);
+      std::string code = !video ? "noise" : chance(0.5) ? video->startQRCode() : video->endQRCode();
+      note("camera sees " + code + (env.camera->sees({code}) ? "" : " (nothing scans)"));
+      break;
+    }
+    case 6:
+      note("sound stopped; movie player closed");
+      env.sounds->stop();
+      env.videoPlayer->close();
+      break;
+    case 7:
+      if (!env.recorder->recordings.empty()) {
+        bool fine = chance(0.5);
+        note(std::string("recording ends ") + (fine ? "well" : "badly"));
+        env.recorder->recordings.back()->end(fine);
+      }
+      break;
+    default: {
+      static const auto photo = Image::encoded(quorvel::testing::makePng(8, 6));
+      bool some = chance(0.5);
+      note(std::string("photo picker will give ") + (some ? "a photo" : "nothing"));
+      env.picker->next = some ? std::optional<Image>(photo) : std::nullopt;
+    }
+  }
+}
+
+void RandomRunsTest::step() {
+  static const std::vector<double> delays = {0.05, 0.1, 0.5, 1, 2, 5.5, 6, 30};
+  int dice = roll(10);
+  if (dice < 3) {
+    pressSomething();
+  } else if (dice == 3) {
+    answerAlert(false);
+  } else if (dice == 4) {
+    typeText();
+  } else if (dice == 5) {
+    deviceEvent();
+  } else if (dice == 6) {
+    double delay = pick(delays);
+    note("advance " + std::to_string(delay) + " s");
+    env.queue->advance(delay);
+  } else {
+    answerSomeRequest();
+  }
+  settle();
+  planNewRequests();
+  collectScreens();
+}
+
+void RandomRunsTest::startRun() {
+  // Every screen key of this build, the two keys the combined screen stands for, and unknown ones.
+  static const std::vector<std::string> catalogue = [] {
+    auto keys = ScreenTable::keys();
+    keys.insert(keys.end(), {ScreenType::buttons_v2, ScreenType::charging_v2, "flashlight_v9", ""});
+    return keys;
+  }();
+  bool keyWindow = chance(0.85);
+  keyWindow ? hostWithNavigation() : hostWithoutKeyWindow();
+  hostScreens_ = {hostRoot};
+  if (hostNavigation) hostScreens_ = hostNavigation->viewControllers();
+  sdk.hideStartScreen = chance(0.5);
+  sdk.language = chance(0.8) ? SupportedLanguage::english : SupportedLanguage::portuguese;
+
+  // Each argument from its valid or its invalid values.
+  bool valid = true;
+  auto choose = [&](std::vector<std::optional<std::string>> good,
+                    std::vector<std::optional<std::string>> bad) {
+    if (chance(0.93)) return pick(good);
+    valid = false;
+    return pick(bad);
+  };
+  auto appID = *choose({"app-0123456789", "a"}, {"", "   "});
+  auto apiKey = *choose({"key-abcdefghijkl", "k"}, {"", "\t"});
+  auto imei =
+      choose({std::nullopt, std::nullopt, quorvel::testing::kValidIMEI, " 49015 42032 37518 "},
+             {"", " ", "490154203237519", "abc"});
+  auto serial = choose({std::nullopt, std::nullopt, "C02 XYZ"}, {"", "  "});
+  std::optional<std::vector<std::string>> tests;
+  if (chance(0.7)) {
+    tests.emplace();
+    for (int n = roll(6); n > 0; --n) tests->push_back(pick(catalogue));
+  }
+  std::shared_ptr<Customization> customization;
+  if (chance(0.3)) {
+    customization = std::make_shared<Customization>();
+    customization->customScreens.emplace_back(
+        ScreenType::start_screen, std::map<std::string, std::string>{{"title", "Check-up"}});
+  }
+  std::string list;
+  for (const auto& key : tests.value_or(std::vector<std::string>{})) list += key + ",";
+  note("performTests(\"" + appID + "\", \"" + apiKey + "\", tests " +
+       (tests ? "[" + list + "]" : "none") + ", imei " + imei.value_or("none") + ", serial " +
+       serial.value_or("none") + ") customization " + (customization ? "on" : "off") +
+       ", hideStartScreen " + (sdk.hideStartScreen ? "on" : "off") +
+       (keyWindow ? "" : ", no key window"));
+  valid_ = valid;
+  auto recordCompletion = [this, inner = completion()](std::optional<Dictionary> response) {
+    exchangesAtCompletion_ = http_->exchanges.size();
+    note("completion: " + (response ? response->dump() : std::string("nil")));
+    inner(std::move(response));
+  };
+  sdk.performTests(appID, apiKey, tests, imei, serial, customization, recordCompletion);
+  // An argument error answers before performTests returns; a run answers later.
+  if (!valid && (outcome->calls != 1 || !outcome->response ||
+                 outcome->response->value("status_code", 0) / 100 != 4)) {
+    note("BROKEN: invalid arguments not refused at once with a 4xx");
+  }
+  if (valid && outcome->calls != 0) note("BROKEN: valid arguments answered at once");
+  if (valid) {
+    // The run knows the identifiers given now, and nothing from a run before.
+    Dictionary ids = sdk.getDeviceInfo(std::nullopt, std::nullopt)->at("received_ids");
+    if (ids.contains("imei_values") != imei.has_value() ||
+        ids.contains("serial_number") != serial.has_value() || ids.contains("imei_image_url") ||
+        ids.contains("serial_number_image_url")) {
+      note("BROKEN: run starts with identifiers " + ids.dump());
+    }
+  }
+  settle();
+  planNewRequests();
+  collectScreens();
+}
+
+// Cancel wherever offered, the last action of any alert (cancel, try later), Finish on the end
+// screen with every later request answered with an address; every planned answer delivered.
+void RandomRunsTest::windDown() {
+  windingDown_ = true;
+  note("wind down");
+  for (int round = 0; round < 40; ++round) {
+    for (std::size_t i = 0; i < plans_.size(); ++i) {
+      while (plans_[i].delivered < (plans_[i].second ? 2 : 1)) deliver(i);
+    }
+    settle();
+    env.queue->advance(60);
+    settle();
+    planNewRequests();
+    collectScreens();
+    if (outcome->calls > 0) {
+      if (std::all_of(plans_.begin(), plans_.end(),
+                      [](const Plan& plan) { return plan.delivered == (plan.second ? 2 : 1); }))
+        return;
+      continue;
+    }
+    if (alert()) {
+      answerAlert(true);
+      continue;
+    }
+    if (overlayBlocks()) return;
+    auto screen = top();
+    if (!screen || isHostScreen(screen)) return;
+    bool pressed = false;
+    for (const char* action :
+         {"uiBtCancel_TouchUpInside", "uiBtBack_TouchUpInside", "uiBtDone_TouchUpInside"}) {
+      if (!screen->hasAction(action)) continue;
+      note(std::string("press ") + action + " on " + screen->interfaceName());
+      screen->sendAction(action);
+      pressed = true;
+      break;
+    }
+    if (!pressed) return;
+  }
+}
+
+void RandomRunsTest::check(std::vector<std::string>& broken) {
+  for (const auto& line : trace) {
+    if (line.starts_with("BROKEN: ")) broken.push_back(line.substr(8));
+  }
+  if (outcome->calls > 1)
+    broken.push_back("completion called " + std::to_string(outcome->calls) + " times");
+  for (const auto& [earlier, calls] : earlier_) {
+    if (earlier->calls != calls) broken.push_back("an earlier run's completion was called again");
+  }
+  if (!valid_) {
+    if (!http_->exchanges.empty()) broken.push_back("a refused run sent a request");
+    if (!screens_.empty()) broken.push_back("a refused run showed a screen");
+  }
+  if (outcome->calls == 0) {
+    bool reason = false;
+    for (std::size_t i = 0; i < plans_.size(); ++i) reason = reason || stuck(i);
+    if (!reason || !overlayBlocks() || alert()) {
+      broken.push_back("the run never ended, and no unanswered upload holds it open");
+    }
+    return;
+  }
+  // Ended: everything the run showed is gone and the host has its navigation as it was.
+  if (http_->exchanges.size() != exchangesAtCompletion_)
+    broken.push_back("a request was sent after the completion");
+  std::vector<std::string> expected, names = stack();
+  for (const auto& screen : hostScreens_) expected.push_back(screen->interfaceName());
+  // A host without a key window keeps its plain root when the run was refused.
+  if (!navigation()) names = {window->rootViewController()->interfaceName()};
+  if (names != expected) broken.push_back("the host's stack is not back as it was");
+  if (hostNavigation && window->rootViewController() != hostNavigation)
+    broken.push_back("the host's navigation is not the window's root again");
+  if (hostNavigation && hostNavigation->isNavigationBarHidden())
+    broken.push_back("the host's navigation bar is left hidden");
+  if (navigation() && navigation()->presentedViewController())
+    broken.push_back("something is still presented over the host");
+  if (window->isKeyWindow() && !window->overlays().empty())
+    broken.push_back("the overlay stays over the host");
+  for (const auto& screen : screens_) {
+    if (auto alive = screen.lock()) broken.push_back(alive->interfaceName() + " is still alive");
+  }
+  Dictionary ids = sdk.getDeviceInfo(std::nullopt, std::nullopt)->at("received_ids");
+  // A refused call leaves a run still open before it as it was, identifiers and all.
+  if (!ids.empty() && (valid_ || leftOpen_.empty()))
+    broken.push_back("identifiers kept after the run: " + ids.dump());
+}
+
+std::vector<std::string> RandomRunsTest::runSeed(std::uint64_t seed) {
+  currentSeed = seed;
+  // A fresh platform, host window and HTTP client. The SDK itself is the process's one instance:
+  // a run left open stays as it is (nothing ends it), and the next run's performTests must take
+  // its place; its screens are checked to be gone once that run is over.
+  TearDown();
+  SetUp();
+  rng_.seed(seed);
+  trace.clear();
+  plans_.clear();
+  screens_.clear();
+  windingDown_ = false;
+  exchangesAtCompletion_ = 0;
+  http_ = std::make_shared<ScriptedHttpClient>();
+  platform().httpClient = http_;
+
+  startRun();
+  int budget = roll(100);
+  for (int extra = 0; budget > 0 && extra < 6; --budget) {
+    step();
+    if (outcome->calls > 0) ++extra;  // a few more: late answers and stale screens
+  }
+  windDown();
+
+  std::vector<std::string> broken;
+  check(broken);
+  if (valid_) {
+    for (const auto& screen : leftOpen_) {
+      if (auto alive = screen.lock())
+        broken.push_back("a screen of the run left open before is still alive: " +
+                         alive->interfaceName());
+    }
+    leftOpen_.clear();
+  }
+  if (outcome->calls == 0) leftOpen_ = screens_;
+  earlier_.emplace_back(outcome, outcome->calls);
+  if (earlier_.size() > 20) earlier_.erase(earlier_.begin());
+  return broken;
+}
+
+std::uint64_t environmentNumber(const char* name, std::uint64_t otherwise) {
+  const char* text = std::getenv(name);
+  return text && *text ? std::strtoull(text, nullptr, 10) : otherwise;
+}
+
+// QUORVEL_RANDOM_SEED=s runs seed s alone; with QUORVEL_RANDOM_FROM=f it runs seeds f...s, as
+// the SDK is one instance per process and a run can trip over what an earlier one left.
+TEST_F(RandomRunsTest, EveryRunAnswersOnceAndLeavesNothingBehind) {
+  const std::uint64_t only = environmentNumber("QUORVEL_RANDOM_SEED", 0);
+  const bool traced = environmentNumber("QUORVEL_RANDOM_TRACE", 0) != 0;
+  const std::uint64_t first = only ? environmentNumber("QUORVEL_RANDOM_FROM", only) : 1;
+  const std::uint64_t last = only ? only : environmentNumber("QUORVEL_RANDOM_RUNS", 10000);
+  auto previous = std::signal(SIGABRT, saySeed);
+  if (only) liveTrace = &trace;
+#if defined(__SANITIZE_ADDRESS__)
+  // A sanitizer's report ends the process without a signal.
+  __sanitizer_set_death_callback([] { saySeed(0); });
+#endif
+  for (std::uint64_t seed = first; seed <= last; ++seed) {
+    auto broken = runSeed(seed);
+    if (seed == only && (traced || !broken.empty())) {
+      std::ostringstream out;
+      for (std::size_t i = 0; i < trace.size(); ++i) out << "  " << i << ": " << trace[i] << "\n";
+      std::printf("seed %llu trace:\n%s", static_cast<unsigned long long>(seed), out.str().c_str());
+    }
+    if (broken.empty()) continue;
+    std::ostringstream message;
+    message << "seed " << seed << " broke:";
+    for (const auto& line : broken) message << "\n  " << line;
+    message << "\nreplay: QUORVEL_RANDOM_SEED=" << seed;
+    if (seed != first) message << " QUORVEL_RANDOM_FROM=" << first;
+    message << " build/debug/test/quorvel_tests --gtest_filter=RandomRunsTest.*";
+    ADD_FAILURE() << message.str();
+    break;
+  }
+  std::signal(SIGABRT, previous);
+  liveTrace = nullptr;
+#if defined(__SANITIZE_ADDRESS__)
+  __sanitizer_set_death_callback(nullptr);
+#endif
+}
+
+}  // namespace
