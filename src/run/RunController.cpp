@@ -485,7 +485,8 @@ void RunController::submitResults() {
     if (task) task->cancel();
     std::error_code ignored;
     std::filesystem::remove(path, ignored);
-    if (auto self = weak.lock()) self->uploadFailed();
+    // As for a late answer: once the host has had its answer, no alert goes over its screens.
+    if (auto self = weak.lock(); self && self->testsCompletionHandler_) self->uploadFailed();
   });
 }
 
