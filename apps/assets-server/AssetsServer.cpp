@@ -1,54 +1,78 @@
 #include "AssetsServer.h"
 
-#include <httplib.h>
+// Asio's coroutine support needs std::exchange before its own headers.
+#include <utility>
+// clang-format off
+#include <boost/asio.hpp>
+#include <boost/beast.hpp>
+// clang-format on
 #include <openssl/crypto.h>
-#include <sys/socket.h>
 
 #include <algorithm>
 #include <array>
+#include <atomic>
 #include <cctype>
 #include <cstdio>
 #include <ctime>
 #include <fstream>
 #include <optional>
-#include <regex>
 #include <stdexcept>
 #include <string_view>
 #include <system_error>
-#include <utility>
+#include <thread>
 
+#include "MultipartReader.h"
 #include "ResultsSeal.h"
 
 namespace quorvel {
+
+namespace asio = boost::asio;
+namespace beast = boost::beast;
+namespace http = beast::http;
+using asio::awaitable;
+using asio::ip::tcp;
 
 namespace {
 
 constexpr std::string_view kUploadPrefix = "/v3/applications/";
 constexpr std::string_view kUploadSuffix = "/asset-upload";
 constexpr std::string_view kAssetPrefix = "/assets/";
-// httplib matches its routes against the percent-decoded path, which may hold any byte.
-const char* const kUploadPattern = R"(/v3/applications/[\s\S]+/asset-upload)";
-const char* const kAssetPattern = R"(/assets/([^/]+)/([^/]+))";
 constexpr std::string_view kDefaultMediaType = "application/octet-stream";
 // A results document is small; a larger one is not read back to check its seal.
 constexpr std::uintmax_t kMaxSealedDocumentBytes = 64 << 20;
+// Bytes read or sent at a time.
+constexpr std::size_t kChunkBytes = 64 * 1024;
+// After an answer, what the client still sends is read and dropped for this long (or this much),
+// so that closing does not reset the connection before the client has read the answer.
+constexpr auto kLingerTime = std::chrono::seconds(2);
+constexpr std::size_t kLingerBytes = 1 << 20;
+constexpr int kThreads = 4;
 
-using httplib::Request;
-using httplib::Response;
+// Beast hands out Boost's string views.
+std::string_view view(beast::string_view text) { return {text.data(), text.size()}; }
 
-void reply(Response& response, int status, const nlohmann::json& body) {
-  response.status = status;
-  response.set_content(body.dump(-1, ' ', false, nlohmann::json::error_handler_t::replace),
-                       "application/json");
+bool isParseError(const beast::error_code& error) {
+  return error && error.category() == http::make_error_code(http::error::bad_target).category();
 }
 
-void refuse(Response& response, int status, const std::string& message) {
-  reply(response, status, {{"error", message}});
+bool equalIgnoringCase(std::string_view a, std::string_view b) {
+  return a.size() == b.size() && std::equal(a.begin(), a.end(), b.begin(), [](char x, char y) {
+           return std::tolower(static_cast<unsigned char>(x)) ==
+                  std::tolower(static_cast<unsigned char>(y));
+         });
 }
 
-// The path of the request target as sent: neither decoded nor with its query.
-std::string_view rawPath(const Request& request) {
-  std::string_view target = request.target;
+// The path of a request target as sent: neither decoded nor with its query. The absolute form
+// ("http://host/path") names the same path.
+std::string_view rawPath(std::string_view target) {
+  for (std::string_view scheme : {"http://", "https://"}) {
+    if (target.size() > scheme.size() &&
+        equalIgnoringCase(target.substr(0, scheme.size()), scheme)) {
+      std::size_t slash = target.find('/', scheme.size());
+      target = slash == std::string_view::npos ? std::string_view("/") : target.substr(slash);
+      break;
+    }
+  }
   return target.substr(0, target.find('?'));
 }
 
@@ -62,35 +86,21 @@ std::optional<std::string_view> uploadAppID(std::string_view path) {
                      path.size() - kUploadPrefix.size() - kUploadSuffix.size());
 }
 
-bool isAssetPath(const std::string& path) {
-  static const std::regex pattern(kAssetPattern);
-  return std::regex_match(path, pattern);
-}
-
-bool startsWithIgnoringCase(std::string_view text, std::string_view prefix) {
-  return text.size() >= prefix.size() &&
-         std::equal(prefix.begin(), prefix.end(), text.begin(), [](char a, char b) {
-           return std::tolower(static_cast<unsigned char>(a)) ==
-                  std::tolower(static_cast<unsigned char>(b));
-         });
-}
-
-// A plain decimal Content-Length; signs, spaces and lists are refused rather than guessed at.
-std::optional<std::uint64_t> contentLength(const Request& request) {
-  if (request.get_header_value_count("Content-Length") != 1) return std::nullopt;
-  std::string text = request.get_header_value("Content-Length");
-  if (text.empty() || text.size() > 18) return std::nullopt;
-  std::uint64_t value = 0;
-  for (char c : text) {
-    if (c < '0' || c > '9') return std::nullopt;
-    value = value * 10 + static_cast<std::uint64_t>(c - '0');
+// The folder and name of an asset path ("/assets/folder/name"), or nothing.
+std::optional<std::pair<std::string_view, std::string_view>> assetOf(std::string_view path) {
+  if (!path.starts_with(kAssetPrefix)) return std::nullopt;
+  std::string_view rest = path.substr(kAssetPrefix.size());
+  std::size_t slash = rest.find('/');
+  if (slash == 0 || slash == std::string_view::npos || slash + 1 == rest.size() ||
+      rest.find('/', slash + 1) != std::string_view::npos) {
+    return std::nullopt;
   }
-  return value;
+  return std::pair{rest.substr(0, slash), rest.substr(slash + 1)};
 }
 
 // What the part declared, if it can travel back in a header line.
-std::string mediaTypeOf(const httplib::MultipartFormData& part) {
-  const std::string& type = part.content_type;
+std::string mediaTypeOf(const MultipartReader::Part& part) {
+  const std::string& type = part.contentType;
   bool printable =
       !type.empty() && type.size() <= 255 &&
       std::all_of(type.begin(), type.end(), [](char c) { return c >= 0x20 && c < 0x7F; });
@@ -128,7 +138,367 @@ std::string printable(std::string_view text) {
   return out;
 }
 
+// A single "bytes=" range of a file of size bytes, as [first, last]; nothing when the field asks
+// for several ranges or is not understood (the whole file is then sent), and first == size when
+// no byte of the file is in it.
+std::optional<std::pair<std::uint64_t, std::uint64_t>> rangeOf(std::string_view field,
+                                                               std::uint64_t size) {
+  if (!field.starts_with("bytes=") || field.find(',') != std::string_view::npos) {
+    return std::nullopt;
+  }
+  std::string_view spec = field.substr(6);
+  std::size_t dash = spec.find('-');
+  if (dash == std::string_view::npos) return std::nullopt;
+  auto number = [](std::string_view digits) -> std::optional<std::uint64_t> {
+    if (digits.empty() || digits.size() > 18) return std::nullopt;
+    std::uint64_t value = 0;
+    for (char c : digits) {
+      if (c < '0' || c > '9') return std::nullopt;
+      value = value * 10 + static_cast<std::uint64_t>(c - '0');
+    }
+    return value;
+  };
+  std::string_view from = spec.substr(0, dash);
+  std::string_view to = spec.substr(dash + 1);
+  if (from.empty()) {  // the last n bytes
+    auto n = number(to);
+    if (!n) return std::nullopt;
+    if (*n == 0 || size == 0) return std::pair{size, size};
+    return std::pair{size - std::min(*n, size), size - 1};
+  }
+  auto first = number(from);
+  auto last = to.empty() ? std::optional<std::uint64_t>(size == 0 ? 0 : size - 1) : number(to);
+  if (!first || !last || *last < *first) return std::nullopt;
+  if (*first >= size) return std::pair{size, size};
+  return std::pair{*first, std::min(*last, size - 1)};
+}
+
 }  // namespace
+
+struct AssetsServer::Runtime {
+  asio::io_context io{kThreads};
+  tcp::acceptor acceptor{io};
+  asio::strand<asio::io_context::executor_type> control = asio::make_strand(io);
+  asio::steady_timer stopTimer{control};
+  std::atomic<int> sessions{0};
+  std::atomic<bool> stopping{false};
+  std::vector<std::thread> threads;
+};
+
+// One connection and its one request.
+class AssetsServer::Session {
+  // One more field of an answer.
+  struct Header {
+    std::string name;
+    std::string value;
+  };
+  static inline const Header kNoHeader{};
+  static inline const Header kBearer{"WWW-Authenticate", "Bearer"};
+
+ public:
+  Session(const AssetsServer& server, tcp::socket socket)
+      : server_(server), options_(server.options_), stream_(std::move(socket)) {}
+
+  awaitable<void> run() {
+    parser_.header_limit(static_cast<std::uint32_t>(kMaxHeadBytes));
+    // The length is judged against the cap below, with an answer rather than a parse error.
+    parser_.body_limit(std::numeric_limits<std::uint64_t>::max());
+    beast::error_code error;
+    stream_.expires_after(options_.headDeadline);
+    co_await http::async_read_header(stream_, buffer_, parser_,
+                                     asio::redirect_error(asio::use_awaitable, error));
+    if (error == http::error::header_limit) {
+      co_await refuse(http::status::request_header_fields_too_large,
+                      "the request head is too large");
+    } else if (isParseError(error)) {
+      co_await refuse(http::status::bad_request, "malformed request: " + error.message());
+    } else if (!error) {
+      co_await serve();
+    }
+    beast::error_code ignored;
+    stream_.socket().shutdown(tcp::socket::shutdown_both, ignored);
+    stream_.close();
+  }
+
+ private:
+  const http::request<http::buffer_body>& request() const { return parser_.get(); }
+
+  awaitable<void> serve() {
+    std::size_t fields = std::distance(request().begin(), request().end());
+    std::string_view path = rawPath(view(request().target()));
+    if (fields > kMaxHeaderFields) {
+      co_return co_await refuse(http::status::request_header_fields_too_large,
+                                "too many header fields");
+    }
+    if (auto asset = assetOf(path)) {
+      if (request().method() == http::verb::get || request().method() == http::verb::head) {
+        co_return co_await serveAsset(asset->first, asset->second);
+      }
+      const Header allow{"Allow", "GET, HEAD"};
+      co_return co_await refuse(http::status::method_not_allowed, "assets are read with GET",
+                                allow);
+    }
+    std::optional<std::string_view> appID = uploadAppID(path);
+    if (!appID) co_return co_await refuse(http::status::not_found, "no such endpoint");
+    if (request().method() != http::verb::post) {
+      const Header allow{"Allow", "POST"};
+      co_return co_await refuse(http::status::method_not_allowed, "uploads are sent with POST",
+                                allow);
+    }
+    if (!authorized()) {
+      co_return co_await refuse(http::status::unauthorized, "missing or unknown API key", kBearer);
+    }
+    if (parser_.chunked() || !parser_.content_length()) {
+      co_return co_await refuse(http::status::length_required,
+                                "the body must be sent with a Content-Length");
+    }
+    if (*parser_.content_length() > options_.maxBytes) {
+      co_return co_await refuse(
+          http::status::payload_too_large,
+          "the body is larger than " + std::to_string(options_.maxBytes) + " bytes");
+    }
+    // Inflating would let a small body grow past every limit.
+    if (request().count(http::field::content_encoding) > 0) {
+      co_return co_await refuse(http::status::unsupported_media_type,
+                                "content encodings are not accepted");
+    }
+    std::optional<std::string> boundary;
+    if (request().count(http::field::content_type) == 1) {
+      boundary = MultipartReader::boundaryOf(view(request()[http::field::content_type]));
+    }
+    if (!boundary) {
+      co_return co_await refuse(http::status::unsupported_media_type,
+                                "the body must be multipart/form-data with a boundary");
+    }
+    co_await upload(std::string(*appID), *boundary);
+  }
+
+  bool authorized() const {
+    if (request().count(http::field::authorization) != 1) return false;
+    std::string_view value = view(request()[http::field::authorization]);
+    constexpr std::string_view kScheme = "Bearer ";
+    if (value.size() < kScheme.size() || !equalIgnoringCase(value.substr(0, 7), kScheme)) {
+      return false;
+    }
+    std::string_view key = value.substr(kScheme.size());
+    bool known = false;
+    for (const std::string& accepted : options_.apiKeys) {
+      // Compare in constant time: how far a guess matched must not show in the timing.
+      known |= !key.empty() && accepted.size() == key.size() &&
+               CRYPTO_memcmp(accepted.data(), key.data(), key.size()) == 0;
+    }
+    return known;
+  }
+
+  awaitable<void> upload(const std::string& appID, const std::string& boundary) {
+    AssetStore::Pending pending = server_.store_.begin(appID, options_.maxBytes);
+    if (!pending.writer) {
+      co_return co_await refuse(http::status::internal_server_error, "cannot store the upload");
+    }
+    if (equalIgnoringCase(view(request()[http::field::expect]), "100-continue")) {
+      http::response<http::empty_body> proceed{http::status::continue_, 11};
+      beast::error_code error;
+      co_await http::async_write(stream_, proceed,
+                                 asio::redirect_error(asio::use_awaitable, error));
+      if (error) co_return;
+    }
+
+    int parts = 0;
+    MultipartReader::Part part;
+    std::optional<std::pair<http::status, std::string>> refusal;
+    MultipartReader body(
+        boundary,
+        [&](const MultipartReader::Part& header) {
+          if (++parts > 1) {
+            refusal.emplace(http::status::bad_request, "exactly one part is accepted");
+            return false;
+          }
+          if (header.name != "content") {
+            refusal.emplace(http::status::bad_request, "the part must be named \"content\"");
+            return false;
+          }
+          part = header;
+          return true;
+        },
+        [&](const char* data, std::size_t size) {
+          if (pending.writer->write(data, size)) return true;
+          refusal.emplace(pending.writer->exceededCap() ? http::status::payload_too_large
+                                                        : http::status::internal_server_error,
+                          pending.writer->exceededCap() ? "the part is larger than the byte cap"
+                                                        : "cannot write the upload");
+          return false;
+        });
+
+    std::vector<char> chunk(kChunkBytes);
+    const auto began = std::chrono::steady_clock::now();
+    std::uint64_t received = 0;
+    while (!parser_.is_done() && !refusal && body.problem().empty()) {
+      parser_.get().body().data = chunk.data();
+      parser_.get().body().size = chunk.size();
+      stream_.expires_after(options_.readTimeout);
+      beast::error_code error;
+      co_await http::async_read(stream_, buffer_, parser_,
+                                asio::redirect_error(asio::use_awaitable, error));
+      if (error == http::error::need_buffer) error = {};
+      // A client that went away or fell silent gets no answer; the temporary file goes.
+      if (error) co_return;
+      const std::size_t got = chunk.size() - parser_.get().body().size;
+      received += got;
+      if (got > 0) body.feed(chunk.data(), got);
+      const auto elapsed = std::chrono::steady_clock::now() - began;
+      if (!parser_.is_done() && elapsed > options_.readTimeout &&
+          received < options_.minBytesPerSecond *
+                         std::chrono::duration_cast<std::chrono::seconds>(elapsed).count()) {
+        pending.writer.reset();
+        co_return co_await refuse(http::status::request_timeout, "the body arrives too slowly");
+      }
+    }
+    // A refused upload leaves nothing behind, also while its answer is still going out.
+    if (refusal || !body.problem().empty() || !body.finished() || parts != 1) {
+      pending.writer.reset();
+    }
+    if (refusal) co_return co_await refuse(refusal->first, refusal->second);
+    if (!body.problem().empty()) {
+      co_return co_await refuse(http::status::bad_request, body.problem());
+    }
+    if (!body.finished() || parts != 1) {
+      co_return co_await refuse(http::status::bad_request,
+                                "the body is not a complete multipart/form-data body");
+    }
+    if (!pending.writer->finish()) {
+      pending.writer.reset();
+      co_return co_await refuse(http::status::internal_server_error, "cannot write the upload");
+    }
+    nlohmann::json metadata = nlohmann::json::object();
+    metadata["app_id"] = appID;
+    metadata["original_filename"] = part.filename.value_or("");
+    metadata["media_type"] = mediaTypeOf(part);
+    metadata["received_at"] = utcNow();
+    if (part.filename == ResultsSeal::kDocumentName) {
+      metadata["seal_valid"] = sealIsValid(pending.writer->path(), pending.writer->size(), appID);
+    }
+    std::optional<std::string> name =
+        server_.store_.commit(pending, part.filename.value_or(""), std::move(metadata));
+    if (!name) {
+      co_return co_await refuse(http::status::internal_server_error, "cannot store the upload");
+    }
+    std::string url = server_.address_ + std::string(kAssetPrefix) + pending.folder + "/" + *name;
+    nlohmann::json stored = nlohmann::json::object();
+    stored["filename"] = *name;
+    stored["url"] = url;
+    co_await answer(http::status::ok, stored, kNoHeader);
+  }
+
+  awaitable<void> serveAsset(std::string_view folder, std::string_view name) {
+    std::optional<AssetStore::Asset> asset = server_.store_.find(folder, name);
+    std::ifstream in;
+    if (asset) in.open(asset->file, std::ios::binary);
+    if (!asset || !in) co_return co_await refuse(http::status::not_found, "no such asset");
+
+    std::uint64_t first = 0;
+    std::uint64_t length = asset->size;
+    http::response<http::buffer_body> response{http::status::ok, 11};
+    // A range is only answered for the file as it is: without If-Range there is nothing to check.
+    auto range = request().count(http::field::if_range) == 0
+                     ? rangeOf(view(request()[http::field::range]), asset->size)
+                     : std::nullopt;
+    if (range && range->first == asset->size) {
+      const Header whole{"Content-Range", "bytes */" + std::to_string(asset->size)};
+      co_return co_await refuse(http::status::range_not_satisfiable,
+                                "no byte of the asset is in range", whole);
+    }
+    if (range) {
+      response.result(http::status::partial_content);
+      first = range->first;
+      length = range->second - range->first + 1;
+      response.set(http::field::content_range, "bytes " + std::to_string(range->first) + "-" +
+                                                   std::to_string(range->second) + "/" +
+                                                   std::to_string(asset->size));
+    }
+    response.set(http::field::content_type, asset->mediaType);
+    response.set(http::field::accept_ranges, "bytes");
+    // Stored bytes are the clients', not the server's pages: never rendered, never sniffed.
+    response.set("X-Content-Type-Options", "nosniff");
+    response.set(http::field::content_disposition,
+                 "attachment; filename=\"" + asset->file.filename().string() + "\"");
+    response.set(http::field::connection, "close");
+    response.content_length(length);
+    log(response.result_int());
+    const bool head = request().method() == http::verb::head;
+    response.body().data = nullptr;
+    response.body().more = !head && length > 0;
+    http::response_serializer<http::buffer_body> serializer{response};
+    beast::error_code error;
+    stream_.expires_after(options_.readTimeout);
+    co_await http::async_write_header(stream_, serializer,
+                                      asio::redirect_error(asio::use_awaitable, error));
+    if (error || head) co_return;
+    in.seekg(static_cast<std::streamoff>(first));
+    std::vector<char> chunk(kChunkBytes);
+    for (std::uint64_t left = length; left > 0;) {
+      in.read(chunk.data(),
+              static_cast<std::streamsize>(std::min<std::uint64_t>(left, chunk.size())));
+      const auto got = static_cast<std::size_t>(in.gcount());
+      if (got == 0) co_return;
+      left -= got;
+      response.body().data = chunk.data();
+      response.body().size = got;
+      response.body().more = left > 0;
+      stream_.expires_after(options_.readTimeout);
+      co_await http::async_write(stream_, serializer,
+                                 asio::redirect_error(asio::use_awaitable, error));
+      if (error == http::error::need_buffer) error = {};
+      if (error) co_return;
+    }
+  }
+
+  // Coroutine parameters here are references, never defaulted or initializer lists: GCC 12
+  // miscompiles those in coroutines. The arguments outlive the awaited call.
+  awaitable<void> refuse(http::status status, const std::string& message) {
+    co_await refuse(status, message, kNoHeader);
+  }
+  awaitable<void> refuse(http::status status, const std::string& message, const Header& header) {
+    nlohmann::json body = nlohmann::json::object();
+    body["error"] = message;
+    co_await answer(status, body, header);
+  }
+
+  // Sends one JSON answer, then lingers so that the client can read it.
+  awaitable<void> answer(http::status status, const nlohmann::json& json, const Header& header) {
+    http::response<http::string_body> response{status, 11};
+    response.set(http::field::content_type, "application/json");
+    response.set(http::field::connection, "close");
+    if (!header.name.empty()) response.set(header.name, header.value);
+    response.body() = json.dump(-1, ' ', false, nlohmann::json::error_handler_t::replace);
+    response.prepare_payload();
+    log(response.result_int());
+    beast::error_code error;
+    stream_.expires_after(options_.readTimeout);
+    co_await http::async_write(stream_, response, asio::redirect_error(asio::use_awaitable, error));
+    if (error) co_return;
+    stream_.socket().shutdown(tcp::socket::shutdown_send, error);
+    // A body refused unread is still arriving: closing now would reset the connection, and the
+    // client could lose the answer.
+    std::vector<char> scratch(kChunkBytes);
+    stream_.expires_after(kLingerTime);
+    for (std::size_t drained = 0; drained < kLingerBytes && !error;) {
+      drained += co_await stream_.async_read_some(asio::buffer(scratch),
+                                                  asio::redirect_error(asio::use_awaitable, error));
+    }
+  }
+
+  void log(unsigned status) const {
+    if (!options_.logRequests) return;
+    std::fprintf(stderr, "%s %s %u\n", printable(view(request().method_string())).c_str(),
+                 printable(view(request().target())).c_str(), status);
+  }
+
+  const AssetsServer& server_;
+  const Options& options_;
+  beast::tcp_stream stream_;
+  beast::flat_buffer buffer_;
+  http::request_parser<http::buffer_body> parser_;
+};
 
 AssetsServer::AssetsServer(Options options)
     : options_(std::move(options)), store_(options_.storage) {}
@@ -136,7 +506,7 @@ AssetsServer::AssetsServer(Options options)
 AssetsServer::~AssetsServer() { stop(); }
 
 int AssetsServer::start(const std::string& host, int port) {
-  if (server_) throw std::logic_error("the assets server is already running");
+  if (runtime_) throw std::logic_error("the assets server is already running");
   if (options_.apiKeys.empty()) throw std::runtime_error("no API key is accepted");
   std::error_code error;
   std::filesystem::create_directories(store_.root(), error);
@@ -150,219 +520,66 @@ int AssetsServer::start(const std::string& host, int port) {
     std::fprintf(stderr, "removed %zu files a crash left in the storage\n", leftovers);
   }
 
-  auto server = std::make_unique<httplib::Server>();
-  // One request per connection: a body left unread is never parsed as a request of its own.
-  server->set_keep_alive_max_count(1);
-  server->set_read_timeout(options_.readTimeout);
-  server->set_write_timeout(options_.readTimeout);
-  server->set_keep_alive_timeout(
-      std::max<time_t>(1, std::chrono::ceil<std::chrono::seconds>(options_.readTimeout).count()));
-  // Bodies of refused requests are never read; this only guards paths httplib reads by itself.
-  server->set_payload_max_length(static_cast<std::size_t>(options_.maxBytes));
-  // SO_REUSEADDR for quick restarts, without the default SO_REUSEPORT that would let another
-  // process share the port.
-  server->set_socket_options([](int fd) {
-    int yes = 1;
-    setsockopt(fd, SOL_SOCKET, SO_REUSEADDR, &yes, sizeof yes);
-  });
-
-  server->set_expect_100_continue_handler([this](const Request& request, Response& response) {
-    return screen(request, response) ? 100 : response.status;
-  });
-  server->set_pre_routing_handler([this](const Request& request, Response& response) {
-    return screen(request, response) ? httplib::Server::HandlerResponse::Unhandled
-                                     : httplib::Server::HandlerResponse::Handled;
-  });
-  server->Post(kUploadPattern,
-               [this](const Request& request, Response& response,
-                      const httplib::ContentReader& reader) { upload(request, response, reader); });
-  server->Get(kAssetPattern, [this](const Request& request, Response& response) {
-    serveAsset(request, response);
-  });
-  // Refusals httplib makes by itself (a malformed request line, say) get a JSON body too.
-  server->set_error_handler(
-      httplib::Server::HandlerWithResponse([](const Request&, Response& response) {
-        if (!response.body.empty()) return httplib::Server::HandlerResponse::Unhandled;
-        refuse(response, response.status, "request refused");
-        return httplib::Server::HandlerResponse::Handled;
-      }));
-  if (options_.logRequests) {
-    server->set_logger([](const Request& request, const Response& response) {
-      std::fprintf(stderr, "%s %s %d\n", printable(request.method).c_str(),
-                   printable(request.target).c_str(), response.status);
-    });
-  }
-
-  int bound =
-      port == 0 ? server->bind_to_any_port(host) : (server->bind_to_port(host, port) ? port : -1);
-  if (bound <= 0) {
-    throw std::runtime_error("cannot listen on " + host + ":" + std::to_string(port));
-  }
-  server_ = std::move(server);
-  port_ = bound;
+  auto runtime = std::make_unique<Runtime>();
+  beast::error_code failure;
+  auto address = asio::ip::make_address(host, failure);
+  tcp::endpoint endpoint(address, static_cast<unsigned short>(port));
+  if (!failure) runtime->acceptor.open(endpoint.protocol(), failure);
+  // SO_REUSEADDR for quick restarts; never SO_REUSEPORT, which would let another process share.
+  if (!failure) runtime->acceptor.set_option(tcp::acceptor::reuse_address(true), failure);
+  if (!failure) runtime->acceptor.bind(endpoint, failure);
+  if (!failure) runtime->acceptor.listen(asio::socket_base::max_listen_connections, failure);
+  if (failure) throw std::runtime_error("cannot listen on " + host + ":" + std::to_string(port));
+  port_ = runtime->acceptor.local_endpoint().port();
   std::string urlHost = host.find(':') == std::string::npos ? host : "[" + host + "]";
-  address_ = "http://" + urlHost + ":" + std::to_string(bound);
+  address_ = "http://" + urlHost + ":" + std::to_string(port_);
 
-  listenEnded_ = false;
-  thread_ = std::thread([this] {
-    server_->listen_after_bind();
-    listenEnded_ = true;
-  });
-  // httplib's stop() does nothing until its accept loop has begun.
-  while (!server_->is_running() && !listenEnded_) {
-    std::this_thread::sleep_for(std::chrono::milliseconds(1));
-  }
-  return bound;
+  Runtime& rt = *runtime;
+  // Accepting runs on the control strand, where stop() closes the acceptor.
+  asio::co_spawn(
+      rt.control,
+      [this, &rt]() -> awaitable<void> {
+        for (;;) {
+          beast::error_code refused;
+          tcp::socket socket = co_await rt.acceptor.async_accept(
+              asio::make_strand(rt.io), asio::redirect_error(asio::use_awaitable, refused));
+          if (!rt.acceptor.is_open()) co_return;
+          if (refused) continue;
+          ++rt.sessions;
+          auto executor = socket.get_executor();
+          asio::co_spawn(
+              executor,
+              [this, &rt,
+               session = std::make_shared<Session>(*this, std::move(socket))]() -> awaitable<void> {
+                co_await session->run();
+                // The last request out ends a stop early.
+                if (--rt.sessions == 0 && rt.stopping) {
+                  asio::post(rt.control, [&rt] { rt.stopTimer.cancel(); });
+                }
+              },
+              asio::detached);
+        }
+      },
+      asio::detached);
+  for (int i = 0; i < kThreads; ++i) rt.threads.emplace_back([&rt] { rt.io.run(); });
+  runtime_ = std::move(runtime);
+  return port_;
 }
 
 void AssetsServer::stop() {
-  if (!server_) return;
-  server_->stop();
-  if (thread_.joinable()) thread_.join();
-  server_.reset();
-}
-
-bool AssetsServer::screen(const Request& request, Response& response) const {
-  std::optional<std::string_view> appID = uploadAppID(rawPath(request));
-  bool uploadPath = appID.has_value();
-  bool assetPath = !uploadPath && isAssetPath(request.path);
-
-  if (assetPath) {
-    if (request.method == "GET" || request.method == "HEAD") return true;
-    response.set_header("Allow", "GET, HEAD");
-    refuse(response, 405, "assets are read with GET");
-    return false;
-  }
-  if (!uploadPath) {
-    refuse(response, 404, "no such endpoint");
-    return false;
-  }
-  if (request.method != "POST") {
-    response.set_header("Allow", "POST");
-    refuse(response, 405, "uploads are sent with POST");
-    return false;
-  }
-  if (!authorized(request)) {
-    response.set_header("WWW-Authenticate", "Bearer");
-    refuse(response, 401, "missing or unknown API key");
-    return false;
-  }
-  if (request.has_header("Transfer-Encoding") || !request.has_header("Content-Length")) {
-    refuse(response, 411, "the body must be sent with a Content-Length");
-    return false;
-  }
-  std::optional<std::uint64_t> length = contentLength(request);
-  if (!length) {
-    refuse(response, 400, "malformed Content-Length");
-    return false;
-  }
-  if (*length > options_.maxBytes) {
-    refuse(response, 413,
-           "the body is larger than " + std::to_string(options_.maxBytes) + " bytes");
-    return false;
-  }
-  // Inflating would let a small body grow past every limit.
-  if (request.has_header("Content-Encoding")) {
-    refuse(response, 415, "content encodings are not accepted");
-    return false;
-  }
-  std::string type = request.get_header_value("Content-Type");
-  std::size_t boundary = type.find("boundary=");
-  if (!request.is_multipart_form_data() || boundary == std::string::npos ||
-      boundary + 9 >= type.size()) {
-    refuse(response, 415, "the body must be multipart/form-data with a boundary");
-    return false;
-  }
-  return true;
-}
-
-bool AssetsServer::authorized(const Request& request) const {
-  if (request.get_header_value_count("Authorization") != 1) return false;
-  std::string value = request.get_header_value("Authorization");
-  constexpr std::string_view kScheme = "Bearer ";
-  if (!startsWithIgnoringCase(value, kScheme)) return false;
-  std::string_view key = std::string_view(value).substr(kScheme.size());
-  bool known = false;
-  for (const std::string& accepted : options_.apiKeys) {
-    // Compare in constant time: how far a guess matched must not show in the timing.
-    known |= !key.empty() && accepted.size() == key.size() &&
-             CRYPTO_memcmp(accepted.data(), key.data(), key.size()) == 0;
-  }
-  return known;
-}
-
-void AssetsServer::upload(const Request& request, Response& response,
-                          const httplib::ContentReader& reader) const {
-  std::string appID(uploadAppID(rawPath(request)).value_or(""));
-  AssetStore::Pending pending = store_.begin(appID, options_.maxBytes);
-  if (!pending.writer) return refuse(response, 500, "cannot store the upload");
-
-  int parts = 0;
-  httplib::MultipartFormData part;
-  std::optional<std::pair<int, std::string>> refusal;
-  bool complete = reader(
-      [&](const httplib::MultipartFormData& header) {
-        if (++parts > 1) {
-          refusal.emplace(400, "exactly one part is accepted");
-          return false;
-        }
-        if (header.name != "content") {
-          refusal.emplace(400, "the part must be named \"content\"");
-          return false;
-        }
-        part = header;
-        return true;
-      },
-      [&](const char* data, std::size_t size) {
-        if (pending.writer->write(data, size)) return true;
-        if (pending.writer->exceededCap()) {
-          refusal.emplace(413, "the part is larger than the byte cap");
-        } else {
-          refusal.emplace(500, "cannot write the upload");
-        }
-        return false;
-      });
-  if (refusal) return refuse(response, refusal->first, refusal->second);
-  if (!complete) {
-    return refuse(response, 400, "the body is not a complete multipart/form-data body");
-  }
-  if (!pending.writer->finish()) return refuse(response, 500, "cannot write the upload");
-
-  nlohmann::json metadata = {
-      {"app_id", appID},
-      {"original_filename", part.filename},
-      {"media_type", mediaTypeOf(part)},
-      {"received_at", utcNow()},
-  };
-  if (part.filename == ResultsSeal::kDocumentName) {
-    metadata["seal_valid"] = sealIsValid(pending.writer->path(), pending.writer->size(), appID);
-  }
-  std::optional<std::string> name = store_.commit(pending, part.filename, std::move(metadata));
-  if (!name) return refuse(response, 500, "cannot store the upload");
-  std::string url = address_ + std::string(kAssetPrefix) + pending.folder + "/" + *name;
-  reply(response, 200, {{"filename", *name}, {"url", url}});
-}
-
-void AssetsServer::serveAsset(const Request& request, Response& response) const {
-  std::optional<AssetStore::Asset> asset =
-      store_.find(request.matches[1].str(), request.matches[2].str());
-  auto in = asset ? std::make_shared<std::ifstream>(asset->file, std::ios::binary) : nullptr;
-  if (!in || !*in) return refuse(response, 404, "no such asset");
-  response.status = 200;
-  // Stored bytes are the clients', not the server's pages: never rendered, never sniffed.
-  response.set_header("X-Content-Type-Options", "nosniff");
-  response.set_header("Content-Disposition",
-                      "attachment; filename=\"" + asset->file.filename().string() + "\"");
-  response.set_content_provider(
-      static_cast<std::size_t>(asset->size), asset->mediaType,
-      [in](std::size_t offset, std::size_t length, httplib::DataSink& sink) {
-        std::array<char, 64 * 1024> chunk;
-        in->clear();
-        in->seekg(static_cast<std::streamoff>(offset));
-        in->read(chunk.data(), static_cast<std::streamsize>(std::min(length, chunk.size())));
-        std::streamsize got = in->gcount();
-        return got > 0 && sink.write(chunk.data(), static_cast<std::size_t>(got));
-      });
+  if (!runtime_) return;
+  Runtime& rt = *runtime_;
+  asio::post(rt.control, [&rt] {
+    rt.stopping = true;
+    beast::error_code ignored;
+    rt.acceptor.close(ignored);
+    rt.stopTimer.expires_after(kStopGrace);
+    // Requests still going after the grace are cut off: their coroutines end with the context.
+    rt.stopTimer.async_wait([&rt](beast::error_code) { rt.io.stop(); });
+    if (rt.sessions == 0) rt.stopTimer.cancel();
+  });
+  for (auto& thread : rt.threads) thread.join();
+  runtime_.reset();
 }
 
 }  // namespace quorvel
