@@ -167,9 +167,9 @@ std::optional<std::pair<std::uint64_t, std::uint64_t>> rangeOf(std::string_view 
     return std::pair{size - std::min(*n, size), size - 1};
   }
   auto first = number(from);
-  auto last = to.empty() ? std::optional<std::uint64_t>(size == 0 ? 0 : size - 1) : number(to);
+  if (first && *first >= size) return std::pair{size, size};
+  auto last = to.empty() ? std::optional<std::uint64_t>(size - 1) : number(to);
   if (!first || !last || *last < *first) return std::nullopt;
-  if (*first >= size) return std::pair{size, size};
   return std::pair{*first, std::min(*last, size - 1)};
 }
 
@@ -337,8 +337,9 @@ class AssetsServer::Session {
       parser_.get().body().size = chunk.size();
       stream_.expires_after(options_.readTimeout);
       beast::error_code error;
-      co_await http::async_read(stream_, buffer_, parser_,
-                                asio::redirect_error(asio::use_awaitable, error));
+      // Some bytes at a time, so that the rate is judged as they come.
+      co_await http::async_read_some(stream_, buffer_, parser_,
+                                     asio::redirect_error(asio::use_awaitable, error));
       if (error == http::error::need_buffer) error = {};
       // A client that went away or fell silent gets no answer; the temporary file goes.
       if (error) co_return;
