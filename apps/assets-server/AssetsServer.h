@@ -66,7 +66,6 @@ class AssetsServer {
 
  private:
   struct Runtime;
-  class Session;
 
   Options options_;
   AssetStore store_;
