@@ -35,7 +35,7 @@ constexpr std::string_view kDefaultMediaType = "application/octet-stream";
 // A results document is small; a larger one is not read back to check its seal.
 constexpr std::uintmax_t kMaxSealedDocumentBytes = 64 << 20;
 // Bytes read or sent at a time.
-constexpr std::size_t kChunkBytes = 64 * 1024;
+constexpr std::size_t kChunkBytes = 256 * 1024;
 // After an answer, what the client still sends is read and dropped for this long (or this much),
 // so that closing does not reset the connection before the client has read the answer.
 constexpr auto kLingerTime = std::chrono::seconds(2);
@@ -293,6 +293,8 @@ awaitable<void> AssetsSession::upload(const std::string& appID, const std::strin
       });
 
   std::vector<char> chunk(kChunkBytes);
+  // Beast reads no more than the buffer's free room at a time: without room, 512 bytes a read.
+  buffer_.reserve(kChunkBytes);
   const auto began = std::chrono::steady_clock::now();
   std::uint64_t received = 0;
   while (!parser_.is_done() && !refusal && body.problem().empty()) {
