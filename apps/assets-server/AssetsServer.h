@@ -1,22 +1,13 @@
 #pragma once
 
-#include <atomic>
 #include <chrono>
 #include <cstdint>
 #include <filesystem>
 #include <memory>
 #include <string>
-#include <thread>
 #include <vector>
 
 #include "AssetStore.h"
-
-namespace httplib {
-class Server;
-class ContentReader;
-struct Request;
-struct Response;
-}  // namespace httplib
 
 namespace quorvel {
 
@@ -29,18 +20,28 @@ namespace quorvel {
 // The app ID is the path text between the fixed parts exactly as sent (the SDK inserts it
 // unescaped, slashes included), so it is the same text the SDK sealed a results document with.
 // Credentials, length, encoding and media type are judged from the headers alone, before any
-// body byte is read; each connection carries one request.
+// body byte is read; each connection carries one request. Connections are served asynchronously
+// by a few threads, so clients that trickle or stall hold nothing but their own connection.
 class AssetsServer {
  public:
   static constexpr std::uint64_t kDefaultMaxBytes = std::uint64_t{1} << 30;
+  // A request head larger than this, or with more header fields, gets 431.
+  static constexpr std::size_t kMaxHeadBytes = 16 * 1024;
+  static constexpr std::size_t kMaxHeaderFields = 64;
+  // How long stop() lets requests in progress finish before it cuts them off.
+  static constexpr std::chrono::milliseconds kStopGrace{2000};
 
   struct Options {
     std::filesystem::path storage;
     std::vector<std::string> apiKeys;
     // The largest request body accepted.
     std::uint64_t maxBytes = kDefaultMaxBytes;
-    // How long a client may stay silent in the middle of a request (and before its first byte).
+    // How long a client may take to send the request line and header fields.
+    std::chrono::milliseconds headDeadline{10000};
+    // How long a body (or an answer being sent) may go without a byte.
     std::chrono::milliseconds readTimeout{30000};
+    // The least average rate of a body, checked from one readTimeout after it began.
+    std::uint64_t minBytesPerSecond = 1024;
     // One line per request on standard error.
     bool logRequests = false;
   };
@@ -54,7 +55,8 @@ class AssetsServer {
   // background thread. Returns the bound port; throws std::runtime_error when the folder or the
   // address cannot be used.
   int start(const std::string& host = "127.0.0.1", int port = 0);
-  // Stops accepting, lets requests in progress end, and joins the thread. Safe to repeat.
+  // Stops accepting, lets requests in progress end for at most kStopGrace, and joins the threads.
+  // Safe to repeat.
   void stop();
 
   int port() const { return port_; }
@@ -63,19 +65,11 @@ class AssetsServer {
   const std::filesystem::path& storage() const { return store_.root(); }
 
  private:
-  // Answers requests that must not get further (and leaves the body unread); true lets the
-  // request through to its handler.
-  bool screen(const httplib::Request& request, httplib::Response& response) const;
-  bool authorized(const httplib::Request& request) const;
-  void upload(const httplib::Request& request, httplib::Response& response,
-              const httplib::ContentReader& reader) const;
-  void serveAsset(const httplib::Request& request, httplib::Response& response) const;
+  struct Runtime;
 
   Options options_;
   AssetStore store_;
-  std::unique_ptr<httplib::Server> server_;
-  std::thread thread_;
-  std::atomic<bool> listenEnded_{false};
+  std::unique_ptr<Runtime> runtime_;
   int port_ = 0;
   std::string address_;
 };

@@ -1,5 +1,8 @@
+#include <arpa/inet.h>
 #include <gtest/gtest.h>
+#include <sys/socket.h>
 #include <sys/wait.h>
+#include <unistd.h>
 
 #include <csignal>
 #include <cstdio>
@@ -49,7 +52,7 @@ TEST_F(AssetsServerProgram, BadFlagsPrintTheReasonAndUsageAndExitWithTwo) {
 }
 
 // Serving what it stores is the package check's part (test/package/check).
-TEST_F(AssetsServerProgram, PrintsItsAddressAndStopsCleanlyOnTerm) {
+TEST_F(AssetsServerProgram, PrintsItsAddressAndStopsOnTermWhateverItsClientsDo) {
   std::filesystem::path storage = tree.path() / "s";
   // The shell prints its process ID, then becomes the server.
   std::FILE* pipe = popen(("echo $$; exec " + program + " --port 0 --storage " + storage.string() +
@@ -60,10 +63,29 @@ TEST_F(AssetsServerProgram, PrintsItsAddressAndStopsCleanlyOnTerm) {
   ASSERT_TRUE(std::fgets(line, sizeof line, pipe));
   pid_t server = std::stoi(line);
   ASSERT_TRUE(std::fgets(line, sizeof line, pipe));
-  EXPECT_NE(std::string(line).find("http://127.0.0.1:"), std::string::npos) << line;
+  const std::string address = line;
+  ASSERT_NE(address.find("http://127.0.0.1:"), std::string::npos) << address;
 
+  // A client in the middle of its request does not hold the stop up past the server's grace.
+  int client = socket(AF_INET, SOCK_STREAM, 0);
+  sockaddr_in to{};
+  to.sin_family = AF_INET;
+  to.sin_port =
+      htons(static_cast<std::uint16_t>(std::stoi(address.substr(address.rfind(':') + 1))));
+  inet_pton(AF_INET, "127.0.0.1", &to.sin_addr);
+  ASSERT_EQ(connect(client, reinterpret_cast<sockaddr*>(&to), sizeof to), 0);
+  // Its head is judged and it is told to go on, then it sends nothing more.
+  const std::string head =
+      "POST /v3/applications/a/asset-upload HTTP/1.1\r\nHost: x\r\nAuthorization: Bearer one\r\n"
+      "Content-Type: multipart/form-data; boundary=b\r\nContent-Length: 100\r\n"
+      "Expect: 100-continue\r\n\r\n";
+  send(client, head.data(), head.size(), MSG_NOSIGNAL);
+  char proceed[64] = {};
+  ASSERT_GT(recv(client, proceed, sizeof proceed - 1, 0), 0);
+  EXPECT_NE(std::string(proceed).find("100 Continue"), std::string::npos) << proceed;
   kill(server, SIGTERM);
   EXPECT_TRUE(exitedWith(pclose(pipe), 0));
+  close(client);
 }
 
 }  // namespace

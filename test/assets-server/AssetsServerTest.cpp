@@ -8,6 +8,7 @@
 #include <random>
 #include <set>
 #include <string>
+#include <thread>
 #include <vector>
 
 #include "AssetsServer.h"
@@ -65,6 +66,28 @@ std::string roundTrip(int port, const std::string& bytes, const std::string& mor
     for (ssize_t n; (n = recv(fd, buffer, sizeof buffer, 0)) > 0;) answer.append(buffer, n);
   }
   close(fd);
+  return answer;
+}
+
+int connectTo(int port) {
+  int fd = socket(AF_INET, SOCK_STREAM, 0);
+  timeval bound{20, 0};
+  setsockopt(fd, SOL_SOCKET, SO_RCVTIMEO, &bound, sizeof bound);
+  sockaddr_in address{};
+  address.sin_family = AF_INET;
+  address.sin_port = htons(static_cast<std::uint16_t>(port));
+  inet_pton(AF_INET, "127.0.0.1", &address.sin_addr);
+  if (connect(fd, reinterpret_cast<sockaddr*>(&address), sizeof address) != 0) {
+    close(fd);
+    return -1;
+  }
+  return fd;
+}
+
+std::string readToEnd(int fd) {
+  std::string answer;
+  char buffer[4096];
+  for (ssize_t n; (n = recv(fd, buffer, sizeof buffer, 0)) > 0;) answer.append(buffer, n);
   return answer;
 }
 
@@ -286,6 +309,119 @@ TEST_F(AssetsServerTest, AnswersUnknownPathsAndMethodsWithoutServingOtherFiles) 
        {asset + ".meta.json", std::string("/assets/../x"), std::string("/assets/..%2F..%2Fx/x")}) {
     EXPECT_EQ(status(client.Get(path.c_str())), 404) << path;
   }
+}
+
+TEST_F(AssetsServerTest, SlowAndSilentClientsHoldNothingButTheirOwnConnection) {
+  // More idle connections than the old server had threads: half trickle a first byte, half say
+  // nothing, and none finishes its head.
+  std::vector<int> idle;
+  for (int i = 0; i < 48; ++i) {
+    idle.push_back(connectTo(port));
+    if (i % 2 == 0) send(idle.back(), "P", 1, MSG_NOSIGNAL);
+  }
+  EXPECT_TRUE(stored("app", "a.txt", "abc").contains("url"));
+  for (int fd : idle) close(fd);
+}
+
+TEST_F(AssetsServerTest, AnswersHalfClosedClientsAbsoluteTargetsAndRangesAsHttpSays) {
+  // A client that closes its sending side after a whole request still gets its answer.
+  int fd = connectTo(port);
+  std::string whole = request("app", part("a.txt", "text/plain", "0123456789") + kClose);
+  send(fd, whole.data(), whole.size(), MSG_NOSIGNAL);
+  shutdown(fd, SHUT_WR);
+  std::string answer = readToEnd(fd);
+  close(fd);
+  ASSERT_EQ(statuses(answer), std::vector<int>{200}) << answer;
+  std::string url = json::parse(answer.substr(answer.find("\r\n\r\n") + 4))["url"];
+  const std::string path = url.substr(server.address().size());
+
+  std::string absolute = whole;
+  absolute.replace(5, 0, server.address());
+  EXPECT_EQ(statuses(roundTrip(port, absolute)), std::vector<int>{200});
+
+  struct Case {
+    std::string range;
+    int status;
+    std::string body, contentRange;
+  };
+  const std::vector<Case> cases = {
+      {"bytes=2-4", 206, "234", "bytes 2-4/10"}, {"bytes=7-", 206, "789", "bytes 7-9/10"},
+      {"bytes=-3", 206, "789", "bytes 7-9/10"},  {"bytes=8-99", 206, "89", "bytes 8-9/10"},
+      {"bytes=10-", 416, "", "bytes */10"},      {"bytes=0-1,4-5", 200, "0123456789", ""},
+      {"pages=1-2", 200, "0123456789", ""},
+  };
+  httplib::Client client("127.0.0.1", port);
+  for (const auto& c : cases) {
+    auto got = client.Get(path.c_str(), {{"Range", c.range}});
+    ASSERT_TRUE(got) << c.range;
+    EXPECT_EQ(got->status, c.status) << c.range;
+    if (c.status != 416) {
+      EXPECT_EQ(got->body, c.body) << c.range;
+    }
+    EXPECT_EQ(got->get_header_value("Content-Range"), c.contentRange) << c.range;
+  }
+}
+
+TEST_F(AssetsServerTest, RefusesMalformedAndOversizedHeads) {
+  const std::string line = "POST /v3/applications/app/asset-upload HTTP/1.1\r\nHost: x\r\n";
+  const std::string rest = "Authorization: Bearer key-1\r\nContent-Length: 1\r\n\r\n";
+  std::string manyFields;
+  for (std::size_t i = 0; i <= AssetsServer::kMaxHeaderFields; ++i) {
+    manyFields += "X-" + std::to_string(i) + ": y\r\n";
+  }
+  struct Case {
+    std::string head;
+    int status;
+  };
+  const std::vector<Case> cases = {
+      {line + "X: " + std::string(AssetsServer::kMaxHeadBytes, 'y') + "\r\n" + rest, 431},
+      {line + manyFields + rest, 431},
+      {line + "No colon here\r\n" + rest, 400},
+      {line + "Authorization: Bearer key-1" + std::string(1, '\0') + "more\r\n" +
+           "Content-Length: 1\r\n\r\n",
+       400},
+  };
+  for (const auto& c : cases) {
+    std::string answer = roundTrip(port, c.head);
+    EXPECT_EQ(statuses(answer), std::vector<int>{c.status}) << c.head.substr(0, 120);
+  }
+  EXPECT_EQ(storedFileCount(), 0u);
+}
+
+TEST(AssetsServerDeadlines, ClosesSilentHeadsAndRefusesTricklingBodies) {
+  testing::TemporaryTree tree{"quorvel-assets-deadlines"};
+  AssetsServer server{{.storage = tree.path() / "storage",
+                       .apiKeys = {"key-1"},
+                       .headDeadline = std::chrono::milliseconds(200),
+                       .readTimeout = std::chrono::milliseconds(300),
+                       .minBytesPerSecond = 1 << 20}};
+  int port = server.start();
+  // Nothing sent: the server closes without an answer once the head's time is up.
+  int silent = connectTo(port);
+  EXPECT_EQ(readToEnd(silent), "");
+  close(silent);
+
+  // A body that comes a byte at a time falls below the least rate and is refused.
+  std::string body = part("a.txt", "text/plain", std::string(100, 'x')) + kClose;
+  std::string whole = request("app", body, "key-1");
+  std::string head = whole.substr(0, whole.size() - body.size());
+  int slow = connectTo(port);
+  send(slow, head.data(), head.size(), MSG_NOSIGNAL);
+  std::string answer;
+  for (std::size_t i = 0; i < body.size() && answer.empty(); ++i) {
+    send(slow, body.data() + i, 1, MSG_NOSIGNAL);
+    std::this_thread::sleep_for(std::chrono::milliseconds(50));
+    char peek[16];
+    if (recv(slow, peek, sizeof peek, MSG_PEEK | MSG_DONTWAIT) > 0) answer = readToEnd(slow);
+  }
+  close(slow);
+  EXPECT_EQ(statuses(answer), std::vector<int>{408}) << answer;
+  server.stop();
+  std::size_t files = 0;
+  for (const auto& entry : fs::recursive_directory_iterator(tree.path() / "storage")) {
+    files += entry.is_regular_file();
+  }
+  EXPECT_EQ(files, 0u);
 }
 
 }  // namespace

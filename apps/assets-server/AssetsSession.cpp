@@ -1,0 +1,462 @@
+#include "AssetsSession.h"
+
+#include <openssl/crypto.h>
+
+#include <algorithm>
+#include <array>
+#include <atomic>
+#include <cctype>
+#include <cstdio>
+#include <ctime>
+#include <fstream>
+#include <optional>
+#include <stdexcept>
+#include <string_view>
+#include <system_error>
+#include <thread>
+
+#include "MultipartReader.h"
+#include "ResultsSeal.h"
+
+namespace quorvel {
+
+namespace asio = boost::asio;
+namespace beast = boost::beast;
+namespace http = beast::http;
+using asio::awaitable;
+using asio::ip::tcp;
+
+namespace {
+
+constexpr std::string_view kUploadPrefix = "/v3/applications/";
+constexpr std::string_view kUploadSuffix = "/asset-upload";
+constexpr std::string_view kAssetPrefix = "/assets/";
+constexpr std::string_view kDefaultMediaType = "application/octet-stream";
+// A results document is small; a larger one is not read back to check its seal.
+constexpr std::uintmax_t kMaxSealedDocumentBytes = 64 << 20;
+// Bytes read or sent at a time.
+constexpr std::size_t kChunkBytes = 256 * 1024;
+// After an answer, what the client still sends is read and dropped for this long (or this much),
+// so that closing does not reset the connection before the client has read the answer.
+constexpr auto kLingerTime = std::chrono::seconds(2);
+constexpr std::size_t kLingerBytes = 1 << 20;
+
+// Beast hands out Boost's string views.
+std::string_view view(beast::string_view text) { return {text.data(), text.size()}; }
+
+bool isParseError(const beast::error_code& error) {
+  return error && error.category() == http::make_error_code(http::error::bad_target).category();
+}
+
+bool equalIgnoringCase(std::string_view a, std::string_view b) {
+  return a.size() == b.size() && std::equal(a.begin(), a.end(), b.begin(), [](char x, char y) {
+           return std::tolower(static_cast<unsigned char>(x)) ==
+                  std::tolower(static_cast<unsigned char>(y));
+         });
+}
+
+// The path of a request target as sent: neither decoded nor with its query. The absolute form
+// ("http://host/path") names the same path.
+std::string_view rawPath(std::string_view target) {
+  for (std::string_view scheme : {"http://", "https://"}) {
+    if (target.size() > scheme.size() &&
+        equalIgnoringCase(target.substr(0, scheme.size()), scheme)) {
+      std::size_t slash = target.find('/', scheme.size());
+      target = slash == std::string_view::npos ? std::string_view("/") : target.substr(slash);
+      break;
+    }
+  }
+  return target.substr(0, target.find('?'));
+}
+
+// The app ID of an upload path, or nothing for any other path.
+std::optional<std::string_view> uploadAppID(std::string_view path) {
+  if (path.size() <= kUploadPrefix.size() + kUploadSuffix.size() ||
+      !path.starts_with(kUploadPrefix) || !path.ends_with(kUploadSuffix)) {
+    return std::nullopt;
+  }
+  return path.substr(kUploadPrefix.size(),
+                     path.size() - kUploadPrefix.size() - kUploadSuffix.size());
+}
+
+// The folder and name of an asset path ("/assets/folder/name"), or nothing.
+std::optional<std::pair<std::string_view, std::string_view>> assetOf(std::string_view path) {
+  if (!path.starts_with(kAssetPrefix)) return std::nullopt;
+  std::string_view rest = path.substr(kAssetPrefix.size());
+  std::size_t slash = rest.find('/');
+  if (slash == 0 || slash == std::string_view::npos || slash + 1 == rest.size() ||
+      rest.find('/', slash + 1) != std::string_view::npos) {
+    return std::nullopt;
+  }
+  return std::pair{rest.substr(0, slash), rest.substr(slash + 1)};
+}
+
+// What the part declared, if it can travel back in a header line.
+std::string mediaTypeOf(const MultipartReader::Part& part) {
+  const std::string& type = part.contentType;
+  bool printable =
+      !type.empty() && type.size() <= 255 &&
+      std::all_of(type.begin(), type.end(), [](char c) { return c >= 0x20 && c < 0x7F; });
+  return printable ? type : std::string(kDefaultMediaType);
+}
+
+std::string utcNow() {
+  auto now = std::chrono::system_clock::now();
+  std::time_t seconds = std::chrono::system_clock::to_time_t(now);
+  auto millis =
+      std::chrono::duration_cast<std::chrono::milliseconds>(now.time_since_epoch()) % 1000;
+  std::tm utc{};
+  gmtime_r(&seconds, &utc);
+  std::array<char, 32> text{};
+  std::size_t length = std::strftime(text.data(), text.size(), "%Y-%m-%dT%H:%M:%S", &utc);
+  std::snprintf(text.data() + length, text.size() - length, ".%03dZ",
+                static_cast<int>(millis.count()));
+  return text.data();
+}
+
+bool sealIsValid(const std::filesystem::path& file, std::uint64_t size, std::string_view appID) {
+  if (size > kMaxSealedDocumentBytes) return false;
+  std::ifstream in(file, std::ios::binary);
+  std::string document(size, '\0');
+  if (!in.read(document.data(), static_cast<std::streamsize>(size))) return false;
+  return ResultsSeal::verify(document, appID);
+}
+
+// Request targets are client text: keep control characters out of the log.
+std::string printable(std::string_view text) {
+  std::string out(text);
+  for (char& c : out) {
+    if (static_cast<unsigned char>(c) < 0x20 || c == 0x7F) c = '?';
+  }
+  return out;
+}
+
+// A single "bytes=" range of a file of size bytes, as [first, last]; nothing when the field asks
+// for several ranges or is not understood (the whole file is then sent), and first == size when
+// no byte of the file is in it.
+std::optional<std::pair<std::uint64_t, std::uint64_t>> rangeOf(std::string_view field,
+                                                               std::uint64_t size) {
+  if (!field.starts_with("bytes=") || field.find(',') != std::string_view::npos) {
+    return std::nullopt;
+  }
+  std::string_view spec = field.substr(6);
+  std::size_t dash = spec.find('-');
+  if (dash == std::string_view::npos) return std::nullopt;
+  auto number = [](std::string_view digits) -> std::optional<std::uint64_t> {
+    if (digits.empty() || digits.size() > 18) return std::nullopt;
+    std::uint64_t value = 0;
+    for (char c : digits) {
+      if (c < '0' || c > '9') return std::nullopt;
+      value = value * 10 + static_cast<std::uint64_t>(c - '0');
+    }
+    return value;
+  };
+  std::string_view from = spec.substr(0, dash);
+  std::string_view to = spec.substr(dash + 1);
+  if (from.empty()) {  // the last n bytes
+    auto n = number(to);
+    if (!n) return std::nullopt;
+    if (*n == 0 || size == 0) return std::pair{size, size};
+    return std::pair{size - std::min(*n, size), size - 1};
+  }
+  auto first = number(from);
+  if (first && *first >= size) return std::pair{size, size};
+  auto last = to.empty() ? std::optional<std::uint64_t>(size - 1) : number(to);
+  if (!first || !last || *last < *first) return std::nullopt;
+  return std::pair{*first, std::min(*last, size - 1)};
+}
+
+}  // namespace
+
+awaitable<void> AssetsSession::run() {
+  parser_.header_limit(static_cast<std::uint32_t>(AssetsServer::kMaxHeadBytes));
+  // The length is judged against the cap below, with an answer rather than a parse error.
+  parser_.body_limit(std::numeric_limits<std::uint64_t>::max());
+  beast::error_code error;
+  stream_.expires_after(options_.headDeadline);
+  co_await http::async_read_header(stream_, buffer_, parser_,
+                                   asio::redirect_error(asio::use_awaitable, error));
+  if (error == http::error::header_limit) {
+    co_await refuse(http::status::request_header_fields_too_large, "the request head is too large");
+  } else if (isParseError(error)) {
+    co_await refuse(http::status::bad_request, "malformed request: " + error.message());
+  } else if (!error) {
+    co_await serve();
+  }
+  beast::error_code ignored;
+  stream_.socket().shutdown(tcp::socket::shutdown_both, ignored);
+  stream_.close();
+}
+
+awaitable<void> AssetsSession::serve() {
+  std::size_t fields = std::distance(request().begin(), request().end());
+  std::string_view path = rawPath(view(request().target()));
+  if (fields > AssetsServer::kMaxHeaderFields) {
+    co_return co_await refuse(http::status::request_header_fields_too_large,
+                              "too many header fields");
+  }
+  if (auto asset = assetOf(path)) {
+    if (request().method() == http::verb::get || request().method() == http::verb::head) {
+      co_return co_await serveAsset(asset->first, asset->second);
+    }
+    const Header allow{"Allow", "GET, HEAD"};
+    co_return co_await refuse(http::status::method_not_allowed, "assets are read with GET", allow);
+  }
+  std::optional<std::string_view> appID = uploadAppID(path);
+  if (!appID) co_return co_await refuse(http::status::not_found, "no such endpoint");
+  if (request().method() != http::verb::post) {
+    const Header allow{"Allow", "POST"};
+    co_return co_await refuse(http::status::method_not_allowed, "uploads are sent with POST",
+                              allow);
+  }
+  if (!authorized()) {
+    co_return co_await refuse(http::status::unauthorized, "missing or unknown API key", kBearer);
+  }
+  if (parser_.chunked() || !parser_.content_length()) {
+    co_return co_await refuse(http::status::length_required,
+                              "the body must be sent with a Content-Length");
+  }
+  if (*parser_.content_length() > options_.maxBytes) {
+    co_return co_await refuse(
+        http::status::payload_too_large,
+        "the body is larger than " + std::to_string(options_.maxBytes) + " bytes");
+  }
+  // Inflating would let a small body grow past every limit.
+  if (request().count(http::field::content_encoding) > 0) {
+    co_return co_await refuse(http::status::unsupported_media_type,
+                              "content encodings are not accepted");
+  }
+  std::optional<std::string> boundary;
+  if (request().count(http::field::content_type) == 1) {
+    boundary = MultipartReader::boundaryOf(view(request()[http::field::content_type]));
+  }
+  if (!boundary) {
+    co_return co_await refuse(http::status::unsupported_media_type,
+                              "the body must be multipart/form-data with a boundary");
+  }
+  co_await upload(std::string(*appID), *boundary);
+}
+
+bool AssetsSession::authorized() const {
+  if (request().count(http::field::authorization) != 1) return false;
+  std::string_view value = view(request()[http::field::authorization]);
+  constexpr std::string_view kScheme = "Bearer ";
+  if (value.size() < kScheme.size() || !equalIgnoringCase(value.substr(0, 7), kScheme)) {
+    return false;
+  }
+  std::string_view key = value.substr(kScheme.size());
+  bool known = false;
+  for (const std::string& accepted : options_.apiKeys) {
+    // Compare in constant time: how far a guess matched must not show in the timing.
+    known |= !key.empty() && accepted.size() == key.size() &&
+             CRYPTO_memcmp(accepted.data(), key.data(), key.size()) == 0;
+  }
+  return known;
+}
+
+awaitable<void> AssetsSession::upload(const std::string& appID, const std::string& boundary) {
+  AssetStore::Pending pending = store_.begin(appID, options_.maxBytes);
+  if (!pending.writer) {
+    co_return co_await refuse(http::status::internal_server_error, "cannot store the upload");
+  }
+  if (equalIgnoringCase(view(request()[http::field::expect]), "100-continue")) {
+    http::response<http::empty_body> proceed{http::status::continue_, 11};
+    beast::error_code error;
+    co_await http::async_write(stream_, proceed, asio::redirect_error(asio::use_awaitable, error));
+    if (error) co_return;
+  }
+
+  int parts = 0;
+  MultipartReader::Part part;
+  std::optional<std::pair<http::status, std::string>> refusal;
+  MultipartReader body(
+      boundary,
+      [&](const MultipartReader::Part& header) {
+        if (++parts > 1) {
+          refusal.emplace(http::status::bad_request, "exactly one part is accepted");
+          return false;
+        }
+        if (header.name != "content") {
+          refusal.emplace(http::status::bad_request, "the part must be named \"content\"");
+          return false;
+        }
+        part = header;
+        return true;
+      },
+      [&](const char* data, std::size_t size) {
+        if (pending.writer->write(data, size)) return true;
+        refusal.emplace(pending.writer->exceededCap() ? http::status::payload_too_large
+                                                      : http::status::internal_server_error,
+                        pending.writer->exceededCap() ? "the part is larger than the byte cap"
+                                                      : "cannot write the upload");
+        return false;
+      });
+
+  std::vector<char> chunk(kChunkBytes);
+  // Beast reads no more than the buffer's free room at a time: without room, 512 bytes a read.
+  buffer_.reserve(kChunkBytes);
+  const auto began = std::chrono::steady_clock::now();
+  std::uint64_t received = 0;
+  while (!parser_.is_done() && !refusal && body.problem().empty()) {
+    parser_.get().body().data = chunk.data();
+    parser_.get().body().size = chunk.size();
+    stream_.expires_after(options_.readTimeout);
+    beast::error_code error;
+    // Some bytes at a time, so that the rate is judged as they come.
+    co_await http::async_read_some(stream_, buffer_, parser_,
+                                   asio::redirect_error(asio::use_awaitable, error));
+    if (error == http::error::need_buffer) error = {};
+    // A client that went away or fell silent gets no answer; the temporary file goes.
+    if (error) co_return;
+    const std::size_t got = chunk.size() - parser_.get().body().size;
+    received += got;
+    if (got > 0) body.feed(chunk.data(), got);
+    const auto elapsed = std::chrono::steady_clock::now() - began;
+    if (!parser_.is_done() && elapsed > options_.readTimeout &&
+        received < options_.minBytesPerSecond *
+                       std::chrono::duration_cast<std::chrono::seconds>(elapsed).count()) {
+      pending.writer.reset();
+      co_return co_await refuse(http::status::request_timeout, "the body arrives too slowly");
+    }
+  }
+  // A refused upload leaves nothing behind, also while its answer is still going out.
+  if (refusal || !body.problem().empty() || !body.finished() || parts != 1) {
+    pending.writer.reset();
+  }
+  if (refusal) co_return co_await refuse(refusal->first, refusal->second);
+  if (!body.problem().empty()) {
+    co_return co_await refuse(http::status::bad_request, body.problem());
+  }
+  if (!body.finished() || parts != 1) {
+    co_return co_await refuse(http::status::bad_request,
+                              "the body is not a complete multipart/form-data body");
+  }
+  if (!pending.writer->finish()) {
+    pending.writer.reset();
+    co_return co_await refuse(http::status::internal_server_error, "cannot write the upload");
+  }
+  nlohmann::json metadata = nlohmann::json::object();
+  metadata["app_id"] = appID;
+  metadata["original_filename"] = part.filename.value_or("");
+  metadata["media_type"] = mediaTypeOf(part);
+  metadata["received_at"] = utcNow();
+  if (part.filename == ResultsSeal::kDocumentName) {
+    metadata["seal_valid"] = sealIsValid(pending.writer->path(), pending.writer->size(), appID);
+  }
+  std::optional<std::string> name =
+      store_.commit(pending, part.filename.value_or(""), std::move(metadata));
+  if (!name) {
+    co_return co_await refuse(http::status::internal_server_error, "cannot store the upload");
+  }
+  std::string url = address_ + std::string(kAssetPrefix) + pending.folder + "/" + *name;
+  nlohmann::json stored = nlohmann::json::object();
+  stored["filename"] = *name;
+  stored["url"] = url;
+  co_await answer(http::status::ok, stored, kNoHeader);
+}
+
+awaitable<void> AssetsSession::serveAsset(std::string_view folder, std::string_view name) {
+  std::optional<AssetStore::Asset> asset = store_.find(folder, name);
+  std::ifstream in;
+  if (asset) in.open(asset->file, std::ios::binary);
+  if (!asset || !in) co_return co_await refuse(http::status::not_found, "no such asset");
+
+  std::uint64_t first = 0;
+  std::uint64_t length = asset->size;
+  http::response<http::buffer_body> response{http::status::ok, 11};
+  // A range is only answered for the file as it is: without If-Range there is nothing to check.
+  auto range = request().count(http::field::if_range) == 0
+                   ? rangeOf(view(request()[http::field::range]), asset->size)
+                   : std::nullopt;
+  if (range && range->first == asset->size) {
+    const Header whole{"Content-Range", "bytes */" + std::to_string(asset->size)};
+    co_return co_await refuse(http::status::range_not_satisfiable,
+                              "no byte of the asset is in range", whole);
+  }
+  if (range) {
+    response.result(http::status::partial_content);
+    first = range->first;
+    length = range->second - range->first + 1;
+    response.set(http::field::content_range, "bytes " + std::to_string(range->first) + "-" +
+                                                 std::to_string(range->second) + "/" +
+                                                 std::to_string(asset->size));
+  }
+  response.set(http::field::content_type, asset->mediaType);
+  response.set(http::field::accept_ranges, "bytes");
+  // Stored bytes are the clients', not the server's pages: never rendered, never sniffed.
+  response.set("X-Content-Type-Options", "nosniff");
+  response.set(http::field::content_disposition,
+               "attachment; filename=\"" + asset->file.filename().string() + "\"");
+  response.set(http::field::connection, "close");
+  response.content_length(length);
+  log(response.result_int());
+  const bool head = request().method() == http::verb::head;
+  response.body().data = nullptr;
+  response.body().more = !head && length > 0;
+  http::response_serializer<http::buffer_body> serializer{response};
+  beast::error_code error;
+  stream_.expires_after(options_.readTimeout);
+  co_await http::async_write_header(stream_, serializer,
+                                    asio::redirect_error(asio::use_awaitable, error));
+  if (error || head) co_return;
+  in.seekg(static_cast<std::streamoff>(first));
+  std::vector<char> chunk(kChunkBytes);
+  for (std::uint64_t left = length; left > 0;) {
+    in.read(chunk.data(),
+            static_cast<std::streamsize>(std::min<std::uint64_t>(left, chunk.size())));
+    const auto got = static_cast<std::size_t>(in.gcount());
+    if (got == 0) co_return;
+    left -= got;
+    response.body().data = chunk.data();
+    response.body().size = got;
+    response.body().more = left > 0;
+    stream_.expires_after(options_.readTimeout);
+    co_await http::async_write(stream_, serializer,
+                               asio::redirect_error(asio::use_awaitable, error));
+    if (error == http::error::need_buffer) error = {};
+    if (error) co_return;
+  }
+}
+
+awaitable<void> AssetsSession::refuse(http::status code, const std::string& message) {
+  co_await refuse(code, message, kNoHeader);
+}
+
+awaitable<void> AssetsSession::refuse(http::status code, const std::string& message,
+                                      const Header& header) {
+  nlohmann::json body = nlohmann::json::object();
+  body["error"] = message;
+  co_await answer(code, body, header);
+}
+
+awaitable<void> AssetsSession::answer(http::status code, const nlohmann::json& json,
+                                      const Header& header) {
+  http::response<http::string_body> response{code, 11};
+  response.set(http::field::content_type, "application/json");
+  response.set(http::field::connection, "close");
+  if (!header.name.empty()) response.set(header.name, header.value);
+  response.body() = json.dump(-1, ' ', false, nlohmann::json::error_handler_t::replace);
+  response.prepare_payload();
+  log(response.result_int());
+  beast::error_code error;
+  stream_.expires_after(options_.readTimeout);
+  co_await http::async_write(stream_, response, asio::redirect_error(asio::use_awaitable, error));
+  if (error) co_return;
+  stream_.socket().shutdown(tcp::socket::shutdown_send, error);
+  // A body refused unread is still arriving: closing now would reset the connection, and the
+  // client could lose the answer.
+  std::vector<char> scratch(kChunkBytes);
+  stream_.expires_after(kLingerTime);
+  for (std::size_t drained = 0; drained < kLingerBytes && !error;) {
+    drained += co_await stream_.async_read_some(asio::buffer(scratch),
+                                                asio::redirect_error(asio::use_awaitable, error));
+  }
+}
+
+void AssetsSession::log(unsigned code) const {
+  if (!options_.logRequests) return;
+  std::fprintf(stderr, "%s %s %u\n", printable(view(request().method_string())).c_str(),
+               printable(view(request().target())).c_str(), code);
+}
+
+}  // namespace quorvel

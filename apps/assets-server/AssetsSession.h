@@ -1,0 +1,76 @@
+#pragma once
+
+// Asio's coroutine support needs std::exchange before its own headers.
+#include <utility>
+// clang-format off
+#include <boost/asio.hpp>
+#include <boost/beast.hpp>
+// clang-format on
+#include <nlohmann/json.hpp>
+#include <string>
+#include <string_view>
+
+#include "AssetStore.h"
+#include "AssetsServer.h"
+
+namespace quorvel {
+
+// One connection to the assets server and its one request: the head read within its deadline and
+// judged before any body byte, then the upload streamed through the multipart reader into the
+// store, or the asset sent back.
+class AssetsSession {
+  using tcp = boost::asio::ip::tcp;
+  template <class T>
+  using awaitable = boost::asio::awaitable<T>;
+  using status = boost::beast::http::status;
+
+  // One more field of an answer.
+  struct Header {
+    std::string name;
+    std::string value;
+  };
+  static inline const Header kNoHeader{};
+  static inline const Header kBearer{"WWW-Authenticate", "Bearer"};
+
+ public:
+  AssetsSession(const AssetStore& store, const AssetsServer::Options& options, std::string address,
+                tcp::socket socket)
+      : store_(store),
+        options_(options),
+        address_(std::move(address)),
+        stream_(std::move(socket)) {}
+
+  awaitable<void> run();
+
+ private:
+  const boost::beast::http::request<boost::beast::http::buffer_body>& request() const {
+    return parser_.get();
+  }
+
+  awaitable<void> serve();
+
+  bool authorized() const;
+
+  awaitable<void> upload(const std::string& appID, const std::string& boundary);
+
+  awaitable<void> serveAsset(std::string_view folder, std::string_view name);
+
+  // Coroutine parameters here are references, never defaulted or initializer lists: GCC 12
+  // miscompiles those in coroutines. The arguments outlive the awaited call.
+  awaitable<void> refuse(status code, const std::string& message);
+  awaitable<void> refuse(status code, const std::string& message, const Header& header);
+
+  // Sends one JSON answer, then lingers so that the client can read it.
+  awaitable<void> answer(status code, const nlohmann::json& json, const Header& header);
+
+  void log(unsigned code) const;
+
+  const AssetStore& store_;
+  const AssetsServer::Options& options_;
+  const std::string address_;
+  boost::beast::tcp_stream stream_;
+  boost::beast::flat_buffer buffer_;
+  boost::beast::http::request_parser<boost::beast::http::buffer_body> parser_;
+};
+
+}  // namespace quorvel
