@@ -454,7 +454,6 @@ void RunController::submitResults() {
       checkOnMainQueue("the results upload's answer");
       // Too late: the strict wait gave up on it, and a new press may own the document by now.
       if (*settled) return;
-      *settled = true;
       // Answered: the document leaves the device as every captured file does. A new press writes
       // it anew from the results, which stay with the run.
       std::error_code ignored;
@@ -463,12 +462,14 @@ void RunController::submitResults() {
       // The host has had its answer (a second Finish's upload answered first): a late failure
       // would put the retry alert over the host's own screens.
       if (!self || !self->testsCompletionHandler_) return;
+      // Neither an error nor an answer: the run stays open under the overlay, and settles nothing,
+      // so an answer that still comes for the same upload can end it.
+      if (!error && !response) return;
+      *settled = true;
       if (error) {
         self->uploadFailed();
         return;
       }
-      // Neither an error nor an answer: the run stays open under the overlay.
-      if (!response) return;
       self->finalResponseObject_["uploaded_results_info"] = {
           {"filename", stringValue(*response, "filename")}, {"url", stringValue(*response, "url")}};
       self->finalResponseObject_["status_code"] = StatusCodes::testFinished;
