@@ -40,37 +40,11 @@ std::string request(const std::string& appID, const std::string& body,
          "\r\nContent-Length: " + std::to_string(body.size()) + "\r\n\r\n" + body;
 }
 
-// Sends bytes on a fresh connection, never closing our side first, and returns all the server
-// says until it closes. More bytes go out once an answer's head has arrived: the server has then
-// read all it meant to, so what it does with the rest is its choice, not an accident of buffering.
-std::string roundTrip(int port, const std::string& bytes, const std::string& more = "") {
+// A connection to the server on loopback; -1 when refused.
+int connectTo(int port) {
   int fd = socket(AF_INET, SOCK_STREAM, 0);
   // Only a bound against hanging: a server that waits for a body never sent shows up as a
   // missing answer.
-  timeval bound{20, 0};
-  setsockopt(fd, SOL_SOCKET, SO_RCVTIMEO, &bound, sizeof bound);
-  sockaddr_in address{};
-  address.sin_family = AF_INET;
-  address.sin_port = htons(static_cast<std::uint16_t>(port));
-  inet_pton(AF_INET, "127.0.0.1", &address.sin_addr);
-  std::string answer;
-  char buffer[4096];
-  if (connect(fd, reinterpret_cast<sockaddr*>(&address), sizeof address) == 0 &&
-      send(fd, bytes.data(), bytes.size(), MSG_NOSIGNAL) == static_cast<ssize_t>(bytes.size())) {
-    if (!more.empty()) {
-      while (answer.find("\r\n\r\n") == std::string::npos && recv(fd, buffer, 1, 0) == 1) {
-        answer += buffer[0];
-      }
-      send(fd, more.data(), more.size(), MSG_NOSIGNAL);  // may meet a closed connection
-    }
-    for (ssize_t n; (n = recv(fd, buffer, sizeof buffer, 0)) > 0;) answer.append(buffer, n);
-  }
-  close(fd);
-  return answer;
-}
-
-int connectTo(int port) {
-  int fd = socket(AF_INET, SOCK_STREAM, 0);
   timeval bound{20, 0};
   setsockopt(fd, SOL_SOCKET, SO_RCVTIMEO, &bound, sizeof bound);
   sockaddr_in address{};
@@ -82,6 +56,27 @@ int connectTo(int port) {
     return -1;
   }
   return fd;
+}
+
+// Sends bytes on a fresh connection, never closing our side first, and returns all the server
+// says until it closes. More bytes go out once an answer's head has arrived: the server has then
+// read all it meant to, so what it does with the rest is its choice, not an accident of buffering.
+std::string roundTrip(int port, const std::string& bytes, const std::string& more = "") {
+  int fd = connectTo(port);
+  std::string answer;
+  char buffer[4096];
+  if (fd >= 0 &&
+      send(fd, bytes.data(), bytes.size(), MSG_NOSIGNAL) == static_cast<ssize_t>(bytes.size())) {
+    if (!more.empty()) {
+      while (answer.find("\r\n\r\n") == std::string::npos && recv(fd, buffer, 1, 0) == 1) {
+        answer += buffer[0];
+      }
+      send(fd, more.data(), more.size(), MSG_NOSIGNAL);  // may meet a closed connection
+    }
+    for (ssize_t n; (n = recv(fd, buffer, sizeof buffer, 0)) > 0;) answer.append(buffer, n);
+  }
+  if (fd >= 0) close(fd);
+  return answer;
 }
 
 std::string readToEnd(int fd) {
