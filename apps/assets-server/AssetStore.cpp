@@ -1,7 +1,6 @@
 #include "AssetStore.h"
 
 #include <fcntl.h>
-#include <openssl/evp.h>
 #include <openssl/rand.h>
 #include <unistd.h>
 
@@ -11,6 +10,8 @@
 #include <system_error>
 #include <utility>
 #include <vector>
+
+#include "ResultsSeal.h"
 
 namespace quorvel {
 
@@ -68,21 +69,6 @@ std::string storedFileName(std::string_view originalName) {
   std::string name = AssetStore::escapeName(originalName.empty() ? "content" : originalName);
   shorten(name, kMaxEscapedNameLength);
   return name;
-}
-
-std::string sha256Hex(std::string_view bytes) {
-  std::array<unsigned char, EVP_MAX_MD_SIZE> digest{};
-  unsigned int length = 0;
-  if (EVP_Digest(bytes.data(), bytes.size(), digest.data(), &length, EVP_sha256(), nullptr) != 1) {
-    return {};
-  }
-  std::string hex;
-  for (unsigned int i = 0; i < length; ++i) {
-    char pair[3];
-    std::snprintf(pair, sizeof pair, "%02x", digest[i]);
-    hex += pair;
-  }
-  return hex;
 }
 
 bool writeAtomically(const std::filesystem::path& target, const std::string& text) {
@@ -171,7 +157,7 @@ std::string AssetStore::folderName(std::string_view appID) {
   if (name.size() <= kMaxFolderNameLength) return name;
   // The start keeps the folder recognisable; the digest keeps long IDs apart. escapeName never
   // writes "~~", so no short ID's folder can look like this.
-  std::string digest = sha256Hex(appID);
+  std::string digest = ResultsSeal::sha256Hex(appID);
   if (digest.empty()) return {};
   shorten(name, kFolderPrefixLength);
   return name + "~~" + digest;

@@ -34,7 +34,9 @@ std::vector<std::string> QrCodeReader::read(const std::uint8_t* luminance, int w
   // A code seen in a mirror is its mirror image. zxing reads many of those but not all (it
   // missed a video test's end code for good), so a frame without a code is read once more
   // turned back.
-  std::vector<std::uint8_t> turned(static_cast<std::size_t>(width) * height);
+  // Kept per thread: frames without a code come fifteen times a second.
+  thread_local std::vector<std::uint8_t> turned;
+  turned.resize(static_cast<std::size_t>(width) * height);
   for (int row = 0; row < height; ++row) {
     const std::uint8_t* from = luminance + static_cast<std::ptrdiff_t>(row) * rowStride;
     std::reverse_copy(from, from + width,
