@@ -1,9 +1,12 @@
 #include "AssetWriter.h"
 
+#include <fcntl.h>
 #include <openssl/evp.h>
 #include <unistd.h>
 
 #include <array>
+#include <cerrno>
+#include <cstring>
 #include <system_error>
 #include <utility>
 
@@ -11,17 +14,32 @@ namespace quorvel {
 
 namespace {
 
-// Large enough that a 256 MiB upload is not dominated by system calls.
+// Small pieces are gathered up to this before a write; larger ones go straight to the file.
 constexpr std::size_t kFileBufferSize = 1 << 20;
+constexpr std::size_t kSmallPiece = 64 << 10;
+// How much is written between asking the kernel to start writing back: the final sync then finds
+// little left to do, and a large upload never piles up dirty pages.
+constexpr std::uint64_t kWritebackStep = 8 << 20;
+
+bool writeAll(int fd, const char* data, std::size_t size) {
+  while (size > 0) {
+    ssize_t written = ::write(fd, data, size);
+    if (written < 0 && errno == EINTR) continue;
+    if (written <= 0) return false;
+    data += written;
+    size -= static_cast<std::size_t>(written);
+  }
+  return true;
+}
 
 }  // namespace
 
 AssetWriter::AssetWriter(std::filesystem::path temporaryPath, std::uint64_t maxBytes)
-    : path_(std::move(temporaryPath)), maxBytes_(maxBytes), buffer_(kFileBufferSize) {
-  // "x": never reuse a file that is already there.
-  file_ = std::fopen(path_.c_str(), "wbx");
-  if (!file_) return;
-  std::setvbuf(file_, buffer_.data(), _IOFBF, buffer_.size());
+    : path_(std::move(temporaryPath)), maxBytes_(maxBytes) {
+  // O_EXCL: never reuse a file that is already there.
+  fd_ = ::open(path_.c_str(), O_WRONLY | O_CREAT | O_EXCL | O_CLOEXEC, 0644);
+  if (fd_ < 0) return;
+  buffer_.reserve(kFileBufferSize);
   digest_ = EVP_MD_CTX_new();
   if (!digest_ || EVP_DigestInit_ex(digest_, EVP_sha256(), nullptr) != 1) close();
 }
@@ -35,36 +53,59 @@ AssetWriter::~AssetWriter() {
 }
 
 void AssetWriter::close() {
-  if (file_) std::fclose(file_);
-  file_ = nullptr;
+  if (fd_ >= 0) ::close(fd_);
+  fd_ = -1;
   EVP_MD_CTX_free(digest_);
   digest_ = nullptr;
 }
 
 bool AssetWriter::write(const char* data, std::size_t size) {
-  if (!file_) return false;
+  if (fd_ < 0) return false;
   if (size > maxBytes_ - size_) {
     exceededCap_ = true;
     close();
     return false;
   }
   if (size == 0) return true;
-  if (std::fwrite(data, 1, size, file_) != size || EVP_DigestUpdate(digest_, data, size) != 1) {
+  if (EVP_DigestUpdate(digest_, data, size) != 1) {
     close();
     return false;
   }
   size_ += size;
+  if (size < kSmallPiece && buffer_.size() + size <= kFileBufferSize) {
+    buffer_.insert(buffer_.end(), data, data + size);
+    if (buffer_.size() < kFileBufferSize) return true;
+    data = nullptr;
+    size = 0;
+  }
+  if (!flushBuffer() || !writeAll(fd_, data, size)) {
+    close();
+    return false;
+  }
+  if (size_ - writebackFrom_ >= kWritebackStep) {
+#ifdef SYNC_FILE_RANGE_WRITE
+    ::sync_file_range(fd_, static_cast<off_t>(writebackFrom_),
+                      static_cast<off_t>(size_ - writebackFrom_), SYNC_FILE_RANGE_WRITE);
+#endif
+    writebackFrom_ = size_;
+  }
   return true;
 }
 
+bool AssetWriter::flushBuffer() {
+  bool written = writeAll(fd_, buffer_.data(), buffer_.size());
+  buffer_.clear();
+  return written;
+}
+
 bool AssetWriter::finish() {
-  if (!file_) return false;
+  if (fd_ < 0) return false;
   std::array<unsigned char, EVP_MAX_MD_SIZE> digest{};
   unsigned int length = 0;
   bool digested = EVP_DigestFinal_ex(digest_, digest.data(), &length) == 1;
-  bool flushed = std::fflush(file_) == 0 && !std::ferror(file_) && ::fsync(::fileno(file_)) == 0;
-  bool closed = std::fclose(file_) == 0;
-  file_ = nullptr;
+  bool flushed = flushBuffer() && ::fsync(fd_) == 0;
+  bool closed = ::close(fd_) == 0;
+  fd_ = -1;
   close();
   if (!digested || !flushed || !closed) return false;
   static constexpr char kHex[] = "0123456789abcdef";
@@ -77,7 +118,7 @@ bool AssetWriter::finish() {
 }
 
 bool AssetWriter::moveTo(const std::filesystem::path& target) {
-  if (file_ || sha256_.empty()) return false;
+  if (fd_ >= 0 || sha256_.empty()) return false;
   std::error_code error;
   std::filesystem::rename(path_, target, error);
   if (error) return false;

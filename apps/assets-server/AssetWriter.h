@@ -2,7 +2,6 @@
 
 #include <cstddef>
 #include <cstdint>
-#include <cstdio>
 #include <filesystem>
 #include <string>
 #include <vector>
@@ -20,7 +19,7 @@ class AssetWriter {
   AssetWriter(const AssetWriter&) = delete;
   AssetWriter& operator=(const AssetWriter&) = delete;
 
-  bool isOpen() const { return file_ != nullptr; }
+  bool isOpen() const { return fd_ >= 0; }
   // False past the cap or on a write error; the upload is then abandoned.
   bool write(const char* data, std::size_t size);
   // Flushes the file to the disk, closes it and completes the digest; false on a write error.
@@ -36,14 +35,16 @@ class AssetWriter {
 
  private:
   void close();
+  bool flushBuffer();
 
   std::filesystem::path path_;
   std::uint64_t maxBytes_;
   std::uint64_t size_ = 0;
   bool exceededCap_ = false;
   bool moved_ = false;
+  std::uint64_t writebackFrom_ = 0;
   std::vector<char> buffer_;
-  std::FILE* file_ = nullptr;
+  int fd_ = -1;
   evp_md_ctx_st* digest_ = nullptr;
   std::string sha256_;
 };

@@ -1,17 +1,12 @@
 #include "support/PrivatePulseAudio.h"
 
-#include <signal.h>
-#include <spawn.h>
 #include <sys/wait.h>
-#include <unistd.h>
 
 #include <chrono>
 #include <cstdio>
 #include <regex>
 #include <thread>
 #include <vector>
-
-extern char** environ;
 
 namespace quorvel::testing {
 
@@ -37,16 +32,8 @@ PrivatePulseAudio::PrivatePulseAudio() {
       "--log-target=file:" + dir + "/log",
       "--load=module-native-protocol-unix auth-anonymous=1 socket=" + dir + "/native",
       "--load=module-null-sink sink_name=quorvel_null"};
-  auto pointers = [](std::vector<std::string>& strings) {
-    std::vector<char*> out;
-    for (auto& s : strings) out.push_back(s.data());
-    out.push_back(nullptr);
-    return out;
-  };
-  auto argv = pointers(arguments);
-  auto envp = pointers(environment);
-  if (posix_spawnp(&pid_, "pulseaudio", nullptr, nullptr, argv.data(), envp.data()) != 0) {
-    pid_ = -1;
+  serverProcess_ = ChildProcess(arguments, {.output = {}, .environment = environment});
+  if (!serverProcess_.started()) {
     problem_ = "pulseaudio could not start; scripts/install-deps installs it";
     return;
   }
@@ -55,9 +42,7 @@ PrivatePulseAudio::PrivatePulseAudio() {
     int status = -1;
     pactl("info", &status);
     if (status == 0) return;
-    int exited = 0;
-    if (waitpid(pid_, &exited, WNOHANG) == pid_) {
-      pid_ = -1;
+    if (serverProcess_.exited()) {
       problem_ = "pulseaudio exited at start; see its log in " + dir;
       return;
     }
@@ -71,13 +56,7 @@ PrivatePulseAudio::PrivatePulseAudio() {
 
 PrivatePulseAudio::~PrivatePulseAudio() { stop(); }
 
-void PrivatePulseAudio::stop() {
-  if (pid_ <= 0) return;
-  kill(pid_, SIGTERM);
-  int status = 0;
-  waitpid(pid_, &status, 0);
-  pid_ = -1;
-}
+void PrivatePulseAudio::stop() { serverProcess_.stop(kStartPatience); }
 
 std::string PrivatePulseAudio::pactl(const std::string& arguments, int* status) const {
   const std::string command = "pactl --server='" + server_ + "' " + arguments + " 2>/dev/null";

@@ -1,9 +1,8 @@
 #pragma once
 
-#include <sys/types.h>
-
 #include <string>
 
+#include "support/ChildProcess.h"
 #include "support/TemporaryTree.h"
 
 namespace quorvel::testing {
@@ -35,7 +34,7 @@ class PrivatePulseAudio {
   TemporaryTree folder_{"quorvel-pulse"};
   std::string server_;
   std::string problem_;
-  pid_t pid_ = -1;
+  ChildProcess serverProcess_;
 };
 
 }  // namespace quorvel::testing

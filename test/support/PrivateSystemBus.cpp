@@ -1,12 +1,7 @@
 #include "support/PrivateSystemBus.h"
 
-#include <fcntl.h>
 #include <gtest/gtest.h>
-#include <poll.h>
-#include <signal.h>
-#include <spawn.h>
 #include <stdlib.h>
-#include <sys/wait.h>
 #include <unistd.h>
 
 #include <chrono>
@@ -14,8 +9,6 @@
 #include <fstream>
 #include <sstream>
 #include <thread>
-
-extern char** environ;
 
 namespace quorvel::testing {
 
@@ -42,20 +35,6 @@ constexpr const char* kConfig = R"(<!DOCTYPE busconfig PUBLIC
 </busconfig>
 )";
 
-void terminate(pid_t pid) {
-  if (pid <= 0) return;
-  ::kill(pid, SIGTERM);
-  const auto deadline = std::chrono::steady_clock::now() + kPatience;
-  while (::waitpid(pid, nullptr, WNOHANG) == 0) {
-    if (std::chrono::steady_clock::now() > deadline) {
-      ::kill(pid, SIGKILL);
-      ::waitpid(pid, nullptr, 0);
-      return;
-    }
-    std::this_thread::sleep_for(std::chrono::milliseconds(5));
-  }
-}
-
 std::string contents(const std::string& path) {
   std::stringstream text;
   text << std::ifstream(path).rdbuf();
@@ -75,31 +54,18 @@ PrivateSystemBus::PrivateSystemBus() {
   config.replace(config.find("@FOLDER@"), 8, folder_.path().string());
   folder_.write("bus.conf", config);
 
-  int addressPipe[2];
-  if (::pipe2(addressPipe, O_CLOEXEC) != 0) {
-    ADD_FAILURE() << "pipe failed";
-    return;
-  }
-  std::string log = (folder_.path() / "dbus-daemon.log").string();
-  int errors = ::open(log.c_str(), O_WRONLY | O_CREAT | O_TRUNC | O_CLOEXEC, 0600);
-  daemon_ = spawn({kDaemon, "--config-file=" + (folder_.path() / "bus.conf").string(), "--nofork",
-                   "--nopidfile", "--print-address=1"},
-                  addressPipe[1], errors);
-  ::close(addressPipe[1]);
-  ::close(errors);
+  // dbus-daemon prints its address as the first line of its output.
+  const std::string log = (folder_.path() / "dbus-daemon.log").string();
+  daemon_ = ChildProcess({kDaemon, "--config-file=" + (folder_.path() / "bus.conf").string(),
+                          "--nofork", "--nopidfile", "--print-address=1"},
+                         {.output = log, .environment = std::nullopt});
   std::string line;
-  const auto deadline = std::chrono::steady_clock::now() + kPatience;
-  while (line.find('\n') == std::string::npos && std::chrono::steady_clock::now() < deadline) {
-    pollfd ready{addressPipe[0], POLLIN, 0};
-    if (::poll(&ready, 1, 100) <= 0) continue;
-    char buffer[256];
-    ssize_t n = ::read(addressPipe[0], buffer, sizeof buffer);
-    if (n <= 0) break;
-    line.append(buffer, static_cast<std::size_t>(n));
-  }
-  ::close(addressPipe[0]);
-  if (line.find('\n') == std::string::npos) {
-    ADD_FAILURE() << "dbus-daemon did not tell its address in time:\n" << contents(log);
+  eventually([&] {
+    line = contents(log);
+    return line.rfind("unix:", 0) == 0 && line.find('\n') != std::string::npos;
+  });
+  if (line.rfind("unix:", 0) != 0 || line.find('\n') == std::string::npos) {
+    ADD_FAILURE() << "dbus-daemon did not tell its address in time:\n" << line;
     return;
   }
   address_ = line.substr(0, line.find('\n'));
@@ -114,8 +80,8 @@ PrivateSystemBus::PrivateSystemBus() {
 
 PrivateSystemBus::~PrivateSystemBus() {
   if (client_) sd_bus_flush_close_unref(client_);
-  for (const auto& [name, pid] : mocks_) terminate(pid);
-  terminate(daemon_);
+  for (auto& [name, mock] : mocks_) mock.stop(kPatience);
+  daemon_.stop(kPatience);
   if (previousAddress_) {
     ::setenv("DBUS_SYSTEM_BUS_ADDRESS", previousAddress_->c_str(), 1);
   } else {
@@ -123,39 +89,19 @@ PrivateSystemBus::~PrivateSystemBus() {
   }
 }
 
-pid_t PrivateSystemBus::spawn(const std::vector<std::string>& arguments, int outputFd,
-                              int errorFd) {
-  std::vector<char*> argv;
-  for (const auto& argument : arguments) argv.push_back(const_cast<char*>(argument.c_str()));
-  argv.push_back(nullptr);
-  posix_spawn_file_actions_t actions;
-  posix_spawn_file_actions_init(&actions);
-  posix_spawn_file_actions_adddup2(&actions, outputFd, STDOUT_FILENO);
-  posix_spawn_file_actions_adddup2(&actions, errorFd, STDERR_FILENO);
-  pid_t pid = -1;
-  int error = posix_spawn(&pid, argv[0], &actions, nullptr, argv.data(), environ);
-  posix_spawn_file_actions_destroy(&actions);
-  if (error != 0) {
-    ADD_FAILURE() << "cannot start " << arguments[0];
-    return -1;
-  }
-  return pid;
-}
-
 bool PrivateSystemBus::startMock(const std::string& name,
                                  const std::vector<std::string>& arguments) {
   if (!running()) return false;
   std::string log = (folder_.path() / (name + ".log")).string();
-  int output = ::open(log.c_str(), O_WRONLY | O_CREAT | O_TRUNC | O_CLOEXEC, 0600);
   std::vector<std::string> command = {kPython, "-m", "dbusmock", "--system"};
   command.insert(command.end(), arguments.begin(), arguments.end());
-  pid_t pid = spawn(command, output, output);
-  ::close(output);
-  if (pid <= 0) return false;
-  mocks_[name] = pid;
-  bool owned =
-      eventually([&] { return hasOwner(name) || ::waitpid(pid, nullptr, WNOHANG) == pid; }) &&
-      hasOwner(name);
+  ChildProcess& mock = mocks_[name] =
+      ChildProcess(command, {.output = log, .environment = std::nullopt});
+  if (!mock.started()) {
+    ADD_FAILURE() << "cannot start " << kPython;
+    return false;
+  }
+  bool owned = eventually([&] { return hasOwner(name) || mock.exited(); }) && hasOwner(name);
   if (!owned)
     ADD_FAILURE() << "the mock of " << name << " did not own its name:\n" << contents(log);
   return owned;
@@ -164,7 +110,7 @@ bool PrivateSystemBus::startMock(const std::string& name,
 bool PrivateSystemBus::stopMock(const std::string& name) {
   auto found = mocks_.find(name);
   if (found == mocks_.end()) return false;
-  terminate(found->second);
+  found->second.stop(kPatience);
   mocks_.erase(found);
   bool freed = eventually([&] { return !hasOwner(name); });
   if (!freed) ADD_FAILURE() << name << " kept its owner after its mock ended";

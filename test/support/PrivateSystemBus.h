@@ -1,6 +1,5 @@
 #pragma once
 
-#include <sys/types.h>
 #include <systemd/sd-bus.h>
 
 #include <functional>
@@ -10,6 +9,7 @@
 #include <string>
 #include <vector>
 
+#include "support/ChildProcess.h"
 #include "support/TemporaryTree.h"
 
 namespace quorvel::testing {
@@ -46,13 +46,11 @@ class PrivateSystemBus {
   static bool eventually(const std::function<bool()>& condition);
 
  private:
-  pid_t spawn(const std::vector<std::string>& arguments, int outputFd, int errorFd);
-
   TemporaryTree folder_{"quorvel-bus"};
   std::optional<std::string> previousAddress_;
   std::string address_;
-  pid_t daemon_ = -1;
-  std::map<std::string, pid_t> mocks_;
+  ChildProcess daemon_;
+  std::map<std::string, ChildProcess> mocks_;
   sd_bus* client_ = nullptr;
 };
 
