@@ -68,6 +68,11 @@ void shorten(std::string& name, std::size_t length) {
 std::string storedFileName(std::string_view originalName) {
   std::string name = AssetStore::escapeName(originalName.empty() ? "content" : originalName);
   shorten(name, kMaxEscapedNameLength);
+  // An upload named like a temporary or metadata file would be taken for one at the next start
+  // and removed: its last dot is escaped as any other byte would be.
+  for (std::string_view suffix : {AssetStore::kTemporarySuffix, AssetStore::kMetadataSuffix}) {
+    if (name.ends_with(suffix)) name.replace(name.size() - suffix.size(), 1, "~2E");
+  }
   return name;
 }
 

@@ -440,7 +440,14 @@ awaitable<void> AssetsSession::answer(http::status code, const nlohmann::json& j
   log(response.result_int());
   beast::error_code error;
   stream_.expires_after(options_.readTimeout);
-  co_await http::async_write(stream_, response, asio::redirect_error(asio::use_awaitable, error));
+  if (request().method() == http::verb::head) {
+    // HEAD is answered with the head alone: a client reads no body after it.
+    http::response_serializer<http::string_body> serializer{response};
+    co_await http::async_write_header(stream_, serializer,
+                                      asio::redirect_error(asio::use_awaitable, error));
+  } else {
+    co_await http::async_write(stream_, response, asio::redirect_error(asio::use_awaitable, error));
+  }
   if (error) co_return;
   stream_.socket().shutdown(tcp::socket::shutdown_send, error);
   // A body refused unread is still arriving: closing now would reset the connection, and the
