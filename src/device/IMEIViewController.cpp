@@ -197,11 +197,18 @@ void IMEIViewController::uploadImage() {
   std::weak_ptr<ViewController> weak = weak_from_this();
   // Taken here: the answer arrives on the HTTP client's thread, which never reads the platform.
   std::shared_ptr<MainQueue> queue = platform().mainQueue;
-  auto finished = [weak, queue](std::optional<Dictionary> response, std::optional<std::string>) {
-    queue->async([weak, response = std::move(response)] {
+  // Only the first answer to the latest upload counts: a client that answers twice, or an earlier
+  // attempt answering late, would report the identifier once more, even over the failure alert.
+  const unsigned attempt = ++uploadAttempt_;
+  uploadAnswered_ = false;
+  auto finished = [weak, queue, attempt](std::optional<Dictionary> response,
+                                         std::optional<std::string>) {
+    queue->async([weak, attempt, response = std::move(response)] {
       checkOnMainQueue("the photo upload's answer");
       auto self = std::static_pointer_cast<IMEIViewController>(weak.lock());
-      if (self) self->uploadFinished(response);
+      if (!self || attempt != self->uploadAttempt_ || self->uploadAnswered_) return;
+      self->uploadAnswered_ = true;
+      self->uploadFinished(response);
     });
   };
   if (!imageUploader)

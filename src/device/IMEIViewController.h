@@ -55,6 +55,8 @@ class IMEIViewController : public ViewController {
   Mode mode_ = Mode::imei;
   std::string imeiPlaceholder_;
   std::optional<Image> imeiImage_;
+  unsigned uploadAttempt_ = 0;
+  bool uploadAnswered_ = false;
 };
 
 }  // namespace quorvel

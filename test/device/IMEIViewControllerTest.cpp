@@ -122,6 +122,36 @@ TEST_F(IMEIViewControllerTest, AttachedPhotoIsUploadedInsteadOfTheTypedText) {
   EXPECT_FALSE(screen->loadingView->isShown());
 }
 
+// A client may answer one upload twice, or an attempt given up on may still answer: the screen
+// reports its identifier once, never over the failure alert it showed.
+TEST_F(IMEIViewControllerTest, OnlyTheFirstAnswerOfTheLatestUploadCounts) {
+  std::vector<IMEIViewController::UploadCompletion> sent;
+  screen->imageUploader = [&](const Image&, IMEIViewController::UploadCompletion done) {
+    sent.push_back(std::move(done));
+  };
+  auto answer = [&](std::size_t upload, Dictionary response) {
+    sent[upload](std::move(response), std::nullopt);
+    settle();
+  };
+  env.picker->next = Image::encoded({4});
+  send("uiBtAttachImage_TouchUpInside");
+  send("uiBtNext_TouchUpInside");
+  answer(0, Dictionary{{"filename", "a.png"}});
+  ASSERT_TRUE(alert());
+  answer(0, Dictionary{{"url", "https://assets/twice.png"}});
+  EXPECT_TRUE(recorder->successes.empty());
+
+  alert()->performAction(0);  // try again
+  settle();
+  ASSERT_EQ(sent.size(), 2u);
+  answer(0, Dictionary{{"url", "https://assets/late.png"}});
+  EXPECT_TRUE(recorder->successes.empty());
+  answer(1, Dictionary{{"url", "https://assets/imei.png"}});
+  answer(1, Dictionary{{"url", "https://assets/again.png"}});
+  ASSERT_EQ(recorder->successes.size(), 1u);
+  EXPECT_EQ(recorder->successes[0].imeiUrl, "https://assets/imei.png");
+}
+
 TEST_F(IMEIViewControllerTest, PhotoInSerialModeReportsTheSerialAddressUntilRemoved) {
   screen->imageUploader = [&](const Image&, IMEIViewController::UploadCompletion done) {
     done(Dictionary{{"url", "https://assets/sn.png"}}, std::nullopt);

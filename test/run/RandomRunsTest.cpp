@@ -11,11 +11,14 @@
 #include <random>
 #include <sstream>
 
+#include "backend/AssetUploaderWebService.h"
+#include "quorvel/Localization.h"
 #include "quorvel/ScreenType.h"
 #include "quorvel/ui/AlertController.h"
+#include "run/RandomBackend.h"
 #include "run/ScreenTable.h"
+#include "support/ScreenReports.h"
 #include "support/ScriptedFingers.h"
-#include "support/ScriptedHttpClient.h"
 #include "support/SdkFixture.h"
 #include "support/TestImages.h"
 #include "tests/video/DeviceFrontVideoViewController.h"
@@ -23,22 +26,11 @@
 namespace {
 
 using namespace quorvel;
-using quorvel::testing::ScriptedHttpClient;
-using Exchange = ScriptedHttpClient::Exchange;
-
-// How the scripted backend answers one request.
-enum class Answer { transportError, garbage, array, emptyBody, noUrl, url, never };
-
-const char* nameOf(Answer answer) {
-  static const char* names[] = {"transport error",    "invalid UTF-8",   "JSON array", "empty body",
-                                "object without url", "object with url", "never"};
-  return names[static_cast<int>(answer)];
-}
-
-std::vector<std::uint8_t> bytes(std::string_view text) { return {text.begin(), text.end()}; }
+using quorvel::testing::RandomBackend;
 
 // The seed in progress, for a run that aborts instead of failing.
 volatile std::uint64_t currentSeed = 0;
+volatile bool currentStrict = false;
 
 // The replayed seed's steps so far, said when the run aborts.
 const std::vector<std::string>* liveTrace = nullptr;
@@ -47,27 +39,23 @@ void saySeed(int) {
   if (liveTrace) {
     for (const auto& line : *liveTrace) std::fprintf(stderr, "  %s\n", line.c_str());
   }
-  std::fprintf(stderr, "\nrandom run aborted at QUORVEL_RANDOM_SEED=%llu\n",
-               static_cast<unsigned long long>(currentSeed));
+  std::fprintf(stderr, "\nrandom run (strict uploads %s) aborted at QUORVEL_RANDOM_SEED=%llu\n",
+               currentStrict ? "on" : "off", static_cast<unsigned long long>(currentSeed));
   std::signal(SIGABRT, SIG_DFL);
 }
 
-// Whole runs through performTests, each driven by one seed: random arguments, then random
-// presses, alerts, typing, device events, time and upload answers until the run ends or the step
-// budget is used; then a wind-down (cancel where offered, finish on the end screen, every planned
-// answer delivered) and the host's invariants.
+// Whole runs through performTests, each driven by one seed: random arguments, then random presses,
+// alerts, typing, device events, time and upload answers until the run ends or the step budget is
+// used; then a wind-down (cancel where offered, finish on the end screen, every planned answer
+// delivered, time let pass while the overlay waits) and the host's invariants. Even seeds run with
+// strict uploads.
 class RandomRunsTest : public quorvel::testing::SdkFixture {
  protected:
-  struct Plan {
-    Answer first = Answer::url;
-    std::optional<Answer> second;  // the client answers twice
-    int delivered = 0;
-  };
-
   // One seed's run; the broken invariants, empty when it held them all.
   std::vector<std::string> runSeed(std::uint64_t seed);
 
   std::vector<std::string> trace;
+  bool strict = false;
 
  private:
   int roll(int n) { return std::uniform_int_distribution<int>(0, n - 1)(rng_); }
@@ -87,24 +75,24 @@ class RandomRunsTest : public quorvel::testing::SdkFixture {
   void answerAlert(bool last);
   void typeText();
   void deviceEvent();
-  void answerSomeRequest();
-  void deliver(std::size_t index);
-  void planNewRequests();
+  void advanceTime();
   void collectScreens();
+  // The addresses in a host's response, wherever they are.
+  static void collectUrls(const Dictionary& value, std::vector<std::string>& urls);
 
   std::shared_ptr<AlertController> alert() const;
   bool overlayBlocks() const {
     return window && window->isKeyWindow() && !window->overlays().empty();
   }
   bool isHostScreen(const std::shared_ptr<ViewController>& screen) const;
-  bool stuck(std::size_t index) const;
 
   std::mt19937_64 rng_;
-  std::shared_ptr<ScriptedHttpClient> http_;
-  std::vector<Plan> plans_;
+  RandomBackend backend_{rng_, [this](std::string line) { note(std::move(line)); }};
+  quorvel::testing::ScreenReports reports_;
   std::vector<std::shared_ptr<ViewController>> hostScreens_;
   std::vector<std::weak_ptr<ViewController>> screens_;
   bool windingDown_ = false;
+  int resultsAlerts_ = 0;
   bool valid_ = false;
   std::size_t exchangesAtCompletion_ = 0;
 
@@ -130,25 +118,6 @@ bool RandomRunsTest::isHostScreen(const std::shared_ptr<ViewController>& screen)
   return std::find(hostScreens_.begin(), hostScreens_.end(), screen) != hostScreens_.end();
 }
 
-// A request whose answers, by design, leave its screen waiting under the overlay: none came, or
-// only invalid UTF-8 (AssetUploaderWebService::handleResponse then never calls back); for the
-// results document also an empty body or one that is no JSON object (the uploader answers with
-// neither response nor error, and RunController::submitResults keeps the run open on that).
-bool RandomRunsTest::stuck(std::size_t index) const {
-  const Plan& plan = plans_[index];
-  const Exchange& exchange = *http_->exchanges[index];
-  if (exchange.cancelled && plan.delivered > 0) return false;
-  const auto& file = exchange.request.bodyFile;
-  const bool results = file && file->path.ends_with("jsonResults.json");
-  for (int i = 0; i < plan.delivered; ++i) {
-    Answer given = i == 0 ? plan.first : *plan.second;
-    bool silent = given == Answer::garbage || given == Answer::never ||
-                  (results && (given == Answer::array || given == Answer::emptyBody));
-    if (!silent) return false;
-  }
-  return true;
-}
-
 void RandomRunsTest::collectScreens() {
   auto shown = navigation();
   if (!shown) return;
@@ -158,66 +127,18 @@ void RandomRunsTest::collectScreens() {
       if (seen.lock() == screen) return;
     }
     screens_.push_back(screen);
+    reports_.watch(screen);
+    auto shownAlert = std::dynamic_pointer_cast<AlertController>(screen);
+    if (shownAlert &&
+        shownAlert->message() ==
+            Localization::copy("error_uploading_results_to_server_message", sdk.language))
+      ++resultsAlerts_;
   };
   keep(shown->presentedViewController());
   for (const auto& screen : shown->viewControllers()) {
     keep(screen);
     keep(screen->presentedViewController());
   }
-}
-
-void RandomRunsTest::planNewRequests() {
-  static const std::vector<Answer> answers = {
-      Answer::transportError, Answer::garbage, Answer::array, Answer::emptyBody,
-      Answer::noUrl,          Answer::url,     Answer::url,   Answer::never};
-  while (plans_.size() < http_->exchanges.size()) {
-    Plan plan;
-    if (!windingDown_) {
-      plan.first = pick(answers);
-      if (chance(0.15)) plan.second = pick(answers);
-    }
-    note("request " + std::to_string(plans_.size()) + " to " +
-         http_->exchanges[plans_.size()]->request.url + " will get: " + nameOf(plan.first) +
-         (plan.second ? std::string(", then ") + nameOf(*plan.second) : ""));
-    plans_.push_back(plan);
-  }
-}
-
-void RandomRunsTest::deliver(std::size_t index) {
-  Plan& plan = plans_[index];
-  Answer answer = plan.delivered == 0 ? plan.first : *plan.second;
-  ++plan.delivered;
-  note("answer request " + std::to_string(index) + ": " + nameOf(answer));
-  if (answer == Answer::never) return;
-  int status = chance(0.8) ? 200 : 500;
-  auto body = [&]() -> std::vector<std::uint8_t> {
-    switch (answer) {
-      case Answer::garbage:
-        return {0x7b, 0xff, 0xfe, 0x7d};
-      case Answer::array:
-        return bytes("[\"stored\"]");
-      case Answer::noUrl:
-        return bytes(R"({"filename":"a.json"})");
-      case Answer::url:
-        return bytes(R"({"filename":"a.json","url":"http://127.0.0.1:1/app/a.json"})");
-      default:
-        return {};
-    }
-  };
-  auto& exchange = *http_->exchanges[index];
-  if (answer == Answer::transportError) {
-    ScriptedHttpClient::answer(exchange, std::nullopt, "Could not connect to server");
-  } else {
-    ScriptedHttpClient::answer(exchange, HttpResponse{status, body()}, std::nullopt);
-  }
-}
-
-void RandomRunsTest::answerSomeRequest() {
-  std::vector<std::size_t> open;
-  for (std::size_t i = 0; i < plans_.size(); ++i) {
-    if (plans_[i].delivered < (plans_[i].second ? 2 : 1)) open.push_back(i);
-  }
-  if (!open.empty()) deliver(pick(open));
 }
 
 void RandomRunsTest::pressSomething() {
@@ -328,8 +249,25 @@ void RandomRunsTest::deviceEvent() {
   }
 }
 
+// Time jumps: the screens' own delays, and jumps across a request's 60 s idle time-out and the
+// strict 90 s wait; or to just before, at or just after whichever timer is pending, so that two
+// that are due close together are passed one at a time, in both orders of the script.
+void RandomRunsTest::advanceTime() {
+  static const std::vector<double> delays = {0.05, 0.1,  0.5,  1,    2,    5.5,  6,
+                                             30,   59.9, 60.1, 89.9, 90.1, 120.1};
+  auto pending = env.queue->pendingDelays();
+  double delay = pick(delays);
+  std::string why;
+  if (!pending.empty() && chance(0.5)) {
+    static const std::vector<double> offsets = {-0.01, 0, 0.01};
+    delay = std::max(0.0, pick(pending) + pick(offsets));
+    why = " (to a timer)";
+  }
+  note("advance " + std::to_string(delay) + " s" + why);
+  env.queue->advance(delay);
+}
+
 void RandomRunsTest::step() {
-  static const std::vector<double> delays = {0.05, 0.1, 0.5, 1, 2, 5.5, 6, 30};
   int dice = roll(10);
   if (dice < 3) {
     pressSomething();
@@ -340,14 +278,12 @@ void RandomRunsTest::step() {
   } else if (dice == 5) {
     deviceEvent();
   } else if (dice == 6) {
-    double delay = pick(delays);
-    note("advance " + std::to_string(delay) + " s");
-    env.queue->advance(delay);
+    advanceTime();
   } else {
-    answerSomeRequest();
+    backend_.answerOne();
   }
   settle();
-  planNewRequests();
+  backend_.planNewRequests(windingDown_);
   collectScreens();
 }
 
@@ -392,6 +328,17 @@ void RandomRunsTest::startRun() {
   }
   std::string list;
   for (const auto& key : tests.value_or(std::vector<std::string>{})) list += key + ",";
+  // The client's own time-out mostly as it is; sometimes the strict wait's, or longer, as a host's
+  // client may have, so that the two end a silent upload in either order.
+  bool givesUp = chance(0.6);
+  static const std::vector<int> timeouts = {60, 60, 60, 90, 120};
+  AssetUploaderWebService::timeoutInterval = std::chrono::seconds(pick(timeouts));
+  platform().httpClient = backend_.startRun(strict, givesUp ? env.queue : nullptr);
+  sdk.strictUploads = strict;
+  note(std::string("the client ") +
+       (givesUp ? "gives up on a silent request after " +
+                      std::to_string(AssetUploaderWebService::timeoutInterval.count() / 1000) + " s"
+                : "never gives up"));
   note("performTests(\"" + appID + "\", \"" + apiKey + "\", tests " +
        (tests ? "[" + list + "]" : "none") + ", imei " + imei.value_or("none") + ", serial " +
        serial.value_or("none") + ") customization " + (customization ? "on" : "off") +
@@ -399,7 +346,8 @@ void RandomRunsTest::startRun() {
        (keyWindow ? "" : ", no key window"));
   valid_ = valid;
   auto recordCompletion = [this, inner = completion()](std::optional<Dictionary> response) {
-    exchangesAtCompletion_ = http_->exchanges.size();
+    exchangesAtCompletion_ = backend_.requests();
+    reports_.runEnded();
     note("completion: " + (response ? response->dump() : std::string("nil")));
     inner(std::move(response));
   };
@@ -420,35 +368,43 @@ void RandomRunsTest::startRun() {
     }
   }
   settle();
-  planNewRequests();
+  backend_.planNewRequests(windingDown_);
   collectScreens();
 }
 
 // Cancel wherever offered, the last action of any alert (cancel, try later), Finish on the end
-// screen with every later request answered with an address; every planned answer delivered.
+// screen with every later request answered with an address; every planned answer delivered. While
+// the overlay waits, time passes in steps on either side of the client's time-out and the strict
+// wait, until well past both, for whatever ends a silent upload.
 void RandomRunsTest::windDown() {
+  static const std::vector<double> steps = {29.95, 30.05, 59.95, 60.05, 89.95, 90.05};
   windingDown_ = true;
   note("wind down");
+  double waited = 0;
   for (int round = 0; round < 40; ++round) {
-    for (std::size_t i = 0; i < plans_.size(); ++i) {
-      while (plans_[i].delivered < (plans_[i].second ? 2 : 1)) deliver(i);
-    }
+    backend_.answerAll();
     settle();
-    env.queue->advance(60);
+    double delay = pick(steps);
+    note("advance " + std::to_string(delay) + " s");
+    env.queue->advance(delay);
+    waited += delay;
     settle();
-    planNewRequests();
+    backend_.planNewRequests(windingDown_);
     collectScreens();
     if (outcome->calls > 0) {
-      if (std::all_of(plans_.begin(), plans_.end(),
-                      [](const Plan& plan) { return plan.delivered == (plan.second ? 2 : 1); }))
-        return;
+      if (backend_.allAnswered()) return;
       continue;
     }
     if (alert()) {
       answerAlert(true);
+      waited = 0;
       continue;
     }
-    if (overlayBlocks()) return;
+    if (overlayBlocks()) {
+      if (waited < 200) continue;
+      return;
+    }
+    waited = 0;
     auto screen = top();
     if (!screen || isHostScreen(screen)) return;
     bool pressed = false;
@@ -474,19 +430,32 @@ void RandomRunsTest::check(std::vector<std::string>& broken) {
     if (earlier->calls != calls) broken.push_back("an earlier run's completion was called again");
   }
   if (!valid_) {
-    if (!http_->exchanges.empty()) broken.push_back("a refused run sent a request");
+    if (backend_.requests() > 0) broken.push_back("a refused run sent a request");
     if (!screens_.empty()) broken.push_back("a refused run showed a screen");
   }
+  for (auto& line : reports_.broken()) broken.push_back(std::move(line));
+  // A failed press of Finish offers its retry alert once; more would be alerts without a cause.
+  if (resultsAlerts_ > reports_.count("Finish"))
+    broken.push_back(std::to_string(resultsAlerts_) + " upload failure alerts for " +
+                     std::to_string(reports_.count("Finish")) + " presses of Finish");
   if (outcome->calls == 0) {
-    bool reason = false;
-    for (std::size_t i = 0; i < plans_.size(); ++i) reason = reason || stuck(i);
-    if (!reason || !overlayBlocks() || alert()) {
-      broken.push_back("the run never ended, and no unanswered upload holds it open");
+    if (!backend_.holdsRunOpen() || !overlayBlocks() || alert()) {
+      broken.push_back(strict ? "the strict run never ended, and no photo or recording upload "
+                                "that no answer reached holds it open"
+                              : "the run never ended, and no unanswered upload holds it open");
     }
     return;
   }
+  // Strictly, the host learns only addresses that the backend gave with a 2xx answer.
+  if (strict && outcome->response) {
+    std::vector<std::string> urls;
+    collectUrls(*outcome->response, urls);
+    for (const auto& url : urls) {
+      if (!backend_.confirmed(url)) broken.push_back("unconfirmed address in the results: " + url);
+    }
+  }
   // Ended: everything the run showed is gone and the host has its navigation as it was.
-  if (http_->exchanges.size() != exchangesAtCompletion_)
+  if (backend_.requests() != exchangesAtCompletion_)
     broken.push_back("a request was sent after the completion");
   std::vector<std::string> expected, names = stack();
   for (const auto& screen : hostScreens_) expected.push_back(screen->interfaceName());
@@ -510,21 +479,34 @@ void RandomRunsTest::check(std::vector<std::string>& broken) {
     broken.push_back("identifiers kept after the run: " + ids.dump());
 }
 
+void RandomRunsTest::collectUrls(const Dictionary& value, std::vector<std::string>& urls) {
+  if (value.is_array()) {
+    for (const auto& item : value) collectUrls(item, urls);
+  } else if (value.is_object()) {
+    for (const auto& [key, item] : value.items()) {
+      if (item.is_string() && key.ends_with("url")) urls.push_back(item.get<std::string>());
+      collectUrls(item, urls);
+    }
+  }
+}
+
 std::vector<std::string> RandomRunsTest::runSeed(std::uint64_t seed) {
   currentSeed = seed;
-  // A fresh platform, host window and HTTP client. The SDK itself is the process's one instance:
-  // a run left open stays as it is (nothing ends it), and the next run's performTests must take
-  // its place; its screens are checked to be gone once that run is over.
+  // A fresh platform, host window and HTTP client. The SDK itself is the process's one instance: a
+  // run left open stays as it is (nothing ends it), and the next run's performTests must take its
+  // place; its screens are checked to be gone once that run is over.
   TearDown();
   SetUp();
   rng_.seed(seed);
+  strict = seed % 2 == 0;
+  currentStrict = strict;
   trace.clear();
-  plans_.clear();
+  note(std::string("strict uploads ") + (strict ? "on" : "off"));
   screens_.clear();
+  reports_.newRun();
   windingDown_ = false;
+  resultsAlerts_ = 0;
   exchangesAtCompletion_ = 0;
-  http_ = std::make_shared<ScriptedHttpClient>();
-  platform().httpClient = http_;
 
   startRun();
   int budget = roll(100);
@@ -555,8 +537,8 @@ std::uint64_t environmentNumber(const char* name, std::uint64_t otherwise) {
   return text && *text ? std::strtoull(text, nullptr, 10) : otherwise;
 }
 
-// QUORVEL_RANDOM_SEED=s runs seed s alone; with QUORVEL_RANDOM_FROM=f it runs seeds f...s, as
-// the SDK is one instance per process and a run can trip over what an earlier one left.
+// QUORVEL_RANDOM_SEED=s runs seed s alone; with QUORVEL_RANDOM_FROM=f it runs seeds f...s, as the
+// SDK is one instance per process and a run can trip over what an earlier one left.
 TEST_F(RandomRunsTest, EveryRunAnswersOnceAndLeavesNothingBehind) {
   const std::uint64_t only = environmentNumber("QUORVEL_RANDOM_SEED", 0);
   const bool traced = environmentNumber("QUORVEL_RANDOM_TRACE", 0) != 0;
@@ -577,7 +559,7 @@ TEST_F(RandomRunsTest, EveryRunAnswersOnceAndLeavesNothingBehind) {
     }
     if (broken.empty()) continue;
     std::ostringstream message;
-    message << "seed " << seed << " broke:";
+    message << "seed " << seed << " (strict uploads " << (strict ? "on" : "off") << ") broke:";
     for (const auto& line : broken) message << "\n  " << line;
     message << "\nreplay: QUORVEL_RANDOM_SEED=" << seed;
     if (seed != first) message << " QUORVEL_RANDOM_FROM=" << first;
@@ -587,6 +569,7 @@ TEST_F(RandomRunsTest, EveryRunAnswersOnceAndLeavesNothingBehind) {
   }
   std::signal(SIGABRT, previous);
   liveTrace = nullptr;
+  AssetUploaderWebService::timeoutInterval = std::chrono::seconds(60);
 #if defined(__SANITIZE_ADDRESS__)
   __sanitizer_set_death_callback(nullptr);
 #endif

@@ -1,0 +1,176 @@
+#include "support/ScreenReports.h"
+
+#include <algorithm>
+#include <map>
+#include <type_traits>
+
+#include "device/IMEIViewController.h"
+#include "run/TestScreensDelegate.h"
+#include "screens/StartViewController.h"
+#include "screens/TestsFinishedViewController.h"
+#include "tests/audio/Earspeaker_v1_ViewController.h"
+#include "tests/audio/Loudspeaker_v1_ViewController.h"
+#include "tests/audio/ReadText_v1_ViewController.h"
+#include "tests/audio/SpeakerRecording_v1_ViewController.h"
+#include "tests/physical/Buttons_v1_ViewController.h"
+#include "tests/physical/Charging_v1_ViewController.h"
+#include "tests/physical/MultiTouch_v1_ViewController.h"
+#include "tests/physical/MultiTouch_v2_ViewController.h"
+#include "tests/physical/MultipleTests_v2_ViewController.h"
+#include "tests/video/DeviceFrontVideo_v1_ViewController.h"
+#include "tests/video/DeviceFrontVideo_v2_ViewController.h"
+
+namespace quorvel::testing {
+
+struct ScreenReports::State {
+  bool ended = false;
+  std::vector<std::string> broken;
+  std::map<std::string, int> counts;
+};
+
+class ScreenReports::Relay : public StartViewControllerDelegate,
+                             public IMEIViewControllerDelegate,
+                             public TestsFinishedViewControllerDelegate,
+                             public TestScreensDelegate {
+ public:
+  Relay(std::shared_ptr<State> state, const std::shared_ptr<ViewController>& screen)
+      : state_(std::move(state)), screen_(screen), name_(screen->interfaceName()) {}
+
+  std::weak_ptr<StartViewControllerDelegate> start;
+  std::weak_ptr<IMEIViewControllerDelegate> identifier;
+  std::weak_ptr<TestsFinishedViewControllerDelegate> end;
+  std::weak_ptr<TestScreensDelegate> test;
+
+  bool alive() const { return !screen_.expired(); }
+  bool relays(const std::shared_ptr<ViewController>& screen) const {
+    return screen_.lock() == screen;
+  }
+  void belongsToEarlierRun(std::shared_ptr<State> state) {
+    state_ = std::move(state);
+    earlier_ = true;
+  }
+
+  void StartViewControlllerViewPressedStart(StartViewController& vc) override {
+    report("Start", true);
+    pass(start, [&](auto& to) { to.StartViewControlllerViewPressedStart(vc); });
+  }
+  void StartViewControlllerViewPressedCancel(StartViewController& vc) override {
+    report("Cancel", true);
+    pass(start, [&](auto& to) { to.StartViewControlllerViewPressedCancel(vc); });
+  }
+  void IMEIViewControllerIMEIInputSuccessful(IMEIViewController& vc,
+                                             std::optional<std::string> imei,
+                                             std::optional<std::string> imeiUrl,
+                                             std::optional<std::string> serialNumber,
+                                             std::optional<std::string> serialNumberUrl) override {
+    report("an identifier", true);
+    pass(identifier, [&](auto& to) {
+      to.IMEIViewControllerIMEIInputSuccessful(vc, imei, imeiUrl, serialNumber, serialNumberUrl);
+    });
+  }
+  void IMEIViewControllerErrorOccurred(IMEIViewController& vc) override {
+    report("an error", true);
+    pass(identifier, [&](auto& to) { to.IMEIViewControllerErrorOccurred(vc); });
+  }
+  void IMEIViewControllerPressedCancel(IMEIViewController& vc) override {
+    report("Cancel", true);
+    pass(identifier, [&](auto& to) { to.IMEIViewControllerPressedCancel(vc); });
+  }
+  void TestsFinishedViewControllerTestAgainPressed(TestsFinishedViewController& vc) override {
+    report("Test again", true);
+    pass(end, [&](auto& to) { to.TestsFinishedViewControllerTestAgainPressed(vc); });
+  }
+  void TestsFinishedViewControllerDidFinish(TestsFinishedViewController& vc) override {
+    report("Finish", false);
+    pass(end, [&](auto& to) { to.TestsFinishedViewControllerDidFinish(vc); });
+  }
+  std::vector<std::string> multipleTestsList() const override {
+    auto to = test.lock();
+    return to ? to->multipleTestsList() : std::vector<std::string>{};
+  }
+  void testScreenFinished(TestViewController& screen, const Dictionary& result) override {
+    report("its result", true);
+    pass(test, [&](auto& to) { to.testScreenFinished(screen, result); });
+  }
+  void testScreenCancelled(TestViewController& screen) override {
+    report("Cancel", true);
+    pass(test, [&](auto& to) { to.testScreenCancelled(screen); });
+  }
+
+ private:
+  // Notes what breaks the rules; the call is passed on all the same, as the screen made it.
+  void report(const std::string& what, bool result) {
+    ++state_->counts[what];
+    std::string line = name_ + " reported " + what;
+    if (earlier_) {
+      state_->broken.push_back(line + " into a later run");
+    } else if (state_->ended) {
+      state_->broken.push_back(line + " after the run had answered the host");
+    } else if (!lastResult_.empty()) {
+      state_->broken.push_back(line + " after it had reported " + lastResult_);
+    }
+    if (result) lastResult_ = what;
+  }
+  template <class Target, class Call>
+  static void pass(const std::weak_ptr<Target>& weak, Call call) {
+    if (auto to = weak.lock()) call(*to);
+  }
+
+  std::shared_ptr<State> state_;
+  std::weak_ptr<ViewController> screen_;
+  std::string name_;
+  std::string lastResult_;
+  bool earlier_ = false;
+};
+
+// Puts relay in place of screen's delegate when screen is a Screen; false when it is not.
+template <class Screen, class Target>
+bool ScreenReports::interpose(const std::shared_ptr<ViewController>& screen,
+                              const std::shared_ptr<Relay>& relay, std::weak_ptr<Target>& slot) {
+  auto typed = std::dynamic_pointer_cast<Screen>(screen);
+  if (!typed) return false;
+  auto original = typed->delegate.lock();
+  if constexpr (std::is_same_v<Target, TestScreensDelegate>) {
+    slot = std::dynamic_pointer_cast<TestScreensDelegate>(original);
+  } else {
+    slot = original;
+  }
+  typed->delegate = relay;
+  return true;
+}
+
+ScreenReports::ScreenReports() : state_(std::make_shared<State>()) {}
+ScreenReports::~ScreenReports() = default;
+
+void ScreenReports::watch(const std::shared_ptr<ViewController>& screen) {
+  if (!screen) return;
+  for (const auto& relay : relays_) {
+    if (relay->relays(screen)) return;
+  }
+  auto relay = std::make_shared<Relay>(state_, screen);
+  bool relayed = interpose<StartViewController>(screen, relay, relay->start) ||
+                 interpose<IMEIViewController>(screen, relay, relay->identifier) ||
+                 interpose<TestsFinishedViewController>(screen, relay, relay->end);
+#define QUORVEL_RELAY_TEST_SCREEN(Screen) \
+  relayed = relayed || interpose<Screen>(screen, relay, relay->test);
+  QUORVEL_TEST_SCREENS(QUORVEL_RELAY_TEST_SCREEN)
+#undef QUORVEL_RELAY_TEST_SCREEN
+  if (relayed) relays_.push_back(std::move(relay));
+}
+
+void ScreenReports::newRun() {
+  state_ = std::make_shared<State>();
+  std::erase_if(relays_, [](const auto& relay) { return !relay->alive(); });
+  for (auto& relay : relays_) relay->belongsToEarlierRun(state_);
+}
+
+void ScreenReports::runEnded() { state_->ended = true; }
+
+std::vector<std::string> ScreenReports::broken() const { return state_->broken; }
+
+int ScreenReports::count(const std::string& what) const {
+  auto it = state_->counts.find(what);
+  return it == state_->counts.end() ? 0 : it->second;
+}
+
+}  // namespace quorvel::testing
