@@ -171,14 +171,4 @@ TEST_F(IMEIViewControllerTest, PhotoInSerialModeReportsTheSerialAddressUntilRemo
   EXPECT_EQ(recorder->successes.back().serial, "SN-2");
 }
 
-TEST_F(IMEIViewControllerTest, WithoutAPhotoPickerThePhotoRouteIsHidden) {
-  Platform p = platform();
-  p.imagePicker = nullptr;
-  installPlatform(p);
-  auto plain = std::make_shared<IMEIViewController>();
-  plain->loadViewIfNeeded();
-  EXPECT_TRUE(plain->outlet<Button>("uiBtAttachImage").hidden);
-  EXPECT_TRUE(plain->outlet<Label>("uiLbAttachText").hidden);
-}
-
 }  // namespace

@@ -67,17 +67,33 @@ std::set<std::string> codesIn(const std::filesystem::path& movie,
   return codes;
 }
 
-TEST(DemoProgram, AutopilotCompletesADefaultRunAgainstTheAssetsServer) {
-  if (std::string(QUORVEL_DEMO_PROGRAM).empty()) GTEST_SKIP() << "the demo is not built";
-  TemporaryTree tree{"quorvel-demo-run"};
-  AssetsServer server({tree.path() / "uploads", {"demo-key"}});
-  const int port = server.start();
-  const QString screenshots = QString::fromStdString((tree.path() / "shots").string());
+// The demo against an assets server of the test's own that takes the key "demo-key".
+class DemoProgram : public ::testing::Test {
+ protected:
+  void SetUp() override {
+    if (std::string(QUORVEL_DEMO_PROGRAM).empty()) GTEST_SKIP() << "the demo is not built";
+    port = server.start();
+  }
+  // An unattended run of app "demo-app" against the server.
+  Finished autopilot(const QStringList& arguments, const QString& key = "demo-key") {
+    return runDemo(QStringList{"--autopilot", "--assets-host",
+                               QString("http://127.0.0.1:%1").arg(port), "--app-id", "demo-app",
+                               "--api-key", key} +
+                   arguments);
+  }
+  // Where the server stored the upload at url.
+  std::filesystem::path stored(const std::string& url) const {
+    return tree.path() / "uploads" / "demo-app" / url.substr(url.rfind('/') + 1);
+  }
 
-  const Finished run =
-      runDemo({"--autopilot", "--assets-host", QString("http://127.0.0.1:%1").arg(port), "--app-id",
-               "demo-app", "--api-key", "demo-key", "--screenshots", screenshots});
-  server.stop();
+  TemporaryTree tree{"quorvel-demo"};
+  AssetsServer server{{tree.path() / "uploads", {"demo-key"}}};
+  int port = 0;
+};
+
+TEST_F(DemoProgram, AutopilotCompletesADefaultRunAgainstTheAssetsServer) {
+  const QString screenshots = QString::fromStdString((tree.path() / "shots").string());
+  const Finished run = autopilot({"--screenshots", screenshots});
   ASSERT_EQ(run.exitCode, 0) << run.err;
 
   // One JSON line: the completion response, with the stored results document's address.
@@ -96,17 +112,15 @@ TEST(DemoProgram, AutopilotCompletesADefaultRunAgainstTheAssetsServer) {
   ASSERT_EQ(video.value("success", false), true) << video.dump();
   EXPECT_EQ(video["version"], "2");
   EXPECT_EQ(video["md5"].get<std::string>().size(), 32u);
-  const std::string videoUrl = video["url"];
-  const auto stored =
-      tree.path() / "uploads" / "demo-app" / videoUrl.substr(videoUrl.rfind('/') + 1);
-  ASSERT_TRUE(std::filesystem::exists(stored)) << videoUrl;
-  const auto film = probeMovie(stored.string());
+  const auto movie = stored(video["url"]);
+  ASSERT_TRUE(std::filesystem::exists(movie)) << video["url"];
+  const auto film = probeMovie(movie.string());
   ASSERT_TRUE(film && film->first("h264"));
   EXPECT_GE(film->first("h264")->seconds, 5.0);
   EXPECT_TRUE(std::any_of(film->streams.begin(), film->streams.end(),
                           [](const ProbedStream& stream) { return stream.sampleRate > 0; }))
       << "no sound";
-  EXPECT_EQ(codesIn(stored, tree.path() / "frames"),
+  EXPECT_EQ(codesIn(movie, tree.path() / "frames"),
             (std::set<std::string>{video["start_qr_code"], video["end_qr_code"]}));
 
   // Every screen of the run was captured once, in order, and the film's steps within its screen.
@@ -127,15 +141,8 @@ TEST(DemoProgram, AutopilotCompletesADefaultRunAgainstTheAssetsServer) {
   EXPECT_EQ(shots.join(" ").toStdString(), expected.join(" ").toStdString());
 }
 
-TEST(DemoProgram, FirstVideoTestReadsItsStartCodeBackFromTheMirror) {
-  if (std::string(QUORVEL_DEMO_PROGRAM).empty()) GTEST_SKIP() << "the demo is not built";
-  TemporaryTree tree{"quorvel-demo-screen"};
-  AssetsServer server({tree.path() / "uploads", {"demo-key"}});
-  const int port = server.start();
-  const Finished run = runDemo({"--autopilot", "--screen", "device_front_video_v1", "--assets-host",
-                                QString("http://127.0.0.1:%1").arg(port), "--app-id", "demo-app",
-                                "--api-key", "demo-key"});
-  server.stop();
+TEST_F(DemoProgram, FirstVideoTestReadsItsStartCodeBackFromTheMirror) {
+  const Finished run = autopilot({"--screen", "device_front_video_v1"});
   ASSERT_EQ(run.exitCode, 0) << run.err;
   const Dictionary result = Dictionary::parse(run.out);
   EXPECT_EQ(result["success"], true);
@@ -143,30 +150,22 @@ TEST(DemoProgram, FirstVideoTestReadsItsStartCodeBackFromTheMirror) {
   EXPECT_EQ(result["start_qr_code"].get<std::string>().rfind("start;", 0), 0u);
 }
 
-TEST(DemoProgram, StrictUploadsTurnAWrongKeyIntoAFailedRun) {
-  if (std::string(QUORVEL_DEMO_PROGRAM).empty()) GTEST_SKIP() << "the demo is not built";
-  TemporaryTree tree{"quorvel-demo-strict"};
-  AssetsServer server({tree.path() / "uploads", {"demo-key"}});
-  const int port = server.start();
+TEST_F(DemoProgram, StrictUploadsTurnAWrongKeyIntoAFailedRun) {
   // The server refuses the key with 401 and an error object: a lenient run reports it stored, a
   // strict one shows the failure alert, whose last answer (try later) the autopilot takes.
   const std::vector<std::pair<QStringList, int>> cases = {{{}, 200}, {{"--strict-uploads"}, 406}};
   for (const auto& [flags, status] : cases) {
-    const Finished run =
-        runDemo(QStringList{"--autopilot", "--assets-host",
-                            QString("http://127.0.0.1:%1").arg(port), "--api-key", "wrong-key",
-                            "--tests", "charging_v1", "--serial", "S1", "--hide-start-screen"} +
-                flags);
+    const Finished run = autopilot(
+        QStringList{"--tests", "charging_v1", "--serial", "S1", "--hide-start-screen"} + flags,
+        "wrong-key");
     const Dictionary response = Dictionary::parse(run.out, nullptr, false);
     ASSERT_TRUE(response.is_object()) << run.out << run.err;
     EXPECT_EQ(response.value("status_code", 0), status);
     EXPECT_EQ(run.exitCode, status == 200 ? 0 : 1);
   }
-  server.stop();
 }
 
-TEST(DemoProgram, BadFlagsExplainAndExitWithTwo) {
-  if (std::string(QUORVEL_DEMO_PROGRAM).empty()) GTEST_SKIP() << "the demo is not built";
+TEST_F(DemoProgram, BadFlagsExplainAndExitWithTwo) {
   const std::vector<std::pair<QStringList, std::string>> cases = {
       {{"--language", "fr"}, "--language must be en or pt"},
       {{"--assets-host", "ftp://x"}, "--assets-host must be an http:// or https:// URL"},
@@ -184,12 +183,6 @@ TEST(DemoProgram, BadFlagsExplainAndExitWithTwo) {
         << arguments.join(' ').toStdString() << run.err;
   }
 }
-
-}  // namespace
-}  // namespace quorvel::testing
-
-namespace quorvel::testing {
-namespace {
 
 // Loudness every 50 ms.
 std::vector<double> envelope(const std::vector<std::int16_t>& samples, int rate) {
@@ -219,15 +212,7 @@ double followsBest(const std::vector<double>& a, const std::vector<double>& b) {
   return best;
 }
 
-TEST(DemoProgram, SoundScreensPassAloneWithRealSoundInBothLanguages) {
-  if (std::string(QUORVEL_DEMO_PROGRAM).empty()) GTEST_SKIP() << "the demo is not built";
-  TemporaryTree tree{"quorvel-demo-sound"};
-  AssetsServer server({tree.path() / "uploads", {"demo-key"}});
-  const int port = server.start();
-  auto stored = [&](const Dictionary& result) {
-    const std::string url = result.value("url", std::string());
-    return (tree.path() / "uploads" / "demo-app" / url.substr(url.rfind('/') + 1)).string();
-  };
+TEST_F(DemoProgram, SoundScreensPassAloneWithRealSoundInBothLanguages) {
   const auto clip = VirtualSpeaker::assetSamples("testfile");
   ASSERT_TRUE(clip);
   for (const char* language : {"en", "pt"}) {
@@ -240,9 +225,7 @@ TEST(DemoProgram, SoundScreensPassAloneWithRealSoundInBothLanguages) {
       const QString shots =
           QString::fromStdString((tree.path() / (std::string(key) + language)).string());
       const Finished run =
-          runDemo({"--autopilot", "--screen", key, "--language", language, "--assets-host",
-                   QString("http://127.0.0.1:%1").arg(port), "--app-id", "demo-app", "--api-key",
-                   "demo-key", "--screenshots", shots});
+          autopilot({"--screen", key, "--language", language, "--screenshots", shots});
       ASSERT_EQ(run.exitCode, 0) << key << " " << language << "\n" << run.err;
       const Dictionary result = Dictionary::parse(run.out);
       ASSERT_EQ(result["success"], true) << result.dump();
@@ -256,16 +239,17 @@ TEST(DemoProgram, SoundScreensPassAloneWithRealSoundInBothLanguages) {
         EXPECT_FALSE(QDir(shots).entryList({"*-Alert.png"}).isEmpty()) << key << " no alert";
       }
       if (!result.contains("url")) continue;
+      const std::string recording = stored(result["url"]).string();
       // A real recording: AAC, 12,000 Hz, one channel, of what was played or said.
-      const auto movie = probeMovie(stored(result));
+      const auto movie = probeMovie(recording);
       ASSERT_TRUE(movie && movie->first("aac")) << key;
       EXPECT_EQ(movie->first("aac")->sampleRate, 12000);
-      const auto heard = SoundDecoder::decodeFile(stored(result), 12000);
+      const auto heard = SoundDecoder::decodeFile(recording, 12000);
       ASSERT_TRUE(heard);
       if (std::string(key) == "speaker_recording_v1") {
         const double expected = static_cast<double>(clip->size()) / VirtualRoom::kSampleRate;
         EXPECT_NEAR(movie->first("aac")->seconds, expected, expected * 0.1);
-        const auto played = SoundDecoder::decodeFile(stored(result), VirtualRoom::kSampleRate);
+        const auto played = SoundDecoder::decodeFile(recording, VirtualRoom::kSampleRate);
         EXPECT_GT(followsBest(envelope(*clip, VirtualRoom::kSampleRate),
                               envelope(*played, VirtualRoom::kSampleRate)),
                   0.8)
@@ -276,7 +260,6 @@ TEST(DemoProgram, SoundScreensPassAloneWithRealSoundInBothLanguages) {
       }
     }
   }
-  server.stop();
 }
 
 }  // namespace

@@ -25,7 +25,7 @@ QUORVEL_AUDIO_PLAYER_CONTRACT_TESTS()
 INSTANTIATE_TEST_SUITE_P(Implementations, AudioPlayerContract,
                          ::testing::Values(AudioPlayerImplementation{
                              "Qt", [] { return std::make_unique<QtDriver>(); }}),
-                         [](const auto& param) { return param.param.name; });
+                         nameOfImplementation);
 
 }  // namespace
 }  // namespace quorvel::testing

@@ -42,7 +42,7 @@ QUORVEL_VIDEO_PLAYBACK_CONTRACT_TESTS()
 INSTANTIATE_TEST_SUITE_P(Implementations, VideoPlaybackContract,
                          ::testing::Values(VideoPlaybackImplementation{
                              "Qt", [] { return std::make_unique<QtDriver>(); }}),
-                         [](const auto& param) { return param.param.name; });
+                         nameOfImplementation);
 
 }  // namespace
 }  // namespace quorvel::testing

@@ -183,19 +183,6 @@ TEST_F(ScreenStateTest, IMEIScreenWithoutAPickerDropsThePhotoRouteAndItsRoom) {
   EXPECT_EQ(item("uiViewNoImage")->height(), 0);
 }
 
-TEST_F(ScreenStateTest, ChargingScreenPictureFollowsTheCable) {
-  auto device = unpluggedDevice();
-  show<Charging_v1_ViewController>(ScreenType::charging_v1);
-  auto imageSource = [&] {
-    QQuickItem* image = item("uiImage")->childItems().value(0);
-    return image ? image->property("source").toUrl().toString() : QString();
-  };
-  EXPECT_TRUE(imageSource().contains("power_cable_unplugged")) << imageSource().toStdString();
-  device->setBattery(BatteryState::charging);
-  EXPECT_TRUE(waitFor([&] { return imageSource().contains("power_cable_plugged"); }))
-      << imageSource().toStdString();
-}
-
 TEST_F(ScreenStateTest, ContentKeepsAReadableWidthCentredInALaptopWindow) {
   frontEnd->window()->resize(1280, 800);
   unpluggedDevice();

@@ -30,7 +30,7 @@ QUORVEL_AUDIO_RECORDER_CONTRACT_TESTS()
 INSTANTIATE_TEST_SUITE_P(Implementations, AudioRecorderContract,
                          ::testing::Values(AudioRecorderImplementation{
                              "Virtual", [] { return std::make_unique<VirtualDriver>(); }}),
-                         [](const auto& param) { return param.param.name; });
+                         nameOfImplementation);
 
 TEST(VirtualAudioRecorder, RecordsWhatTheRoomHeardAsAacAt12kHzMono) {
   VirtualDriver driver;

@@ -45,7 +45,7 @@ INSTANTIATE_TEST_SUITE_P(
         CameraImplementation{"Mirror", [] { return std::make_unique<MirrorCameraDriver>(true); }},
         CameraImplementation{"MirrorWithoutWindow",
                              [] { return std::make_unique<MirrorCameraDriver>(false); }}),
-    cameraName);
+    nameOfImplementation);
 
 }  // namespace
 }  // namespace quorvel::testing

@@ -53,9 +53,6 @@ TEST_F(FlowScreensTest, StartScreenTextsIdentifiersAndOverrides) {
                                          {"testsWarning_charging", "ignored: property name"},
                                          {"testsHelper_camera", "Find a mirror"}},
       std::map<std::string, Image>{{"image", Image::file("/tmp/host.png")}}, Color::rgb(1, 2, 3));
-  // Only the first override for a screen counts.
-  custom->customScreens.emplace_back("start_screen",
-                                     std::map<std::string, std::string>{{"title", "Second"}});
   hostWithNavigation();
   start(std::nullopt, std::nullopt, "C02XYZ", custom);
   const auto& screen = *top();

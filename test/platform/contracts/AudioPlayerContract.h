@@ -7,6 +7,7 @@
 #include <string>
 #include <vector>
 
+#include "platform/contracts/Implementation.h"
 #include "quorvel/platform/AudioPlayer.h"
 #include "quorvel/platform/MainQueue.h"
 
@@ -26,13 +27,7 @@ class AudioPlayerDriver {
   virtual void settle() = 0;
 };
 
-struct AudioPlayerImplementation {
-  std::string name;
-  std::function<std::unique_ptr<AudioPlayerDriver>()> make;
-};
-inline void PrintTo(const AudioPlayerImplementation& implementation, std::ostream* out) {
-  *out << implementation.name;
-}
+using AudioPlayerImplementation = Implementation<AudioPlayerDriver>;
 
 class AudioPlayerContract : public ::testing::TestWithParam<AudioPlayerImplementation> {
  protected:

@@ -9,6 +9,7 @@
 #include <string>
 #include <vector>
 
+#include "platform/contracts/Implementation.h"
 #include "quorvel/platform/AudioRecorder.h"
 #include "quorvel/platform/MainQueue.h"
 #include "support/TemporaryTree.h"
@@ -28,13 +29,7 @@ class AudioRecorderDriver {
   virtual void run(double seconds) = 0;
 };
 
-struct AudioRecorderImplementation {
-  std::string name;
-  std::function<std::unique_ptr<AudioRecorderDriver>()> make;
-};
-inline void PrintTo(const AudioRecorderImplementation& implementation, std::ostream* out) {
-  *out << implementation.name;
-}
+using AudioRecorderImplementation = Implementation<AudioRecorderDriver>;
 
 class AudioRecorderContract : public ::testing::TestWithParam<AudioRecorderImplementation> {
  protected:

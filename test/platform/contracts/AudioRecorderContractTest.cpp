@@ -22,7 +22,7 @@ QUORVEL_AUDIO_RECORDER_CONTRACT_TESTS()
 INSTANTIATE_TEST_SUITE_P(Implementations, AudioRecorderContract,
                          ::testing::Values(AudioRecorderImplementation{
                              "Scripted", [] { return std::make_unique<ScriptedDriver>(); }}),
-                         [](const auto& param) { return param.param.name; });
+                         nameOfImplementation);
 
 }  // namespace
 }  // namespace quorvel::testing

@@ -7,6 +7,7 @@
 #include <string>
 #include <vector>
 
+#include "platform/contracts/Implementation.h"
 #include "quorvel/platform/AudioSession.h"
 
 namespace quorvel::testing {
@@ -22,13 +23,7 @@ class AudioSessionDriver {
   virtual void systemSetsVolume(float level) = 0;
 };
 
-struct AudioSessionImplementation {
-  std::string name;
-  std::function<std::unique_ptr<AudioSessionDriver>()> make;
-};
-inline void PrintTo(const AudioSessionImplementation& implementation, std::ostream* out) {
-  *out << implementation.name;
-}
+using AudioSessionImplementation = Implementation<AudioSessionDriver>;
 
 class AudioSessionContract : public ::testing::TestWithParam<AudioSessionImplementation> {
  protected:

@@ -19,7 +19,7 @@ QUORVEL_AUDIO_SESSION_CONTRACT_TESTS()
 INSTANTIATE_TEST_SUITE_P(Implementations, AudioSessionContract,
                          ::testing::Values(AudioSessionImplementation{
                              "Tracked", [] { return std::make_unique<TrackedDriver>(); }}),
-                         [](const auto& param) { return param.param.name; });
+                         nameOfImplementation);
 
 }  // namespace
 }  // namespace quorvel::testing

@@ -10,6 +10,7 @@
 #include <string>
 #include <vector>
 
+#include "platform/contracts/Implementation.h"
 #include "quorvel/platform/Camera.h"
 #include "quorvel/platform/MainQueue.h"
 
@@ -35,13 +36,7 @@ class CameraDriver {
   virtual std::string moviePath(const std::string& name) = 0;
 };
 
-struct CameraImplementation {
-  std::string name;
-  std::function<std::unique_ptr<CameraDriver>()> make;
-};
-inline void PrintTo(const CameraImplementation& implementation, std::ostream* out) {
-  *out << implementation.name;
-}
+using CameraImplementation = Implementation<CameraDriver>;
 
 namespace contract {
 
@@ -191,10 +186,6 @@ class CameraContract : public ::testing::TestWithParam<CameraImplementation> {
  protected:
   std::unique_ptr<CameraDriver> driver = GetParam().make();
 };
-
-inline std::string cameraName(const ::testing::TestParamInfo<CameraImplementation>& info) {
-  return info.param.name;
-}
 
 }  // namespace quorvel::testing
 

@@ -148,7 +148,7 @@ CameraImplementation virtualTime(std::string name, std::optional<Fault> fault) {
 INSTANTIATE_TEST_SUITE_P(Implementations, CameraContract,
                          ::testing::Values(virtualTime("Simulated", Fault::none),
                                            virtualTime("Scripted", std::nullopt)),
-                         cameraName);
+                         nameOfImplementation);
 
 TEST(CameraContractItself, CatchesEachFault) {
   for (Fault fault : {Fault::reportsOffQueue, Fault::reportsAfterStop, Fault::keepsOldSessions,

@@ -4,6 +4,7 @@
 #include <thread>
 
 #include "curl/CurlHttpClient.h"
+#include "platform/contracts/Implementation.h"
 #include "support/ObservingHttpClient.h"
 #include "support/ScriptedHttpServer.h"
 #include "support/TemporaryTree.h"
@@ -13,10 +14,7 @@ namespace {
 
 using Reply = ScriptedHttpServer::Reply;
 
-struct HttpClientImplementation {
-  std::string name;
-  std::function<std::shared_ptr<HttpClient>()> make;
-};
+using HttpClientImplementation = Implementation<HttpClient, std::shared_ptr<HttpClient>>;
 
 // What every HttpClient must do against a loopback peer: stream a body in one piece with its
 // length, end with an error on cancel, time-out, refusal and a file that shrank, always once
@@ -132,7 +130,7 @@ INSTANTIATE_TEST_SUITE_P(
                                                [] { return std::make_shared<CurlHttpClient>(); }},
                       HttpClientImplementation{
                           "Observing", [] { return std::make_shared<ObservingHttpClient>(); }}),
-    [](const auto& implementation) { return implementation.param.name; });
+    nameOfImplementation);
 
 }  // namespace
 }  // namespace quorvel::testing

@@ -8,6 +8,7 @@
 #include <mutex>
 
 #include "media/FfmpegMediaExport.h"
+#include "platform/contracts/Implementation.h"
 #include "support/MovieProbe.h"
 #include "support/ScriptedMedia.h"
 #include "support/TemporaryTree.h"
@@ -17,10 +18,7 @@ namespace {
 
 namespace fs = std::filesystem;
 
-struct MediaExportImplementation {
-  std::string name;
-  std::function<std::unique_ptr<MediaExport>()> make;
-};
+using MediaExportImplementation = Implementation<MediaExport>;
 
 class MediaExportContract : public ::testing::TestWithParam<MediaExportImplementation> {
  protected:
@@ -79,7 +77,7 @@ INSTANTIATE_TEST_SUITE_P(
         MediaExportImplementation{"Ffmpeg", [] { return std::make_unique<FfmpegMediaExport>(); }},
         MediaExportImplementation{"Scripted",
                                   [] { return std::make_unique<ScriptedMediaExport>(); }}),
-    [](const auto& param) { return param.param.name; });
+    nameOfImplementation);
 
 }  // namespace
 }  // namespace quorvel::testing

@@ -54,11 +54,11 @@ QUORVEL_VIDEO_PLAYBACK_CONTRACT_TESTS()
 INSTANTIATE_TEST_SUITE_P(Implementations, AudioPlayerContract,
                          ::testing::Values(AudioPlayerImplementation{
                              "Recording", [] { return std::make_unique<RecordingAudioDriver>(); }}),
-                         [](const auto& param) { return param.param.name; });
+                         nameOfImplementation);
 INSTANTIATE_TEST_SUITE_P(Implementations, VideoPlaybackContract,
                          ::testing::Values(VideoPlaybackImplementation{
                              "Recording", [] { return std::make_unique<RecordingVideoDriver>(); }}),
-                         [](const auto& param) { return param.param.name; });
+                         nameOfImplementation);
 
 }  // namespace
 }  // namespace quorvel::testing

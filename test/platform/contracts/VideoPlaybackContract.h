@@ -7,6 +7,7 @@
 #include <string>
 #include <vector>
 
+#include "platform/contracts/Implementation.h"
 #include "quorvel/platform/MainQueue.h"
 #include "quorvel/platform/VideoPlayback.h"
 
@@ -30,13 +31,7 @@ class VideoPlaybackDriver {
   virtual void settle() = 0;
 };
 
-struct VideoPlaybackImplementation {
-  std::string name;
-  std::function<std::unique_ptr<VideoPlaybackDriver>()> make;
-};
-inline void PrintTo(const VideoPlaybackImplementation& implementation, std::ostream* out) {
-  *out << implementation.name;
-}
+using VideoPlaybackImplementation = Implementation<VideoPlaybackDriver>;
 
 class VideoPlaybackContract : public ::testing::TestWithParam<VideoPlaybackImplementation> {
  protected:
