@@ -69,7 +69,7 @@ std::string storedFileName(std::string_view originalName) {
   std::string name = AssetStore::escapeName(originalName.empty() ? "content" : originalName);
   shorten(name, kMaxEscapedNameLength);
   // An upload named like a temporary or metadata file would be taken for one at the next start
-  // and removed: its last dot is escaped as any other byte would be.
+  // and removed: the dot that begins that ending is escaped as any other byte would be.
   for (std::string_view suffix : {AssetStore::kTemporarySuffix, AssetStore::kMetadataSuffix}) {
     if (name.ends_with(suffix)) name.replace(name.size() - suffix.size(), 1, "~2E");
   }

@@ -83,6 +83,7 @@ bool AssetWriter::write(const char* data, std::size_t size) {
     return false;
   }
   if (size_ - writebackFrom_ >= kWritebackStep) {
+    // Only a hint (Linux's): where it is missing or fails, the final sync does all the work.
 #ifdef SYNC_FILE_RANGE_WRITE
     ::sync_file_range(fd_, static_cast<off_t>(writebackFrom_),
                       static_cast<off_t>(size_ - writebackFrom_), SYNC_FILE_RANGE_WRITE);
