@@ -98,6 +98,10 @@ long peakResidentBytes(const std::string& process = "self") {
 // Lets this process's peak be measured afresh (writing 5 to clear_refs resets VmHWM).
 void resetPeak() { std::ofstream("/proc/self/clear_refs") << "5"; }
 
+std::string uploadURLAt(const std::string& origin) {
+  return origin + "/v3/applications/" + kAppID + "/asset-upload";
+}
+
 // A quorvel-assets-server of its own, on a free port.
 struct AssetsServerProcess {
   ChildProcess child;
@@ -119,16 +123,17 @@ struct AssetsServerProcess {
     }
     if (origin.empty()) fail("the assets server did not report its address");
   }
-  std::string uploadURL() const { return origin + "/v3/applications/" + kAppID + "/asset-upload"; }
+  std::string uploadURL() const { return uploadURLAt(origin); }
   int port() const { return std::atoi(origin.c_str() + origin.rfind(':') + 1); }
 };
 
-// nginx from the machine on a private port, prefix and folder, storing what is PUT to it.
+// nginx from the machine on a private port, prefix and folder: a PUT is stored, and a POST to the
+// upload path is taken into a file and answered.
 struct NginxProcess {
   ChildProcess child;
   std::string origin;
 
-  std::string uploadURL() const { return origin + "/v3/applications/" + kAppID + "/asset-upload"; }
+  std::string uploadURL() const { return uploadURLAt(origin); }
 
   explicit NginxProcess(const fs::path& work) {
     fs::path prefix = work / "nginx";
