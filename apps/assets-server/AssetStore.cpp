@@ -11,7 +11,7 @@
 #include <utility>
 #include <vector>
 
-#include "ResultsSeal.h"
+#include "Sha256.h"
 
 namespace quorvel {
 
@@ -162,7 +162,7 @@ std::string AssetStore::folderName(std::string_view appID) {
   if (name.size() <= kMaxFolderNameLength) return name;
   // The start keeps the folder recognisable; the digest keeps long IDs apart. escapeName never
   // writes "~~", so no short ID's folder can look like this.
-  std::string digest = ResultsSeal::sha256Hex(appID);
+  std::string digest = Sha256::hexOf(appID);
   if (digest.empty()) return {};
   shorten(name, kFolderPrefixLength);
   return name + "~~" + digest;

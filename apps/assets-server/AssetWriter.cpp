@@ -1,10 +1,8 @@
 #include "AssetWriter.h"
 
 #include <fcntl.h>
-#include <openssl/evp.h>
 #include <unistd.h>
 
-#include <array>
 #include <cerrno>
 #include <cstring>
 #include <system_error>
@@ -40,8 +38,6 @@ AssetWriter::AssetWriter(std::filesystem::path temporaryPath, std::uint64_t maxB
   fd_ = ::open(path_.c_str(), O_WRONLY | O_CREAT | O_EXCL | O_CLOEXEC, 0644);
   if (fd_ < 0) return;
   buffer_.reserve(kFileBufferSize);
-  digest_ = EVP_MD_CTX_new();
-  if (!digest_ || EVP_DigestInit_ex(digest_, EVP_sha256(), nullptr) != 1) close();
 }
 
 AssetWriter::~AssetWriter() {
@@ -55,8 +51,6 @@ AssetWriter::~AssetWriter() {
 void AssetWriter::close() {
   if (fd_ >= 0) ::close(fd_);
   fd_ = -1;
-  EVP_MD_CTX_free(digest_);
-  digest_ = nullptr;
 }
 
 bool AssetWriter::write(const char* data, std::size_t size) {
@@ -67,7 +61,7 @@ bool AssetWriter::write(const char* data, std::size_t size) {
     return false;
   }
   if (size == 0) return true;
-  if (EVP_DigestUpdate(digest_, data, size) != 1) {
+  if (!digest_.update(data, size)) {
     close();
     return false;
   }
@@ -101,19 +95,14 @@ bool AssetWriter::flushBuffer() {
 
 bool AssetWriter::finish() {
   if (fd_ < 0) return false;
-  std::array<unsigned char, EVP_MAX_MD_SIZE> digest{};
-  unsigned int length = 0;
-  bool digested = EVP_DigestFinal_ex(digest_, digest.data(), &length) == 1;
+  sha256_ = digest_.finishHex();
   bool flushed = flushBuffer() && ::fsync(fd_) == 0;
   bool closed = ::close(fd_) == 0;
   fd_ = -1;
   close();
-  if (!digested || !flushed || !closed) return false;
-  static constexpr char kHex[] = "0123456789abcdef";
-  sha256_.clear();
-  for (unsigned int i = 0; i < length; ++i) {
-    sha256_ += kHex[digest[i] >> 4];
-    sha256_ += kHex[digest[i] & 0x0F];
+  if (sha256_.empty() || !flushed || !closed) {
+    sha256_.clear();
+    return false;
   }
   return true;
 }

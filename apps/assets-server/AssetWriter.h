@@ -6,7 +6,7 @@
 #include <string>
 #include <vector>
 
-struct evp_md_ctx_st;
+#include "Sha256.h"
 
 namespace quorvel {
 
@@ -45,7 +45,7 @@ class AssetWriter {
   std::uint64_t writebackFrom_ = 0;
   std::vector<char> buffer_;
   int fd_ = -1;
-  evp_md_ctx_st* digest_ = nullptr;
+  Sha256 digest_;
   std::string sha256_;
 };
 

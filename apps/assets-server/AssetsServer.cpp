@@ -1,17 +1,8 @@
 #include "AssetsServer.h"
 
-#include <openssl/crypto.h>
-
-#include <algorithm>
-#include <array>
 #include <atomic>
-#include <cctype>
 #include <cstdio>
-#include <ctime>
-#include <fstream>
-#include <optional>
 #include <stdexcept>
-#include <string_view>
 #include <system_error>
 #include <thread>
 

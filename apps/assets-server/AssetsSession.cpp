@@ -4,16 +4,13 @@
 
 #include <algorithm>
 #include <array>
-#include <atomic>
 #include <cctype>
 #include <cstdio>
 #include <ctime>
 #include <fstream>
 #include <optional>
-#include <stdexcept>
 #include <string_view>
 #include <system_error>
-#include <thread>
 
 #include "MultipartReader.h"
 #include "ResultsSeal.h"
@@ -40,6 +37,7 @@ constexpr std::size_t kChunkBytes = 256 * 1024;
 // so that closing does not reset the connection before the client has read the answer.
 constexpr auto kLingerTime = std::chrono::seconds(2);
 constexpr std::size_t kLingerBytes = 1 << 20;
+constexpr std::size_t kLingerChunkBytes = 16 << 10;
 
 // Beast hands out Boost's string views.
 std::string_view view(beast::string_view text) { return {text.data(), text.size()}; }
@@ -241,7 +239,8 @@ bool AssetsSession::authorized() const {
   if (request().count(http::field::authorization) != 1) return false;
   std::string_view value = view(request()[http::field::authorization]);
   constexpr std::string_view kScheme = "Bearer ";
-  if (value.size() < kScheme.size() || !equalIgnoringCase(value.substr(0, 7), kScheme)) {
+  if (value.size() < kScheme.size() ||
+      !equalIgnoringCase(value.substr(0, kScheme.size()), kScheme)) {
     return false;
   }
   std::string_view key = value.substr(kScheme.size());
@@ -452,7 +451,7 @@ awaitable<void> AssetsSession::answer(http::status code, const nlohmann::json& j
   stream_.socket().shutdown(tcp::socket::shutdown_send, error);
   // A body refused unread is still arriving: closing now would reset the connection, and the
   // client could lose the answer.
-  std::vector<char> scratch(kChunkBytes);
+  std::vector<char> scratch(kLingerChunkBytes);
   stream_.expires_after(kLingerTime);
   for (std::size_t drained = 0; drained < kLingerBytes && !error;) {
     drained += co_await stream_.async_read_some(asio::buffer(scratch),

@@ -1,10 +1,9 @@
 #include "ResultsSeal.h"
 
-#include <openssl/evp.h>
-
-#include <array>
 #include <cstddef>
 #include <nlohmann/json.hpp>
+
+#include "Sha256.h"
 
 namespace quorvel {
 
@@ -129,22 +128,10 @@ bool ResultsSeal::withinDepth(std::string_view document) {
 
 std::string ResultsSeal::sha256Hex(std::string_view bytes, std::string_view more) {
   // Digested piece by piece: the document is not copied to append the app ID.
-  std::array<unsigned char, EVP_MAX_MD_SIZE> digest{};
-  unsigned int length = 0;
-  EVP_MD_CTX* context = EVP_MD_CTX_new();
-  bool done = context && EVP_DigestInit_ex(context, EVP_sha256(), nullptr) == 1 &&
-              EVP_DigestUpdate(context, bytes.data(), bytes.size()) == 1 &&
-              EVP_DigestUpdate(context, more.data(), more.size()) == 1 &&
-              EVP_DigestFinal_ex(context, digest.data(), &length) == 1;
-  EVP_MD_CTX_free(context);
-  if (!done) return {};
-  static constexpr char kHex[] = "0123456789abcdef";
-  std::string hex;
-  for (unsigned int i = 0; i < length; ++i) {
-    hex += kHex[digest[i] >> 4];
-    hex += kHex[digest[i] & 0x0F];
-  }
-  return hex;
+  Sha256 digest;
+  digest.update(bytes);
+  digest.update(more);
+  return digest.finishHex();
 }
 
 }  // namespace quorvel

@@ -8,8 +8,6 @@
 //
 //   quorvel-bench-upload [--size-mib N] [--rounds N]
 
-#include <arpa/inet.h>
-#include <netinet/in.h>
 #include <signal.h>
 #include <sys/socket.h>
 #include <unistd.h>
@@ -31,6 +29,7 @@
 #include "backend/AssetUploaderWebService.h"
 #include "quorvel/platform/Platform.h"
 #include "support/ChildProcess.h"
+#include "support/LoopbackSockets.h"
 
 namespace {
 
@@ -57,32 +56,13 @@ ChildProcess start(const std::vector<std::string>& arguments, const fs::path& ou
   return child;
 }
 
-int connectTo(int port) {
-  int fd = socket(AF_INET, SOCK_STREAM | SOCK_CLOEXEC, 0);
-  sockaddr_in address{};
-  address.sin_family = AF_INET;
-  address.sin_port = htons(static_cast<std::uint16_t>(port));
-  address.sin_addr.s_addr = htonl(INADDR_LOOPBACK);
-  if (fd < 0 || connect(fd, reinterpret_cast<sockaddr*>(&address), sizeof address) != 0) {
-    if (fd >= 0) close(fd);
-    return -1;
-  }
-  return fd;
-}
-
 // A port nothing listens on now, for a program that cannot pick its own.
 int freePort() {
-  int fd = socket(AF_INET, SOCK_STREAM | SOCK_CLOEXEC, 0);
-  sockaddr_in address{};
-  address.sin_family = AF_INET;
-  address.sin_addr.s_addr = htonl(INADDR_LOOPBACK);
-  socklen_t length = sizeof address;
-  if (fd < 0 || bind(fd, reinterpret_cast<sockaddr*>(&address), sizeof address) != 0 ||
-      getsockname(fd, reinterpret_cast<sockaddr*>(&address), &length) != 0) {
-    fail("cannot find a free port");
-  }
+  std::uint16_t port = 0;
+  int fd = testing::listenOnLoopback(port);
+  if (fd < 0) fail("cannot find a free port");
   close(fd);
-  return ntohs(address.sin_port);
+  return port;
 }
 
 // Peak resident memory of a process so far, in bytes ("self" for this one).
@@ -169,7 +149,7 @@ struct NginxProcess {
                    (prefix / "error.log").string()},
                   prefix / "nginx.out");
     for (int i = 0; i < 500; ++i) {
-      int fd = connectTo(port);
+      int fd = testing::connectToLoopback(port);
       if (fd >= 0) {
         close(fd);
         origin = "http://127.0.0.1:" + std::to_string(port);
@@ -222,7 +202,7 @@ class TricklingClients {
  public:
   TricklingClients(int port, int count) {
     for (int i = 0; i < count; ++i) {
-      int fd = connectTo(port);
+      int fd = testing::connectToLoopback(port);
       std::string begun = "POST /v3/applications/" + std::string(kAppID) +
                           "/asset-upload HTTP/1.1\r\nHost: 127.0.0.1\r\n";
       if (i % 2 == 1) {

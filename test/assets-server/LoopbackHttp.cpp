@@ -1,11 +1,13 @@
 #include "LoopbackHttp.h"
 
-#include <arpa/inet.h>
 #include <sys/socket.h>
+#include <sys/time.h>
 #include <unistd.h>
 
 #include <cerrno>
 #include <cstdint>
+
+#include "support/LoopbackSockets.h"
 
 namespace quorvel::testing {
 
@@ -23,19 +25,12 @@ std::string request(const std::string& appID, const std::string& body, const std
 }
 
 int connectTo(int port, std::chrono::milliseconds bound) {
-  int fd = socket(AF_INET, SOCK_STREAM, 0);
+  int fd = connectToLoopback(port);
+  if (fd < 0) return -1;
   auto micros = std::chrono::duration_cast<std::chrono::microseconds>(bound).count();
   timeval limit{static_cast<time_t>(micros / 1000000), static_cast<suseconds_t>(micros % 1000000)};
   setsockopt(fd, SOL_SOCKET, SO_RCVTIMEO, &limit, sizeof limit);
   setsockopt(fd, SOL_SOCKET, SO_SNDTIMEO, &limit, sizeof limit);
-  sockaddr_in address{};
-  address.sin_family = AF_INET;
-  address.sin_port = htons(static_cast<std::uint16_t>(port));
-  inet_pton(AF_INET, "127.0.0.1", &address.sin_addr);
-  if (connect(fd, reinterpret_cast<sockaddr*>(&address), sizeof address) != 0) {
-    close(fd);
-    return -1;
-  }
   return fd;
 }
 

@@ -1,7 +1,5 @@
 #include "support/ScriptedHttpServer.h"
 
-#include <arpa/inet.h>
-#include <netinet/in.h>
 #include <poll.h>
 #include <sys/socket.h>
 #include <unistd.h>
@@ -14,6 +12,8 @@
 #include <thread>
 #include <utility>
 
+#include "support/LoopbackSockets.h"
+
 namespace quorvel::testing {
 
 namespace {
@@ -22,21 +22,6 @@ std::string lower(std::string text) {
   std::transform(text.begin(), text.end(), text.begin(),
                  [](unsigned char c) { return static_cast<char>(std::tolower(c)); });
   return text;
-}
-
-int listenOnLoopback(std::uint16_t& port) {
-  int fd = ::socket(AF_INET, SOCK_STREAM | SOCK_CLOEXEC, 0);
-  sockaddr_in address{};
-  address.sin_family = AF_INET;
-  address.sin_addr.s_addr = htonl(INADDR_LOOPBACK);
-  socklen_t length = sizeof address;
-  if (fd < 0 || ::bind(fd, reinterpret_cast<sockaddr*>(&address), sizeof address) != 0 ||
-      ::listen(fd, 8) != 0 ||
-      ::getsockname(fd, reinterpret_cast<sockaddr*>(&address), &length) != 0) {
-    throw std::runtime_error("cannot listen on 127.0.0.1");
-  }
-  port = ntohs(address.sin_port);
-  return fd;
 }
 
 void sendAll(int fd, const std::string& bytes) {
@@ -124,6 +109,7 @@ int ScriptedHttpServer::Request::headerCount(const std::string& name) const {
 
 ScriptedHttpServer::ScriptedHttpServer() {
   listener_ = listenOnLoopback(port_);
+  if (listener_ < 0) throw std::runtime_error("cannot listen on 127.0.0.1");
   replies_.push_back(Reply::json(200, "{}"));
   thread_ = std::thread([this] { serve(); });
 }

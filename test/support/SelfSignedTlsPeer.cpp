@@ -1,7 +1,5 @@
 #include "support/SelfSignedTlsPeer.h"
 
-#include <arpa/inet.h>
-#include <netinet/in.h>
 #include <openssl/evp.h>
 #include <openssl/pem.h>
 #include <openssl/ssl.h>
@@ -12,6 +10,8 @@
 
 #include <cstdio>
 #include <stdexcept>
+
+#include "support/LoopbackSockets.h"
 
 namespace quorvel::testing {
 
@@ -59,17 +59,8 @@ SelfSignedTlsPeer::SelfSignedTlsPeer() {
   }
   context_ = context;
 
-  listener_ = ::socket(AF_INET, SOCK_STREAM | SOCK_CLOEXEC, 0);
-  sockaddr_in address{};
-  address.sin_family = AF_INET;
-  address.sin_addr.s_addr = htonl(INADDR_LOOPBACK);
-  socklen_t length = sizeof address;
-  if (listener_ < 0 || ::bind(listener_, reinterpret_cast<sockaddr*>(&address), length) != 0 ||
-      ::listen(listener_, 8) != 0 ||
-      ::getsockname(listener_, reinterpret_cast<sockaddr*>(&address), &length) != 0) {
-    fail("cannot listen on 127.0.0.1");
-  }
-  port_ = ntohs(address.sin_port);
+  listener_ = listenOnLoopback(port_);
+  if (listener_ < 0) fail("cannot listen on 127.0.0.1");
   thread_ = std::thread([this] { serve(); });
 }
 
