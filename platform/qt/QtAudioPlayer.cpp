@@ -16,7 +16,14 @@ QtAudioPlayer::QtAudioPlayer(std::shared_ptr<MainQueue> mainQueue,
   if (!mainQueue_) QUORVEL_FATAL("the sound player needs a main queue");
 }
 
-QtAudioPlayer::~QtAudioPlayer() { stop(); }
+QtAudioPlayer::~QtAudioPlayer() {
+  stop();
+  if (player_) {
+    QObject::disconnect(player_.get(), nullptr, nullptr, nullptr);
+    // An empty source takes the decoder out of the pipeline while the player is still whole.
+    player_->setSource(QUrl());
+  }
+}
 
 QString QtAudioPlayer::assetPath(const std::string& name) {
   return ":/Quorvel/sounds/" + QString::fromStdString(name) + ".wav";
@@ -53,41 +60,53 @@ void QtAudioPlayer::play(const QString& localPath, const std::string& what,
     finish(false);
     return;
   }
-  auto* player = new QMediaPlayer;
+  QMediaPlayer& media = player();
   const AudioRoute route = session_ ? session_->outputRoute() : AudioRoute::loudspeaker;
-  player->setAudioOutput(new QAudioOutput(outputFor(route), player));
-  QObject::connect(player, &QMediaPlayer::mediaStatusChanged, player,
+  const QAudioDevice device = outputFor(route);
+  if (output_->device() != device) output_->setDevice(device);
+  playing_ = what;
+  // Resources are read by Qt's own file layer; a qrc: URL reaches the backend as a device.
+  const QUrl source =
+      localPath.startsWith(":") ? QUrl("qrc" + localPath) : QUrl::fromLocalFile(localPath);
+  // The same sound again plays from its start: setSource keeps a source it already has.
+  if (media.source() == source) media.setPosition(0);
+  media.setSource(source);
+  media.play();
+}
+
+QMediaPlayer& QtAudioPlayer::player() {
+  if (player_) return *player_;
+  player_ = std::make_unique<QMediaPlayer>();
+  output_ = new QAudioOutput(player_.get());
+  player_->setAudioOutput(output_);
+  QObject::connect(player_.get(), &QMediaPlayer::mediaStatusChanged, player_.get(),
                    [this](QMediaPlayer::MediaStatus status) {
+                     if (playing_.empty()) return;
                      if (status == QMediaPlayer::EndOfMedia) finish(true);
                      if (status == QMediaPlayer::InvalidMedia) finish(false);
                    });
-  QObject::connect(player, &QMediaPlayer::errorOccurred, player,
-                   [this, what](QMediaPlayer::Error, const QString& message) {
-                     logLine("could not play the " + what + ": " + message.toStdString());
+  QObject::connect(player_.get(), &QMediaPlayer::errorOccurred, player_.get(),
+                   [this](QMediaPlayer::Error, const QString& message) {
+                     if (playing_.empty()) return;
+                     logLine("could not play the " + playing_ + ": " + message.toStdString());
                      finish(false);
                    });
-  player_ = player;
-  // Resources are read by Qt's own file layer; a qrc: URL reaches the backend as a device.
-  player->setSource(localPath.startsWith(":") ? QUrl("qrc" + localPath)
-                                              : QUrl::fromLocalFile(localPath));
-  player->play();
+  return *player_;
 }
 
 void QtAudioPlayer::stop() {
-  if (player_ || finished_) finish(false);
+  if (!playing_.empty() || finished_) finish(false);
 }
 
 double QtAudioPlayer::currentTime() const {
-  return player_ ? static_cast<double>(player_->position()) / 1000.0 : 0.0;
+  return !playing_.empty() ? static_cast<double>(player_->position()) / 1000.0 : 0.0;
 }
 
 void QtAudioPlayer::finish(bool successfully) {
-  if (QMediaPlayer* player = player_) {
-    player_ = nullptr;
-    QObject::disconnect(player, nullptr, player, nullptr);
-    player->stop();
-    // This may run inside one of the player's own signals.
-    player->deleteLater();
+  if (!playing_.empty()) {
+    playing_.clear();
+    // Stopping is safe inside the player's own signals; the player itself stays.
+    player_->stop();
   }
   auto finished = std::exchange(finished_, nullptr);
   if (!finished) return;

@@ -1,7 +1,6 @@
 #pragma once
 
 #include <QAudioDevice>
-#include <QPointer>
 #include <QString>
 #include <QUrl>
 #include <functional>
@@ -13,6 +12,7 @@
 #include "quorvel/platform/MainQueue.h"
 
 QT_BEGIN_NAMESPACE
+class QAudioOutput;
 class QMediaPlayer;
 QT_END_NAMESPACE
 
@@ -23,6 +23,11 @@ namespace quorvel {
 // media player still plays to the end at real-time pace. Sound goes where the audio session routes
 // it: the earpiece is an output whose name says earpiece, handset or receiver (Linux phones have
 // one), else the default output. Use it on the GUI thread.
+//
+// One media player serves every sound for the adapter's whole life. Qt 6.4's GStreamer player
+// calls back into itself when it is destroyed while its pipeline changes state (a sound that has
+// just ended or been stopped), and the process dies; a player that is only ever given a new
+// source is never destroyed in that window, and the last one empties its pipeline first.
 class QtAudioPlayer : public AudioPlayer {
  public:
   // Without a session, everything plays on the default output.
@@ -43,12 +48,16 @@ class QtAudioPlayer : public AudioPlayer {
  private:
   void play(const QString& localPath, const std::string& what,
             std::function<void(bool successfully)> finished);
+  // The one player, made on the first sound.
+  QMediaPlayer& player();
   void finish(bool successfully);
 
   std::shared_ptr<MainQueue> mainQueue_;
   std::shared_ptr<AudioSession> session_;
-  // A player per sound, so that late signals of a stopped sound never reach the next one.
-  QPointer<QMediaPlayer> player_;
+  std::unique_ptr<QMediaPlayer> player_;
+  QAudioOutput* output_ = nullptr;  // the player's child
+  // What the sound being played is, for the log; empty while none plays.
+  std::string playing_;
   std::function<void(bool successfully)> finished_;
 };
 

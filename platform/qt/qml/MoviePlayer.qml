@@ -52,6 +52,10 @@ Rectangle {
         onClicked: player.closed("")
     }
 
+    // Qt 6.4's player reads its own freed memory when it is destroyed with a movie loaded: it goes
+    // empty first.
+    Component.onDestruction: media.source = ""
+
     // Set in one place, so that the player never plays a source it has just been told to leave.
     onSourceChanged: {
         media.stop()
