@@ -23,6 +23,7 @@
 #include "quorvel/virtual/VirtualMirrorCamera.h"
 #include "quorvel/virtual/VirtualPerson.h"
 #include "quorvel/virtual/VirtualSpeaker.h"
+#include "quorvel/virtual/VirtualVibrator.h"
 #include "run/ScreenTable.h"
 #include "support/JsonText.h"
 
@@ -122,6 +123,12 @@ int main(int argc, char** argv) {
     platform.audioRecorder = std::make_shared<VirtualAudioRecorder>(room, platform.mainQueue);
   }
   platform.hostBundle = std::make_shared<StaticHostBundle>(hostInformation(options));
+  // The unattended run counts the vibrations it is given (the machine still gives its own).
+  std::shared_ptr<VirtualVibrator> vibrator;
+  if (options.autopilot) {
+    vibrator = std::make_shared<VirtualVibrator>(quorvel::platform().feedback);
+    platform.feedback = vibrator;
+  }
   // The unattended run plugs a charger that it can reach; a person plugs the real one.
   std::shared_ptr<VirtualChargerDevice> charger;
   if (options.autopilot) {
@@ -204,5 +211,7 @@ int main(int argc, char** argv) {
     QTimer::singleShot(0, autopilot.get(), &Autopilot::start);
   }
   const int code = application.exec();
+  if (vibrator)
+    std::fprintf(stderr, "quorvel-demo: the device vibrated %d times\n", vibrator->vibrations());
   return options.autopilot || options.screen ? code : exitCode;
 }

@@ -1,6 +1,9 @@
+#include <errno.h>
+
 #include <memory>
 
 #include "curl/CurlHttpClient.h"
+#include "linux/FeedbackdFeedback.h"
 #include "linux/LinuxDevice.h"
 #include "linux/PosixClock.h"
 #include "linux/PulseAudioSession.h"
@@ -40,6 +43,8 @@ Platform makeDefaultPlatform() {
   p.audioSession = std::make_shared<PulseAudioSession>();
   p.application = std::make_shared<Application>();
   p.mediaExport = std::make_shared<FfmpegMediaExport>();
+  // feedbackd on a Linux phone; nothing elsewhere.
+  p.feedback = std::make_shared<FeedbackdFeedback>(program_invocation_short_name);
   // Sound, the camera and movie playback need a front end; the Qt one fills them.
   return p;
 }

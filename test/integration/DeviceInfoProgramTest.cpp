@@ -10,7 +10,7 @@
 #include <string>
 
 #include "quorvel/Dictionary.h"
-#include "support/PrivateSystemBus.h"
+#include "support/PrivateBus.h"
 
 namespace quorvel {
 namespace {
@@ -74,8 +74,8 @@ TEST_F(DeviceInfoProgram, PrintsThisMachinesRecordWithTheCheckedIdentifiers) {
 
 // The program on a private system bus: UPower's battery, and one carrier per ModemManager SIM.
 TEST_F(DeviceInfoProgram, BatteryAndCarriersComeFromTheSystemBusServices) {
-  using quorvel::testing::PrivateSystemBus;
-  PrivateSystemBus bus;  // the program inherits its address
+  using quorvel::testing::PrivateBus;
+  PrivateBus bus;  // the program inherits its address
   ASSERT_TRUE(bus.running());
   ASSERT_TRUE(bus.startMock("org.freedesktop.UPower", {"--template", "upower"}));
   ASSERT_TRUE(bus.call("org.freedesktop.UPower", "/org/freedesktop/UPower",
@@ -98,9 +98,9 @@ TEST_F(DeviceInfoProgram, BatteryAndCarriersComeFromTheSystemBusServices) {
        "operatorName": "MEO"},
       {"path": "/org/freedesktop/ModemManager1/SIM/1", "operatorIdentifier": "310260",
        "operatorName": "T-Mobile"}]})";
-  ASSERT_TRUE(bus.startMock("org.freedesktop.ModemManager1",
-                            {"--template", PrivateSystemBus::supportFile("modemmanager_mock.py"),
-                             "--parameters", layout}));
+  ASSERT_TRUE(bus.startMock(
+      "org.freedesktop.ModemManager1",
+      {"--template", PrivateBus::supportFile("modemmanager_mock.py"), "--parameters", layout}));
   Outcome twoSims = run("");
   ASSERT_EQ(twoSims.exitCode, 0) << twoSims.err;
   record = twoSims.json();

@@ -148,6 +148,8 @@ TEST_F(DemoProgram, FirstVideoTestReadsItsStartCodeBackFromTheMirror) {
   EXPECT_EQ(result["success"], true);
   EXPECT_EQ(result["version"], "1");
   EXPECT_EQ(result["start_qr_code"].get<std::string>().rfind("start;", 0), 0u);
+  // The start code and the end code were each felt as they were read.
+  EXPECT_NE(run.err.find("the device vibrated 2 times"), std::string::npos) << run.err;
 }
 
 TEST_F(DemoProgram, StrictUploadsTurnAWrongKeyIntoAFailedRun) {

@@ -112,7 +112,11 @@ void RecordingAudioPlayer::play(const std::string& name, bool exists,
                                 std::function<void(bool)> finished) {
   if (exists) {
     auto* manual = dynamic_cast<ManualMainQueue*>(playing_.queue_.get());
-    played.push_back({name, manual ? manual->now() : 0});
+    std::optional<AudioRoute> route;
+    if (session && session->category() == AudioCategory::playAndRecord && session->isActive()) {
+      route = session->outputRoute();
+    }
+    played.push_back({name, manual ? manual->now() : 0, route});
   }
   playing_.start(std::move(finished), true);
   if (!exists) playing_.end(false);

@@ -7,6 +7,7 @@
 #include <vector>
 
 #include "quorvel/platform/AudioPlayer.h"
+#include "quorvel/platform/AudioSession.h"
 #include "quorvel/platform/Camera.h"
 #include "quorvel/platform/MainQueue.h"
 #include "quorvel/platform/MediaExport.h"
@@ -103,8 +104,12 @@ class RecordingAudioPlayer : public AudioPlayer {
   struct Played {
     std::string name;
     double at;
+    // Where the session sent it, when the player has a session.
+    std::optional<AudioRoute> route;
   };
   std::vector<Played> played;
+  // The audio session whose route each sound is written down with.
+  std::shared_ptr<AudioSession> session;
   std::vector<std::string> assets = {
       "beep",           "testfile",      "video_test_audio_EN", "video_test_audio_PT",
       "en-US-computer", "en-US-dog",     "en-US-paper",         "en-US-purple",

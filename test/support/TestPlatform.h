@@ -76,6 +76,17 @@ class RecordingUrlOpener : public UrlOpener {
   }
 };
 
+// Writes down when the device vibrated, by the main queue's clock.
+class RecordingFeedback : public Feedback {
+ public:
+  explicit RecordingFeedback(std::shared_ptr<ManualMainQueue> queue) : queue_(std::move(queue)) {}
+  std::vector<double> vibrations;
+  void vibrate() override { vibrations.push_back(queue_->now()); }
+
+ private:
+  std::shared_ptr<ManualMainQueue> queue_;
+};
+
 // Every port scripted; install() makes them the platform.
 struct TestPlatform {
   std::shared_ptr<ManualMainQueue> queue = std::make_shared<ManualMainQueue>();
@@ -101,6 +112,7 @@ struct TestPlatform {
   std::shared_ptr<ScriptedMediaExport> mediaExport = std::make_shared<ScriptedMediaExport>();
   std::shared_ptr<RecordingAudioPlayer> sounds = std::make_shared<RecordingAudioPlayer>(queue);
   std::shared_ptr<ScriptedAudioRecorder> recorder = std::make_shared<ScriptedAudioRecorder>(queue);
+  std::shared_ptr<RecordingFeedback> feedback = std::make_shared<RecordingFeedback>(queue);
   std::shared_ptr<RecordingVideoPlayback> videoPlayer =
       std::make_shared<RecordingVideoPlayback>(queue);
 
@@ -120,9 +132,11 @@ struct TestPlatform {
     p.screenshotEvents = screenshots;
     p.camera = camera;
     p.mediaExport = mediaExport;
+    sounds->session = volume.session;
     p.audioPlayer = sounds;
     p.videoPlayback = videoPlayer;
     p.audioRecorder = recorder;
+    p.feedback = feedback;
     installPlatform(p);
   }
   void setHostInfo(Dictionary info) { host = std::make_shared<StaticHostBundle>(std::move(info)); }

@@ -8,6 +8,7 @@
 #include "quorvel/platform/Camera.h"
 #include "quorvel/platform/Clock.h"
 #include "quorvel/platform/Device.h"
+#include "quorvel/platform/Feedback.h"
 #include "quorvel/platform/HostBundle.h"
 #include "quorvel/platform/HttpClient.h"
 #include "quorvel/platform/ImageEncoder.h"
@@ -44,6 +45,7 @@ class Application;
   PORT(AudioSession, audioSession)         \
   PORT(AudioPlayer, audioPlayer)           \
   PORT(AudioRecorder, audioRecorder)       \
+  PORT(Feedback, feedback)                 \
   PORT(Camera, camera)                     \
   PORT(MediaExport, mediaExport)           \
   PORT(VideoPlayback, videoPlayback)       \

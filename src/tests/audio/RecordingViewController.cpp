@@ -24,7 +24,7 @@ RecordingViewController::~RecordingViewController() {
 
 void RecordingViewController::viewDidLoad() {
   TestViewController::viewDidLoad();
-  preparePlayAndRecord(false);
+  preparePlayAndRecord(playsOnLoudspeaker());
   auto recorder = platform().audioRecorder;
   if (!recorder) {
     logLine("No sound recorder; nothing can be recorded");

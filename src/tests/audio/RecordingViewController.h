@@ -33,6 +33,8 @@ class RecordingViewController : public TestViewController {
   const std::string& recordingPath() const { return recordingPath_; }
   bool finished() const { return finished_; }
 
+  // Where the screen's sounds come out: the earpiece unless the screen says the loudspeaker.
+  virtual bool playsOnLoudspeaker() const { return false; }
   // The permission's answer came (on load).
   virtual void permissionAnswered() {}
   // Replaces any recording with a new one into recordingPath(); ended runs once when the new one

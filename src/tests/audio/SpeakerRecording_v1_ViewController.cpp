@@ -51,7 +51,7 @@ void SpeakerRecording_v1_ViewController::start() {
     return;
   }
   auto player = platform().audioPlayer;
-  if (!player || !preparePlayAndRecord(false)) {
+  if (!player || !preparePlayAndRecord(playsOnLoudspeaker())) {
     soundEnded(false);
     return;
   }

@@ -18,6 +18,8 @@ class SpeakerRecording_v1_ViewController : public RecordingViewController {
   void viewDidLoad() override;
 
  private:
+  // The sound is for the loudspeaker, whatever earpiece the device has (a deliberate choice).
+  bool playsOnLoudspeaker() const override { return true; }
   void start();
   void soundEnded(bool successfully);
   void reportFinished(const Dictionary& result) override;

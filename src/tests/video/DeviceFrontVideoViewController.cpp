@@ -150,7 +150,8 @@ void DeviceFrontVideoViewController::playSound(const std::string& assetName) {
     logLine("No sound player; " + assetName + " is not played");
     return;
   }
-  if (ports.audioSession) ports.audioSession->setActive(true);
+  // Whatever an earlier screen left, cues sound from the loudspeaker while the camera records.
+  if (!preparePlayAndRecord(true)) return;
   ports.audioPlayer->playAsset(assetName, [](bool) {});
 }
 

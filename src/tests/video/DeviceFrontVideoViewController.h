@@ -60,7 +60,8 @@ class DeviceFrontVideoViewController : public TestViewController {
   void showStartCode();
   // Shows text's code in uiImage (nothing when it cannot be drawn).
   void showCode(const std::string& text);
-  // Plays the bundle's sound assetName; a missing sound or player is skipped.
+  // Plays the bundle's sound assetName from the loudspeaker in a play-and-record session; a
+  // missing sound or player, or a session that refuses, is skipped.
   void playSound(const std::string& assetName);
   // The alert for a device whose camera cannot scan or record; the session is dropped.
   void showScanningNotSupported();

@@ -50,6 +50,8 @@ void DeviceFrontVideo_v1_ViewController::codesRead(const std::vector<std::string
     dismiss(true);
     return;
   }
+  // The person feels that a code was read, whichever it was.
+  if (!codes.front().empty()) platform().feedback->vibrate();
   if (codes.front() == startQRCode() && step() == Step::instructions) {
     startCodeRead();
   } else if (codes.front() == endQRCode() && step() == Step::endCode) {

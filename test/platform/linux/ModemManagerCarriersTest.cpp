@@ -5,12 +5,12 @@
 
 #include "linux/MobileCountryCodes.h"
 #include "linux/ModemManagerCarriers.h"
-#include "support/PrivateSystemBus.h"
+#include "support/PrivateBus.h"
 
 namespace quorvel {
 namespace {
 
-using quorvel::testing::PrivateSystemBus;
+using quorvel::testing::PrivateBus;
 
 constexpr const char* kModemManager = "org.freedesktop.ModemManager1";
 
@@ -30,10 +30,10 @@ std::vector<std::string> described(const std::vector<std::pair<std::string, Carr
 TEST(ModemManagerCarriers, NoServiceOrAHungOneIsNoDictionaryAndNoModemsAnEmptyOne) {
   // The tests' system bus address leads nowhere.
   EXPECT_FALSE(ModemManagerCarriers::read().has_value());
-  PrivateSystemBus bus;
+  PrivateBus bus;
   ASSERT_TRUE(bus.running());
   EXPECT_FALSE(ModemManagerCarriers::read().has_value());
-  const std::string mock = PrivateSystemBus::supportFile("modemmanager_mock.py");
+  const std::string mock = PrivateBus::supportFile("modemmanager_mock.py");
   ASSERT_TRUE(bus.startMock(kModemManager, {"--template", mock}));
   auto none = ModemManagerCarriers::read();
   ASSERT_TRUE(none.has_value());
@@ -48,7 +48,7 @@ TEST(ModemManagerCarriers, NoServiceOrAHungOneIsNoDictionaryAndNoModemsAnEmptyOn
 // registered on describes it; modem 10 has four slots: its primary SIM, an empty slot, an inactive
 // SIM and a second SIM of a country no table knows.
 TEST(ModemManagerCarriers, OneCarrierPerActiveSimInModemAndSlotOrder) {
-  PrivateSystemBus bus;
+  PrivateBus bus;
   ASSERT_TRUE(bus.running());
   const std::string layout = R"({
     "modems": [
@@ -67,9 +67,9 @@ TEST(ModemManagerCarriers, OneCarrierPerActiveSimInModemAndSlotOrder) {
       {"path": ")" + sim(3) + R"(", "active": false, "operatorIdentifier": "23410",
        "operatorName": "O2"},
       {"path": ")" + sim(4) + R"(", "active": true, "operatorIdentifier": "99901"}]})";
-  ASSERT_TRUE(bus.startMock(kModemManager,
-                            {"--template", PrivateSystemBus::supportFile("modemmanager_mock.py"),
-                             "--parameters", layout}));
+  ASSERT_TRUE(bus.startMock(
+      kModemManager,
+      {"--template", PrivateBus::supportFile("modemmanager_mock.py"), "--parameters", layout}));
   auto carriers = ModemManagerCarriers::read();
   ASSERT_TRUE(carriers.has_value());
   EXPECT_EQ(described(*carriers), (std::vector<std::string>{

@@ -8,13 +8,13 @@
 #include "linux/UPowerBattery.h"
 #include "quorvel/platform/Platform.h"
 #include "support/ManualMainQueue.h"
-#include "support/PrivateSystemBus.h"
+#include "support/PrivateBus.h"
 #include "support/TemporaryTree.h"
 
 namespace quorvel {
 namespace {
 
-using quorvel::testing::PrivateSystemBus;
+using quorvel::testing::PrivateBus;
 
 constexpr const char* kUPower = "org.freedesktop.UPower";
 constexpr const char* kDisplayDevice = "/org/freedesktop/UPower/devices/DisplayDevice";
@@ -81,13 +81,13 @@ class UPowerDeviceTest : public ::testing::Test {
   }
   // Runs the main queue until the device answers state, the watcher posting from its thread.
   bool reaches(const LinuxDevice& device, BatteryState state) {
-    return PrivateSystemBus::eventually([&] {
+    return PrivateBus::eventually([&] {
       queue->runUntilIdle();
       return device.batteryState() == state;
     });
   }
 
-  PrivateSystemBus bus;
+  PrivateBus bus;
   std::shared_ptr<quorvel::testing::ManualMainQueue> queue =
       std::make_shared<quorvel::testing::ManualMainQueue>();
   quorvel::testing::TemporaryTree tree{"quorvel-upower"};
@@ -110,7 +110,7 @@ TEST_F(UPowerDeviceTest, DisplayDeviceAndItsSignalsReachTheMainQueueOnlyWhileMon
   ASSERT_TRUE(reaches(*device, BatteryState::unplugged)) << "the cable's removal never arrived";
   EXPECT_EQ(heard, std::vector<BatteryChange>{BatteryChange::state});
   ASSERT_TRUE(setDisplayDevice("Percentage", "d", 41.0));
-  ASSERT_TRUE(PrivateSystemBus::eventually([&] {
+  ASSERT_TRUE(PrivateBus::eventually([&] {
     queue->runUntilIdle();
     return heard.size() == 2;
   })) << "the level change never arrived";

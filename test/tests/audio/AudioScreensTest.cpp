@@ -171,6 +171,8 @@ TEST_F(AudioScreensTest, PlayingScreensWarnBelowHalfVolumeAndEveryOneReportsOnce
 }
 
 TEST_F(AudioScreensTest, SpeakerRecordingRecordsWhileTheSoundPlaysThenUploadsAndDeletesIt) {
+  // An earpiece left by an earlier screen: the sound is for the loudspeaker all the same.
+  env.volume.session->setCategory(AudioCategory::playAndRecord, AudioMode::standard, {false});
   auto screen = show<SpeakerRecording_v1_ViewController>();
   press("uiBtStartTest_TouchUpInside");
   press("recordTapped");  // a second start does nothing
@@ -180,6 +182,7 @@ TEST_F(AudioScreensTest, SpeakerRecordingRecordsWhileTheSoundPlaysThenUploadsAnd
   EXPECT_EQ(recording.settings.sampleRate, 12000);
   EXPECT_EQ(recording.settings.channels, 1);
   EXPECT_EQ(env.sounds->names(), std::vector<std::string>{"testfile"});
+  EXPECT_EQ(env.sounds->played.front().route, AudioRoute::loudspeaker);
   EXPECT_FALSE(screen->outlet<Button>("uiBtStartTest").enabled);
   EXPECT_TRUE(delegate->reports.empty());
 

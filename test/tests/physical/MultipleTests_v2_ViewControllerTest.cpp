@@ -1,7 +1,7 @@
 #include <gtest/gtest.h>
 
 #include "linux/LinuxDevice.h"
-#include "support/PrivateSystemBus.h"
+#include "support/PrivateBus.h"
 #include "support/TestScreenFixture.h"
 #include "tests/physical/MultipleTests_v2_ViewController.h"
 
@@ -127,8 +127,8 @@ TEST_F(MultipleTests_v2_ViewControllerTest, CancelOrDisappearingStopsBothDetecto
 // The real Linux device on a private system bus, its battery UPower's: plugging the cable in is
 // UPower's state turning to charging.
 TEST_F(MultipleTests_v2_ViewControllerTest, ChargingRowPassesWhenUPowerReportsTheCableIn) {
-  using quorvel::testing::PrivateSystemBus;
-  PrivateSystemBus bus;
+  using quorvel::testing::PrivateBus;
+  PrivateBus bus;
   ASSERT_TRUE(bus.running());
   ASSERT_TRUE(bus.startMock("org.freedesktop.UPower", {"--template", "upower"}));
   ASSERT_TRUE(bus.call("org.freedesktop.UPower", "/org/freedesktop/UPower",

@@ -92,6 +92,8 @@ class DeviceFrontVideoTest : public TestScreenFixture {
 };
 
 TEST_F(DeviceFrontVideoTest, V2FilmsTheWholeSequenceAtItsMomentsAndUploadsTheMP4) {
+  // An earlier screen left the earpiece on; the cues still come from the loudspeaker.
+  env.volume.session->setCategory(AudioCategory::playAndRecord, AudioMode::standard, {false});
   auto screen = show<DeviceFrontVideo_v2_ViewController>();
   press("uiBtNext_TouchUpInside");
   press("uiBtStartRecording_TouchUpInside");
@@ -132,6 +134,9 @@ TEST_F(DeviceFrontVideoTest, V2FilmsTheWholeSequenceAtItsMomentsAndUploadsTheMP4
   ASSERT_THAT(env.sounds->names(), ElementsAre("beep", "video_test_audio_EN", "beep"));
   EXPECT_DOUBLE_EQ(env.sounds->played[1].at, t0 + 0.5);
   EXPECT_DOUBLE_EQ(env.sounds->played[2].at, t0 + 6.0);
+  for (const auto& sound : env.sounds->played) {
+    EXPECT_EQ(sound.route, AudioRoute::loudspeaker) << sound.name << " not in play-and-record";
+  }
   EXPECT_FALSE(screen->outlet<View>("uiVideoView").hidden);
 
   // Next follows the box: off at 0.3, on at 1.0.
@@ -187,6 +192,7 @@ TEST_F(DeviceFrontVideoTest, V1FilmsBetweenTheCodesItReadsAndUploadsTheRawFilmWh
   settle();
   EXPECT_TRUE(lastSession()->stopped);
   EXPECT_TRUE(env.sounds->played.empty());
+  EXPECT_EQ(env.feedback->vibrations.size(), 1u) << "every code read is felt";
 
   // The person goes back and starts again: this time the mirror shows the start code.
   screen->sendAction("uiBtTryAgain_TouchUpInside");
@@ -194,6 +200,7 @@ TEST_F(DeviceFrontVideoTest, V1FilmsBetweenTheCodesItReadsAndUploadsTheRawFilmWh
   env.camera->sees({screen->startQRCode()});
   settle();
   const double t0 = env.queue->now();
+  EXPECT_EQ(env.feedback->vibrations.size(), 2u);
   auto recording = lastSession();
   EXPECT_FALSE(recording->withMicrophone);
   EXPECT_TRUE(recording->recording);
@@ -209,6 +216,7 @@ TEST_F(DeviceFrontVideoTest, V1FilmsBetweenTheCodesItReadsAndUploadsTheRawFilmWh
   EXPECT_FALSE(screen->outlet<View>("uiVideoView").hidden);
   EXPECT_EQ(env.sounds->names(), (std::vector<std::string>{"beep", "testfile", "beep"}));
   EXPECT_DOUBLE_EQ(env.sounds->played[1].at, t0 + 0.5);
+  EXPECT_EQ(env.feedback->vibrations.size(), 3u);
 
   press("uiBtVideoReviewNext_TouchUpInsde");
   ASSERT_TRUE(waitUntil([&] { return !delegate->reports.empty(); }));

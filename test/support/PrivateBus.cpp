@@ -1,4 +1,4 @@
-#include "support/PrivateSystemBus.h"
+#include "support/PrivateBus.h"
 
 #include <gtest/gtest.h>
 #include <stdlib.h>
@@ -23,7 +23,7 @@ constexpr const char* kConfig = R"(<!DOCTYPE busconfig PUBLIC
  "-//freedesktop//DTD D-Bus Bus Configuration 1.0//EN"
  "http://www.freedesktop.org/standards/dbus/1.0/busconfig.dtd">
 <busconfig>
-  <type>system</type>
+  <type>@KIND@</type>
   <listen>unix:dir=@FOLDER@</listen>
   <auth>EXTERNAL</auth>
   <policy context="default">
@@ -43,7 +43,9 @@ std::string contents(const std::string& path) {
 
 }  // namespace
 
-PrivateSystemBus::PrivateSystemBus() {
+PrivateBus::PrivateBus(Kind kind)
+    : kind_(kind),
+      variable_(kind == Kind::system ? "DBUS_SYSTEM_BUS_ADDRESS" : "DBUS_SESSION_BUS_ADDRESS") {
   for (const char* tool : {kPython, kDaemon}) {
     if (::access(tool, X_OK) != 0) {
       ADD_FAILURE() << tool << " is missing: run scripts/install-deps (dbus, python3-dbusmock)";
@@ -52,6 +54,7 @@ PrivateSystemBus::PrivateSystemBus() {
   }
   std::string config = kConfig;
   config.replace(config.find("@FOLDER@"), 8, folder_.path().string());
+  config.replace(config.find("@KIND@"), 6, kind == Kind::system ? "system" : "session");
   folder_.write("bus.conf", config);
 
   // dbus-daemon prints its address as the first line of its output.
@@ -70,30 +73,32 @@ PrivateSystemBus::PrivateSystemBus() {
   }
   address_ = line.substr(0, line.find('\n'));
 
-  if (const char* previous = ::getenv("DBUS_SYSTEM_BUS_ADDRESS")) previousAddress_ = previous;
-  ::setenv("DBUS_SYSTEM_BUS_ADDRESS", address_.c_str(), 1);
-  if (sd_bus_open_system(&client_) < 0) {
+  if (const char* previous = ::getenv(variable_)) previousAddress_ = previous;
+  ::setenv(variable_, address_.c_str(), 1);
+  const int opened =
+      kind == Kind::system ? sd_bus_open_system(&client_) : sd_bus_open_user(&client_);
+  if (opened < 0) {
     client_ = nullptr;
     ADD_FAILURE() << "cannot connect to the private bus at " << address_;
   }
 }
 
-PrivateSystemBus::~PrivateSystemBus() {
+PrivateBus::~PrivateBus() {
   if (client_) sd_bus_flush_close_unref(client_);
   for (auto& [name, mock] : mocks_) mock.stop(kPatience);
   daemon_.stop(kPatience);
   if (previousAddress_) {
-    ::setenv("DBUS_SYSTEM_BUS_ADDRESS", previousAddress_->c_str(), 1);
+    ::setenv(variable_, previousAddress_->c_str(), 1);
   } else {
-    ::unsetenv("DBUS_SYSTEM_BUS_ADDRESS");
+    ::unsetenv(variable_);
   }
 }
 
-bool PrivateSystemBus::startMock(const std::string& name,
-                                 const std::vector<std::string>& arguments) {
+bool PrivateBus::startMock(const std::string& name, const std::vector<std::string>& arguments) {
   if (!running()) return false;
   std::string log = (folder_.path() / (name + ".log")).string();
-  std::vector<std::string> command = {kPython, "-m", "dbusmock", "--system"};
+  std::vector<std::string> command = {kPython, "-m", "dbusmock"};
+  if (kind_ == Kind::system) command.push_back("--system");
   command.insert(command.end(), arguments.begin(), arguments.end());
   ChildProcess& mock = mocks_[name] =
       ChildProcess(command, {.output = log, .environment = std::nullopt});
@@ -107,7 +112,7 @@ bool PrivateSystemBus::startMock(const std::string& name,
   return owned;
 }
 
-bool PrivateSystemBus::stopMock(const std::string& name) {
+bool PrivateBus::stopMock(const std::string& name) {
   auto found = mocks_.find(name);
   if (found == mocks_.end()) return false;
   found->second.stop(kPatience);
@@ -117,8 +122,8 @@ bool PrivateSystemBus::stopMock(const std::string& name) {
   return freed;
 }
 
-bool PrivateSystemBus::call(const char* service, const char* path, const char* interface,
-                            const char* method, const char* types, ...) {
+bool PrivateBus::call(const char* service, const char* path, const char* interface,
+                      const char* method, const char* types, ...) {
   if (!running()) return false;
   sd_bus_error error = SD_BUS_ERROR_NULL;
   va_list arguments;
@@ -134,7 +139,7 @@ bool PrivateSystemBus::call(const char* service, const char* path, const char* i
   return result >= 0;
 }
 
-bool PrivateSystemBus::hasOwner(const std::string& name) const {
+bool PrivateBus::hasOwner(const std::string& name) const {
   if (!running()) return false;
   sd_bus_message* reply = nullptr;
   int owned = 0;
@@ -147,11 +152,11 @@ bool PrivateSystemBus::hasOwner(const std::string& name) const {
   return owned != 0;
 }
 
-std::string PrivateSystemBus::supportFile(const std::string& name) {
+std::string PrivateBus::supportFile(const std::string& name) {
   return std::string(QUORVEL_TEST_SUPPORT_DIR) + "/" + name;
 }
 
-bool PrivateSystemBus::eventually(const std::function<bool()>& condition) {
+bool PrivateBus::eventually(const std::function<bool()>& condition) {
   const auto deadline = std::chrono::steady_clock::now() + kPatience;
   while (!condition()) {
     if (std::chrono::steady_clock::now() > deadline) return false;

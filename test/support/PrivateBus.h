@@ -14,21 +14,24 @@
 
 namespace quorvel::testing {
 
-// A dbus-daemon of its own in a temporary folder, made the system bus of this process (and of the
-// programs it starts) through DBUS_SYSTEM_BUS_ADDRESS, with python-dbusmock services on it.
-// Everything it started is killed when it goes, and the previous address comes back.
-class PrivateSystemBus {
+// A dbus-daemon of its own in a temporary folder, made the system or the session bus of this
+// process (and of the programs it starts) through DBUS_SYSTEM_BUS_ADDRESS or
+// DBUS_SESSION_BUS_ADDRESS, with python-dbusmock services on it. Everything it started is killed
+// when it goes, and the previous address comes back.
+class PrivateBus {
  public:
-  PrivateSystemBus();
-  ~PrivateSystemBus();
-  PrivateSystemBus(const PrivateSystemBus&) = delete;
-  PrivateSystemBus& operator=(const PrivateSystemBus&) = delete;
+  enum class Kind { system, session };
+
+  explicit PrivateBus(Kind kind = Kind::system);
+  ~PrivateBus();
+  PrivateBus(const PrivateBus&) = delete;
+  PrivateBus& operator=(const PrivateBus&) = delete;
 
   // False when the bus could not start; the reason went to the test's failures.
   bool running() const { return client_ != nullptr; }
   const std::string& address() const { return address_; }
 
-  // Starts `python3 -m dbusmock --system arguments...` and waits until it owns name.
+  // Starts `python3 -m dbusmock [--system] arguments...` and waits until it owns name.
   bool startMock(const std::string& name, const std::vector<std::string>& arguments);
   // Kills the service that owns name and waits until the name is free.
   bool stopMock(const std::string& name);
@@ -46,6 +49,8 @@ class PrivateSystemBus {
   static bool eventually(const std::function<bool()>& condition);
 
  private:
+  Kind kind_;
+  const char* variable_;  // the environment variable that names the bus
   TemporaryTree folder_{"quorvel-bus"};
   std::optional<std::string> previousAddress_;
   std::string address_;

@@ -1,0 +1,15 @@
+#pragma once
+
+namespace quorvel {
+
+// What the device gives a person to feel: the short vibration a phone makes when its camera has
+// read a code. A device that cannot vibrate does nothing.
+class Feedback {
+ public:
+  virtual ~Feedback() = default;
+
+  // Returns at once; the vibration, where there is one, follows.
+  virtual void vibrate() = 0;
+};
+
+}  // namespace quorvel

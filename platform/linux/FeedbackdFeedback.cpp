@@ -1,0 +1,58 @@
+#include "linux/FeedbackdFeedback.h"
+
+#include "support/Logging.h"
+
+namespace quorvel {
+
+namespace {
+
+constexpr const char* kService = "org.sigxcpu.Feedback";
+constexpr const char* kPath = "/org/sigxcpu/Feedback";
+constexpr const char* kInterface = "org.sigxcpu.Feedback";
+// Each feedback runs once.
+constexpr int kRunOnce = -1;
+
+}  // namespace
+
+FeedbackdFeedback::FeedbackdFeedback(std::string appId) : appId_(std::move(appId)) {}
+
+FeedbackdFeedback::~FeedbackdFeedback() { drop(); }
+
+sd_bus* FeedbackdFeedback::bus() {
+  if (bus_ && sd_bus_is_open(bus_) > 0) return bus_;
+  drop();
+  if (sd_bus_open_user(&bus_) < 0) bus_ = nullptr;
+  return bus_;
+}
+
+void FeedbackdFeedback::drop() {
+  if (bus_) sd_bus_flush_close_unref(bus_);
+  bus_ = nullptr;
+}
+
+void FeedbackdFeedback::vibrate() {
+  sd_bus* connection = bus();
+  if (!connection) return;
+  // What the bus sent this connection (its name, errors of earlier calls) is read and dropped.
+  while (sd_bus_process(connection, nullptr) > 0) {
+  }
+  sd_bus_message* call = nullptr;
+  int result = sd_bus_message_new_method_call(connection, &call, kService, kPath, kInterface,
+                                              "TriggerFeedback");
+  if (result >= 0) {
+    result = sd_bus_message_append(call, "ssa{sv}i", appId_.c_str(), kEvent, 1, "profile", "s",
+                                   kProfile, kRunOnce);
+  }
+  if (result >= 0) result = sd_bus_message_set_expect_reply(call, 0);
+  // The bus starts feedbackd where it is installed but not running.
+  if (result >= 0) result = sd_bus_message_set_auto_start(call, 1);
+  if (result >= 0) result = sd_bus_send(connection, call, nullptr);
+  if (result >= 0) result = sd_bus_flush(connection);
+  sd_bus_message_unref(call);
+  if (result < 0) {
+    logLine("The vibration could not be asked of feedbackd");
+    drop();
+  }
+}
+
+}  // namespace quorvel
