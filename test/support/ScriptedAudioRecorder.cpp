@@ -37,6 +37,12 @@ std::shared_ptr<AudioRecording> ScriptedAudioRecorder::record(
   recording->finished = std::move(finished);
   recording->queue = queue_;
   recordings.push_back(recording);
+  if (failsAfter > 0) {
+    std::weak_ptr<Recording> weak = recording;
+    queue_->asyncAfter(failsAfter, [weak] {
+      if (auto alive = weak.lock()) alive->end(false);
+    });
+  }
   return recording;
 }
 

@@ -34,6 +34,8 @@ class ScriptedAudioRecorder : public AudioRecorder {
 
   bool permission = true;
   bool canRecord = true;
+  // Every recording stops by itself, unsuccessfully, this long after it started; 0: never.
+  double failsAfter = 0;
   std::vector<std::shared_ptr<Recording>> recordings;
 
   void requestRecordPermission(std::function<void(bool granted)> answer) override;

@@ -20,9 +20,21 @@ class ScriptedCamera::Session : public CameraSession {
   bool startRecording(const std::string& moviePath,
                       std::function<void(std::optional<std::string>)> done) override {
     if (record_->scanning || record_->stopped || record_->recording) return false;
+    if (camera_.refusesRecording) return false;
     record_->recording = true;
     record_->recordingPath = moviePath;
     record_->finished = std::move(done);
+    if (camera_.recordingsFailAfter > 0) {
+      std::weak_ptr<Record> weak = record_;
+      camera_.queue_->asyncAfter(camera_.recordingsFailAfter, [weak] {
+        auto alive = weak.lock();
+        if (!alive || !alive->recording) return;
+        alive->recording = false;
+        if (auto finished = std::exchange(alive->finished, nullptr)) {
+          finished("the camera stopped recording");
+        }
+      });
+    }
     return true;
   }
   void stopRecording() override { record_->stopRecording(camera_); }
@@ -131,7 +143,11 @@ std::vector<std::string> RecordingAudioPlayer::names() const {
 void RecordingVideoPlayback::play(const std::string& moviePath, Closed closed) {
   played.push_back(moviePath);
   playing_.start(std::move(closed), "");
-  if (!std::filesystem::exists(moviePath)) playing_.end("no movie at " + moviePath);
+  if (fails) {
+    playing_.end("the player was told to fail");
+  } else if (!std::filesystem::exists(moviePath)) {
+    playing_.end("no movie at " + moviePath);
+  }
 }
 
 }  // namespace quorvel::testing

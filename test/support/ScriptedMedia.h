@@ -37,6 +37,10 @@ class ScriptedCamera : public Camera {
 
   // false: the device has no usable front camera.
   bool present = true;
+  // Capture sessions that cannot record, as when the camera is taken or the disk is full.
+  bool refusesRecording = false;
+  // Every recording ends by itself with an error this long after it started; 0: never.
+  double recordingsFailAfter = 0;
   // Every session started, oldest first.
   std::vector<std::shared_ptr<Record>> sessions;
 
@@ -136,6 +140,8 @@ class RecordingVideoPlayback : public VideoPlayback {
   explicit RecordingVideoPlayback(std::shared_ptr<MainQueue> queue) : playing_(std::move(queue)) {}
 
   std::vector<std::string> played;
+  // Every movie closes at once with a problem, as when the platform cannot decode it.
+  bool fails = false;
   void play(const std::string& moviePath, Closed closed) override;
   // The person closes the player.
   void close() { playing_.end(""); }

@@ -77,7 +77,11 @@ void DeviceFrontVideo_v2_ViewController::startRecordingPressed() {
   outlet<VideoPreview>("uiViewVideoPreview").hidden = true;
   outlet<View>("uiVideoOverlay").hidden = true;
   showStartCode();
-  if (!startRecording()) return;
+  // The alert says why; the first step is back, with its way out and another try.
+  if (!startRecording()) {
+    showInitialStep();
+    return;
+  }
   playSound("beep");
   after(kColoursDelay, [this] {
     playSound(look().context().language == SupportedLanguage::portuguese ? "video_test_audio_PT"
