@@ -60,6 +60,13 @@ class AudioPlayerContract : public ::testing::TestWithParam<AudioPlayerImplement
     EXPECT_EQ(driver->player().currentTime(), 0.0);                                        \
     EXPECT_EQ(offQueue, 0);                                                                \
   }                                                                                        \
+  TEST_P(AudioPlayerContract, TheSameSoundAfterItsEndPlaysToItsEndAgain) {                 \
+    driver->player().playAsset("beep", answer("first"));                                   \
+    ASSERT_TRUE(answersReach(1));                                                          \
+    driver->player().playAsset("beep", answer("again"));                                   \
+    ASSERT_TRUE(answersReach(2));                                                          \
+    EXPECT_EQ(answers, (std::vector<std::string>{"first:true", "again:true"}));            \
+  }                                                                                        \
   TEST_P(AudioPlayerContract, ReplacedStoppedAndMissingSoundsAnswerFalse) {                \
     auto& player = driver->player();                                                       \
     player.playAsset("video_test_audio_EN", answer("replaced"));                           \
