@@ -1,5 +1,8 @@
 #include "linux/FeedbackdFeedback.h"
 
+#include <chrono>
+#include <cstdint>
+
 #include "support/Logging.h"
 
 namespace quorvel {
@@ -11,6 +14,8 @@ constexpr const char* kPath = "/org/sigxcpu/Feedback";
 constexpr const char* kInterface = "org.sigxcpu.Feedback";
 // Each feedback runs once.
 constexpr int kRunOnce = -1;
+// How long a vibration may wait for the bus to take it.
+constexpr auto kPatience = std::chrono::milliseconds(200);
 
 }  // namespace
 
@@ -30,6 +35,23 @@ void FeedbackdFeedback::drop() {
   bus_ = nullptr;
 }
 
+int FeedbackdFeedback::send(sd_bus* connection) {
+  // Written out as far as the bus takes it within a moment: a bus that hangs never holds the GUI
+  // thread. What is left goes out with the next vibration.
+  const auto deadline = std::chrono::steady_clock::now() + kPatience;
+  for (;;) {
+    std::uint64_t queued = 0;
+    int result = sd_bus_get_n_queued_write(connection, &queued);
+    if (result < 0 || queued == 0) return result;
+    result = sd_bus_process(connection, nullptr);
+    if (result < 0) return result;
+    if (result > 0) continue;
+    const auto left = deadline - std::chrono::steady_clock::now();
+    if (left <= std::chrono::steady_clock::duration::zero()) return 0;
+    sd_bus_wait(connection, std::chrono::duration_cast<std::chrono::microseconds>(left).count());
+  }
+}
+
 void FeedbackdFeedback::vibrate() {
   sd_bus* connection = bus();
   if (!connection) return;
@@ -47,7 +69,7 @@ void FeedbackdFeedback::vibrate() {
   // The bus starts feedbackd where it is installed but not running.
   if (result >= 0) result = sd_bus_message_set_auto_start(call, 1);
   if (result >= 0) result = sd_bus_send(connection, call, nullptr);
-  if (result >= 0) result = sd_bus_flush(connection);
+  if (result >= 0) result = send(connection);
   sd_bus_message_unref(call);
   if (result < 0) {
     logLine("The vibration could not be asked of feedbackd");

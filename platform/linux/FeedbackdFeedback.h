@@ -11,8 +11,9 @@ namespace quorvel {
 // The vibration through feedbackd, the feedback service that Linux phones run on the session bus
 // (org.sigxcpu.Feedback): each vibrate() asks it for a button press's feedback at the quiet
 // profile, which its themes give as a short rumble of the haptic motor and no sound. The call
-// expects no answer, so the GUI thread never waits on the service; where there is no session bus
-// or no feedbackd (a laptop, a desktop), nothing happens. Use it on one thread.
+// expects no answer and is written out for a moment at most, so the GUI thread never waits on
+// the service; where there is no session bus or no feedbackd (a laptop, a desktop), nothing
+// happens. Use it on one thread.
 class FeedbackdFeedback : public Feedback {
  public:
   // appId names the application to feedbackd, which may keep a profile per application.
@@ -31,6 +32,8 @@ class FeedbackdFeedback : public Feedback {
   // The session bus, connected on first use and again after it was lost; null without one.
   sd_bus* bus();
   void drop();
+  // Writes what is queued on connection, for a moment at most; negative on an error.
+  static int send(sd_bus* connection);
 
   std::string appId_;
   sd_bus* bus_ = nullptr;
