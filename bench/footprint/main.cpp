@@ -8,11 +8,6 @@
 //
 //   quorvel-bench-footprint [--rounds N]
 
-#include <fcntl.h>
-#include <signal.h>
-#include <spawn.h>
-#include <sys/resource.h>
-#include <sys/wait.h>
 #include <unistd.h>
 
 #include <algorithm>
@@ -24,16 +19,18 @@
 #include <map>
 #include <optional>
 #include <regex>
-#include <sstream>
 #include <string>
 #include <thread>
 #include <vector>
+
+#include "support/ChildProcess.h"
 
 extern char** environ;
 
 namespace {
 
 namespace fs = std::filesystem;
+using quorvel::testing::ChildProcess;
 using Clock = std::chrono::steady_clock;
 
 constexpr double kGoal = 2.0;
@@ -79,49 +76,32 @@ long residentNow(pid_t pid) {
 
 // Runs command with extra environment variables, to its end; output goes to logPath.
 Footprint measure(const std::vector<std::string>& command,
-                  const std::vector<std::string>& environment, const std::string& logPath) {
+                  const std::vector<std::string>& environment, const fs::path& logPath) {
   std::vector<std::string> variables = environment;
   for (char** each = environ; *each; ++each) variables.emplace_back(*each);
-  std::vector<char*> argv, envp;
-  for (const auto& word : command) argv.push_back(const_cast<char*>(word.c_str()));
-  argv.push_back(nullptr);
-  for (const auto& variable : variables) envp.push_back(const_cast<char*>(variable.c_str()));
-  envp.push_back(nullptr);
-  posix_spawn_file_actions_t actions;
-  posix_spawn_file_actions_init(&actions);
-  posix_spawn_file_actions_addopen(&actions, 1, logPath.c_str(), O_WRONLY | O_CREAT | O_TRUNC,
-                                   0644);
-  posix_spawn_file_actions_adddup2(&actions, 1, 2);
-  posix_spawn_file_actions_addopen(&actions, 0, "/dev/null", O_RDONLY, 0);
-  pid_t pid = 0;
+  fs::remove(logPath);
   const auto start = Clock::now();
-  if (posix_spawn(&pid, argv[0], &actions, nullptr, argv.data(), envp.data()) != 0) {
-    fail("cannot start " + command.front());
-  }
-  posix_spawn_file_actions_destroy(&actions);
+  ChildProcess child(command, {.output = logPath, .environment = variables});
+  if (!child.started()) fail("cannot start " + command.front());
 
   Footprint footprint;
   long largest = 0;
-  int status = 0;
-  rusage usage{};
-  for (;;) {
-    const pid_t done = wait4(pid, &status, WNOHANG, &usage);
-    if (done == pid) break;
-    if (done < 0) fail("lost " + command.front());
-    if (const long now = residentNow(pid); now > largest) {
+  while (!child.exited()) {
+    if (const long now = residentNow(child.pid()); now > largest) {
       largest = now;
-      footprint.atPeak = residentByMapping(pid);
+      footprint.atPeak = residentByMapping(child.pid());
     }
     if (Clock::now() - start > std::chrono::minutes(5)) {
-      kill(pid, SIGKILL);
-      fail(command.front() + " did not end within five minutes; see " + logPath);
+      child.stop();
+      fail(command.front() + " did not end within five minutes; see " + logPath.string());
     }
     std::this_thread::sleep_for(std::chrono::milliseconds(20));
   }
   footprint.wallSeconds = std::chrono::duration<double>(Clock::now() - start).count();
-  if (!WIFEXITED(status) || WEXITSTATUS(status) != 0) {
-    fail(command.front() + " failed (status " + std::to_string(status) + "); see " + logPath);
+  if (const int code = child.wait(); code != 0) {
+    fail(command.front() + " failed (exit " + std::to_string(code) + "); see " + logPath.string());
   }
+  const rusage& usage = child.usage();
   footprint.cpuSeconds = static_cast<double>(usage.ru_utime.tv_sec + usage.ru_stime.tv_sec) +
                          static_cast<double>(usage.ru_utime.tv_usec + usage.ru_stime.tv_usec) / 1e6;
   footprint.peakMB = static_cast<double>(usage.ru_maxrss) / 1024.0;  // the kernel's own peak
@@ -162,31 +142,22 @@ std::string findQml() {
   fail("Qt's qml tool is missing: run scripts/install-deps (package qml-qt6)");
 }
 
-std::string startServer(const fs::path& folder, pid_t& pid) {
-  const std::string log = (folder / "assets-server.log").string();
+// A quorvel-assets-server of its own on a free port; its origin once it listens.
+std::string startServer(const fs::path& folder, ChildProcess& server) {
+  const fs::path log = folder / "assets-server.log";
   const std::string storage = (folder / "uploads").string();
   fs::create_directories(storage);
-  const std::string program = QUORVEL_ASSETS_SERVER_PROGRAM;
-  std::vector<std::string> words = {program, "--port",    "0",        "--storage",
-                                    storage, "--api-key", "bench-key"};
-  std::vector<char*> argv;
-  for (auto& word : words) argv.push_back(word.data());
-  argv.push_back(nullptr);
-  posix_spawn_file_actions_t actions;
-  posix_spawn_file_actions_init(&actions);
-  posix_spawn_file_actions_addopen(&actions, 1, log.c_str(), O_WRONLY | O_CREAT | O_TRUNC, 0644);
-  posix_spawn_file_actions_adddup2(&actions, 1, 2);
-  if (posix_spawn(&pid, argv[0], &actions, nullptr, argv.data(), environ) != 0) {
-    fail("cannot start " + program);
-  }
-  posix_spawn_file_actions_destroy(&actions);
+  server = ChildProcess({QUORVEL_ASSETS_SERVER_PROGRAM, "--port", "0", "--storage", storage,
+                         "--api-key", "bench-key"},
+                        {.output = log, .environment = std::nullopt});
+  if (!server.started()) fail("cannot start " + std::string(QUORVEL_ASSETS_SERVER_PROGRAM));
   for (int i = 0; i < 100; ++i) {
     std::ifstream text(log);
     std::string line;
     if (std::getline(text, line) && line.rfind("listening on ", 0) == 0) return line.substr(13);
     std::this_thread::sleep_for(std::chrono::milliseconds(50));
   }
-  fail("the assets server did not start; see " + log);
+  fail("the assets server did not start; see " + log.string());
 }
 
 }  // namespace
@@ -210,7 +181,7 @@ int main(int argc, char** argv) {
                                         "Window { id: w; width: 390; height: 844; visible: true\n"
                                         "  onFrameSwapped: Qt.callLater(Qt.quit) }\n";
   fs::create_directories(folder / "documents");
-  pid_t server = 0;
+  ChildProcess server;
   const std::string host = startServer(folder, server);
   const std::vector<std::string> offscreen = {
       "QT_QPA_PLATFORM=offscreen", "XDG_DOCUMENTS_DIR=" + (folder / "documents").string()};
@@ -218,16 +189,14 @@ int main(int argc, char** argv) {
   // The best of each over the rounds, alternately: the machine's other load touches both alike.
   std::optional<Footprint> run, floor;
   for (int round = 0; round < rounds; ++round) {
-    Footprint bare =
-        measure({qml, (folder / "bare.qml").string()}, offscreen, (folder / "qml.log").string());
+    Footprint bare = measure({qml, (folder / "bare.qml").string()}, offscreen, folder / "qml.log");
     Footprint whole = measure({QUORVEL_DEMO_PROGRAM, "--autopilot", "--assets-host", host,
                                "--app-id", "bench", "--api-key", "bench-key"},
-                              offscreen, (folder / "demo.log").string());
+                              offscreen, folder / "demo.log");
     if (!floor || bare.peakMB < floor->peakMB) floor = bare;
     if (!run || whole.peakMB < run->peakMB) run = whole;
   }
-  kill(server, SIGTERM);
-  waitpid(server, nullptr, 0);
+  server.stop();
 
   std::printf("A default autopilot run beside a bare Qt Quick window (qml), best of %d:\n", rounds);
   std::printf("  %-22s %10s %10s %8s\n", "", "run", "floor", "ratio");

@@ -21,18 +21,10 @@ constexpr auto kPatience = std::chrono::milliseconds(200);
 
 FeedbackdFeedback::FeedbackdFeedback(std::string appId) : appId_(std::move(appId)) {}
 
-FeedbackdFeedback::~FeedbackdFeedback() { drop(); }
-
 sd_bus* FeedbackdFeedback::bus() {
-  if (bus_ && sd_bus_is_open(bus_) > 0) return bus_;
-  drop();
-  if (sd_bus_open_user(&bus_) < 0) bus_ = nullptr;
-  return bus_;
-}
-
-void FeedbackdFeedback::drop() {
-  if (bus_) sd_bus_flush_close_unref(bus_);
-  bus_ = nullptr;
+  if (!bus_ || sd_bus_is_open(bus_->get()) <= 0)
+    bus_ = SdBus::openSession(std::chrono::microseconds(kPatience).count());
+  return bus_ ? bus_->get() : nullptr;
 }
 
 int FeedbackdFeedback::send(sd_bus* connection) {
@@ -73,7 +65,7 @@ void FeedbackdFeedback::vibrate() {
   sd_bus_message_unref(call);
   if (result < 0) {
     logLine("The vibration could not be asked of feedbackd");
-    drop();
+    bus_.reset();
   }
 }
 

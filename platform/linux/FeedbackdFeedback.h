@@ -1,9 +1,9 @@
 #pragma once
 
-#include <systemd/sd-bus.h>
-
+#include <optional>
 #include <string>
 
+#include "linux/SdBus.h"
 #include "quorvel/platform/Feedback.h"
 
 namespace quorvel {
@@ -18,9 +18,6 @@ class FeedbackdFeedback : public Feedback {
  public:
   // appId names the application to feedbackd, which may keep a profile per application.
   explicit FeedbackdFeedback(std::string appId);
-  ~FeedbackdFeedback() override;
-  FeedbackdFeedback(const FeedbackdFeedback&) = delete;
-  FeedbackdFeedback& operator=(const FeedbackdFeedback&) = delete;
 
   void vibrate() override;
 
@@ -31,12 +28,11 @@ class FeedbackdFeedback : public Feedback {
  private:
   // The session bus, connected on first use and again after it was lost; null without one.
   sd_bus* bus();
-  void drop();
   // Writes what is queued on connection, for a moment at most; negative on an error.
   static int send(sd_bus* connection);
 
   std::string appId_;
-  sd_bus* bus_ = nullptr;
+  std::optional<SdBus> bus_;
 };
 
 }  // namespace quorvel

@@ -87,12 +87,20 @@ const T* find(const SdBus::Properties& properties, const std::string& key) {
 
 }  // namespace
 
-std::optional<SdBus> SdBus::openSystem(std::uint64_t callTimeoutMicroseconds) {
+std::optional<SdBus> SdBus::open(int (*connect)(sd_bus**), std::uint64_t callTimeoutMicroseconds) {
   sd_bus* bus = nullptr;
-  if (sd_bus_open_system(&bus) < 0) return std::nullopt;
+  if (connect(&bus) < 0) return std::nullopt;
   SdBus opened(bus);
   sd_bus_set_method_call_timeout(bus, callTimeoutMicroseconds);
   return opened;
+}
+
+std::optional<SdBus> SdBus::openSystem(std::uint64_t callTimeoutMicroseconds) {
+  return open(sd_bus_open_system, callTimeoutMicroseconds);
+}
+
+std::optional<SdBus> SdBus::openSession(std::uint64_t callTimeoutMicroseconds) {
+  return open(sd_bus_open_user, callTimeoutMicroseconds);
 }
 
 SdBus::Message SdBus::call(const char* service, const char* path, const char* interface,

@@ -12,8 +12,9 @@
 
 namespace quorvel {
 
-// One connection to the system bus, with the few calls the D-Bus adapters make: method calls with
-// a bounded timeout, name owners and property dictionaries. Not thread-safe: one thread uses it.
+// One connection to the system or the session bus, with the few calls the D-Bus adapters make:
+// method calls with a bounded timeout, name owners and property dictionaries. Not thread-safe: one
+// thread uses it.
 class SdBus {
  public:
   struct MessageUnref {
@@ -27,6 +28,8 @@ class SdBus {
 
   // Connects to the system bus ($DBUS_SYSTEM_BUS_ADDRESS when set); no value when it cannot.
   static std::optional<SdBus> openSystem(std::uint64_t callTimeoutMicroseconds);
+  // Connects to the session bus ($DBUS_SESSION_BUS_ADDRESS when set); no value when it cannot.
+  static std::optional<SdBus> openSession(std::uint64_t callTimeoutMicroseconds);
 
   SdBus(SdBus&&) noexcept = default;
   SdBus& operator=(SdBus&&) noexcept = default;
@@ -58,6 +61,7 @@ class SdBus {
     void operator()(sd_bus* bus) const { sd_bus_flush_close_unref(bus); }
   };
   explicit SdBus(sd_bus* bus) : bus_(bus) {}
+  static std::optional<SdBus> open(int (*connect)(sd_bus**), std::uint64_t callTimeoutMicroseconds);
 
   std::unique_ptr<sd_bus, BusUnref> bus_;
 };

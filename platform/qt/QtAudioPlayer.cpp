@@ -68,8 +68,6 @@ void QtAudioPlayer::play(const QString& localPath, const std::string& what,
   // Resources are read by Qt's own file layer; a qrc: URL reaches the backend as a device.
   const QUrl source =
       localPath.startsWith(":") ? QUrl("qrc" + localPath) : QUrl::fromLocalFile(localPath);
-  // The same sound again plays from its start: setSource keeps a source it already has.
-  if (media.source() == source) media.setPosition(0);
   media.setSource(source);
   media.play();
 }

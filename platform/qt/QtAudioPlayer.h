@@ -24,10 +24,10 @@ namespace quorvel {
 // it: the earpiece is an output whose name says earpiece, handset or receiver (Linux phones have
 // one), else the default output. Use it on the GUI thread.
 //
-// One media player serves every sound for the adapter's whole life. Qt 6.4's GStreamer player
-// calls back into itself when it is destroyed while its pipeline changes state (a sound that has
-// just ended or been stopped), and the process dies; a player that is only ever given a new
-// source is never destroyed in that window, and the last one empties its pipeline first.
+// One media player serves every sound for the adapter's whole life. Qt 6.4's GStreamer player,
+// destroyed with a sound loaded, calls back into its own freed members as its pipeline goes, and
+// the process dies once that memory has been reused (soon, on a loaded machine); a player that
+// is only ever given a new source is never destroyed so, and the last one is emptied first.
 class QtAudioPlayer : public AudioPlayer {
  public:
   // Without a session, everything plays on the default output.

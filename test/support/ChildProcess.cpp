@@ -46,7 +46,10 @@ ChildProcess::ChildProcess(const std::vector<std::string>& arguments, const Opti
 }
 
 ChildProcess::ChildProcess(ChildProcess&& other) noexcept
-    : pid_(std::exchange(other.pid_, -1)), ended_(other.ended_), code_(other.code_) {}
+    : pid_(std::exchange(other.pid_, -1)),
+      ended_(other.ended_),
+      code_(other.code_),
+      usage_(other.usage_) {}
 
 ChildProcess& ChildProcess::operator=(ChildProcess&& other) noexcept {
   if (this != &other) {
@@ -54,6 +57,7 @@ ChildProcess& ChildProcess::operator=(ChildProcess&& other) noexcept {
     pid_ = std::exchange(other.pid_, -1);
     ended_ = other.ended_;
     code_ = other.code_;
+    usage_ = other.usage_;
   }
   return *this;
 }
@@ -65,22 +69,25 @@ void ChildProcess::release() {
   pid_ = -1;
 }
 
-bool ChildProcess::exited() {
-  if (!started() || ended_) return true;
+bool ChildProcess::reap(int flags) {
   int status = 0;
-  if (::waitpid(pid_, &status, WNOHANG) != pid_) return false;
+  pid_t done = -1;
+  while ((done = ::wait4(pid_, &status, flags, &usage_)) < 0 && errno == EINTR) {
+  }
+  if (done != pid_) return false;
   ended_ = true;
   code_ = codeOf(status);
   return true;
 }
 
+bool ChildProcess::exited() {
+  if (!started() || ended_) return true;
+  return reap(WNOHANG);
+}
+
 int ChildProcess::wait() {
   if (!started() || ended_) return code_;
-  int status = 0;
-  while (::waitpid(pid_, &status, 0) < 0 && errno == EINTR) {
-  }
-  ended_ = true;
-  code_ = codeOf(status);
+  if (!reap(0)) ended_ = true;  // not ours to wait for any more
   return code_;
 }
 

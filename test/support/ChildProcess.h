@@ -1,5 +1,6 @@
 #pragma once
 
+#include <sys/resource.h>
 #include <sys/types.h>
 
 #include <chrono>
@@ -38,13 +39,18 @@ class ChildProcess {
   int wait();
   // Sends TERM and waits at most grace before KILL; the exit code as wait() gives it.
   int stop(std::chrono::milliseconds grace = std::chrono::seconds(2));
+  // What the program used (CPU times, its peak resident size), once it has ended.
+  const rusage& usage() const { return usage_; }
 
  private:
   void release();
+  // Takes the ended program's status; false while it runs (with WNOHANG).
+  bool reap(int flags);
 
   pid_t pid_ = -1;
   bool ended_ = false;
   int code_ = -1;
+  rusage usage_{};
 };
 
 }  // namespace quorvel::testing

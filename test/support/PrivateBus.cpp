@@ -43,9 +43,7 @@ std::string contents(const std::string& path) {
 
 }  // namespace
 
-PrivateBus::PrivateBus(Kind kind)
-    : kind_(kind),
-      variable_(kind == Kind::system ? "DBUS_SYSTEM_BUS_ADDRESS" : "DBUS_SESSION_BUS_ADDRESS") {
+PrivateBus::PrivateBus(Kind kind) : kind_(kind) {
   for (const char* tool : {kPython, kDaemon}) {
     if (::access(tool, X_OK) != 0) {
       ADD_FAILURE() << tool << " is missing: run scripts/install-deps (dbus, python3-dbusmock)";
@@ -73,8 +71,8 @@ PrivateBus::PrivateBus(Kind kind)
   }
   address_ = line.substr(0, line.find('\n'));
 
-  if (const char* previous = ::getenv(variable_)) previousAddress_ = previous;
-  ::setenv(variable_, address_.c_str(), 1);
+  if (const char* previous = ::getenv(variable())) previousAddress_ = previous;
+  ::setenv(variable(), address_.c_str(), 1);
   const int opened =
       kind == Kind::system ? sd_bus_open_system(&client_) : sd_bus_open_user(&client_);
   if (opened < 0) {
@@ -88,10 +86,14 @@ PrivateBus::~PrivateBus() {
   for (auto& [name, mock] : mocks_) mock.stop(kPatience);
   daemon_.stop(kPatience);
   if (previousAddress_) {
-    ::setenv(variable_, previousAddress_->c_str(), 1);
+    ::setenv(variable(), previousAddress_->c_str(), 1);
   } else {
-    ::unsetenv(variable_);
+    ::unsetenv(variable());
   }
+}
+
+const char* PrivateBus::variable() const {
+  return kind_ == Kind::system ? "DBUS_SYSTEM_BUS_ADDRESS" : "DBUS_SESSION_BUS_ADDRESS";
 }
 
 bool PrivateBus::startMock(const std::string& name, const std::vector<std::string>& arguments) {

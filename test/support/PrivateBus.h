@@ -49,8 +49,10 @@ class PrivateBus {
   static bool eventually(const std::function<bool()>& condition);
 
  private:
+  // The environment variable that names the bus of kind_.
+  const char* variable() const;
+
   Kind kind_;
-  const char* variable_;  // the environment variable that names the bus
   TemporaryTree folder_{"quorvel-bus"};
   std::optional<std::string> previousAddress_;
   std::string address_;
