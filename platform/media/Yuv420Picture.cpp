@@ -1,0 +1,85 @@
+#include "media/Yuv420Picture.h"
+
+#include <algorithm>
+
+namespace quorvel {
+
+namespace {
+
+std::uint8_t clampByte(int value) { return static_cast<std::uint8_t>(std::clamp(value, 0, 255)); }
+
+// BT.601, limited range, in 8.8 fixed point; r, g, b are 0...255.
+std::uint8_t luma(int r, int g, int b) {
+  return clampByte(((66 * r + 129 * g + 25 * b + 128) >> 8) + 16);
+}
+std::uint8_t blueDifference(int r, int g, int b) {
+  return clampByte(((-38 * r - 74 * g + 112 * b + 128) >> 8) + 128);
+}
+std::uint8_t redDifference(int r, int g, int b) {
+  return clampByte(((112 * r - 94 * g - 18 * b + 128) >> 8) + 128);
+}
+
+}  // namespace
+
+Yuv420Picture::Yuv420Picture(int width, int height)
+    : width_(width & ~1),
+      height_(height & ~1),
+      planes_{std::vector<std::uint8_t>(static_cast<std::size_t>(width_) * height_),
+              std::vector<std::uint8_t>(static_cast<std::size_t>(width_ / 2) * (height_ / 2)),
+              std::vector<std::uint8_t>(static_cast<std::size_t>(width_ / 2) * (height_ / 2))},
+      rgb_(static_cast<std::size_t>(width_) * height_ * 3) {}
+
+void Yuv420Picture::fill(const std::uint8_t* bgra, int width, int height, int rowStride) {
+  // Each target pixel averages the source pixels its area covers (at least one), in 16.16
+  // fixed point on each axis; equal sizes copy pixel for pixel.
+  const auto xSpan = [&](int x) {
+    const int from = static_cast<int>(static_cast<std::int64_t>(x) * width / width_);
+    const int to = static_cast<int>(static_cast<std::int64_t>(x + 1) * width / width_);
+    return std::pair{from, std::max(to, from + 1)};
+  };
+  for (int y = 0; y < height_; ++y) {
+    const int top = static_cast<int>(static_cast<std::int64_t>(y) * height / height_);
+    const int bottom =
+        std::max(top + 1, static_cast<int>(static_cast<std::int64_t>(y + 1) * height / height_));
+    std::uint8_t* out = &rgb_[static_cast<std::size_t>(y) * width_ * 3];
+    for (int x = 0; x < width_; ++x) {
+      const auto [left, right] = xSpan(x);
+      unsigned b = 0, g = 0, r = 0;
+      for (int sy = top; sy < bottom; ++sy) {
+        const std::uint8_t* p = bgra + static_cast<std::ptrdiff_t>(sy) * rowStride + left * 4;
+        for (int sx = left; sx < right; ++sx, p += 4) {
+          b += p[0];
+          g += p[1];
+          r += p[2];
+        }
+      }
+      const unsigned count = static_cast<unsigned>((bottom - top) * (right - left));
+      out[x * 3] = static_cast<std::uint8_t>((r + count / 2) / count);
+      out[x * 3 + 1] = static_cast<std::uint8_t>((g + count / 2) / count);
+      out[x * 3 + 2] = static_cast<std::uint8_t>((b + count / 2) / count);
+    }
+  }
+  std::uint8_t* luminance = planes_[0].data();
+  for (std::size_t i = 0, n = static_cast<std::size_t>(width_) * height_; i < n; ++i) {
+    luminance[i] = luma(rgb_[i * 3], rgb_[i * 3 + 1], rgb_[i * 3 + 2]);
+  }
+  // Colour at half resolution: the mean of each 2 x 2 block.
+  const int half = width_ / 2;
+  for (int y = 0; y < height_ / 2; ++y) {
+    for (int x = 0; x < half; ++x) {
+      int sum[3] = {0, 0, 0};
+      for (int dy = 0; dy < 2; ++dy) {
+        for (int dx = 0; dx < 2; ++dx) {
+          const std::uint8_t* p =
+              &rgb_[(static_cast<std::size_t>(y * 2 + dy) * width_ + x * 2 + dx) * 3];
+          for (int c = 0; c < 3; ++c) sum[c] += p[c];
+        }
+      }
+      const int r = (sum[0] + 2) / 4, g = (sum[1] + 2) / 4, b = (sum[2] + 2) / 4;
+      planes_[1][static_cast<std::size_t>(y) * half + x] = blueDifference(r, g, b);
+      planes_[2][static_cast<std::size_t>(y) * half + x] = redDifference(r, g, b);
+    }
+  }
+}
+
+}  // namespace quorvel
