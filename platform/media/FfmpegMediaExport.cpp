@@ -7,6 +7,7 @@
 #include <thread>
 
 #include "media/FfmpegSupport.h"
+#include "media/IsoIndexFirst.h"
 
 namespace quorvel {
 
@@ -15,107 +16,10 @@ namespace {
 using namespace ffmpeg;
 namespace fs = std::filesystem;
 
-// The streams `ffmpeg` maps by default: the best picture and the best sound.
-std::vector<int> streamsToCopy(AVFormatContext& input) {
-  std::vector<int> chosen;
-  for (AVMediaType type : {AVMEDIA_TYPE_VIDEO, AVMEDIA_TYPE_AUDIO}) {
-    int index = av_find_best_stream(&input, type, -1, -1, nullptr, 0);
-    if (index >= 0) chosen.push_back(index);
-  }
-  std::sort(chosen.begin(), chosen.end());
-  return chosen;
-}
-
-// Copies the chosen streams of input into a new MP4 at path, as `ffmpeg -c copy` does; errors
-// name the file as the caller knows it.
-std::optional<std::string> writeCopy(AVFormatContext& input, const std::vector<int>& chosen,
-                                     const std::string& path, const std::string& shownPath) {
-  const std::string cannotWrite = "cannot write " + shownPath + ": ";
-  AVFormatContext* raw = nullptr;
-  int code = avformat_alloc_output_context2(&raw, nullptr, "mp4", path.c_str());
-  if (code < 0) return cannotWrite + errorText(code);
-  OutputContext output(raw);
-  std::vector<int> outputIndex(input.nb_streams, -1);
-  for (int index : chosen) {
-    const AVStream* from = input.streams[index];
-    AVStream* to = avformat_new_stream(raw, nullptr);
-    if (to == nullptr || avcodec_parameters_copy(to->codecpar, from->codecpar) < 0) {
-      return cannotWrite + "out of memory";
-    }
-    to->codecpar->codec_tag = 0;  // the MP4 muxer picks its own
-    to->time_base = from->time_base;
-    to->duration = from->duration;  // a hint the muxer may use
-    to->avg_frame_rate = from->avg_frame_rate;
-    to->r_frame_rate = from->r_frame_rate;
-    to->sample_aspect_ratio = from->sample_aspect_ratio;
-    to->disposition = from->disposition;
-    av_dict_copy(&to->metadata, from->metadata, 0);
-    copyStreamSideData(*from, *to);
-    outputIndex[static_cast<std::size_t>(index)] = to->index;
-  }
-  // The global tags, less the ones `ffmpeg` drops because they describe the source file.
-  av_dict_copy(&raw->metadata, input.metadata, 0);
-  for (const char* key : {"creation_time", "company_name", "product_name", "product_version"}) {
-    av_dict_set(&raw->metadata, key, nullptr, 0);
-  }
-  av_dict_set(&raw->metadata, "encoder", LIBAVFORMAT_IDENT, 0);
-
-  code = avio_open(&raw->pb, path.c_str(), AVIO_FLAG_WRITE);
-  if (code < 0) return cannotWrite + errorText(code);
-  AVDictionary* options = nullptr;
-  av_dict_set(&options, "movflags", "+faststart", 0);
-  code = avformat_write_header(output.get(), &options);
-  av_dict_free(&options);
-  if (code < 0) return cannotWrite + errorText(code);
-
-  // Timestamps start where the movie starts, as `ffmpeg` shifts them without -copyts.
-  const std::int64_t start = input.start_time == AV_NOPTS_VALUE ? 0 : input.start_time;
-  Packet packet(av_packet_alloc());
-  if (!packet) return cannotWrite + "out of memory";
-  while ((code = av_read_frame(&input, packet.get())) >= 0) {
-    int to = packet->stream_index < static_cast<int>(outputIndex.size())
-                 ? outputIndex[static_cast<std::size_t>(packet->stream_index)]
-                 : -1;
-    if (to < 0) {
-      av_packet_unref(packet.get());
-      continue;
-    }
-    const AVRational from = input.streams[packet->stream_index]->time_base;
-    const std::int64_t offset = av_rescale_q(start, AV_TIME_BASE_Q, from);
-    if (packet->pts != AV_NOPTS_VALUE) packet->pts -= offset;
-    if (packet->dts != AV_NOPTS_VALUE) packet->dts -= offset;
-    av_packet_rescale_ts(packet.get(), from, output->streams[to]->time_base);
-    packet->stream_index = to;
-    packet->pos = -1;
-    code = av_interleaved_write_frame(output.get(), packet.get());  // takes the packet's data
-    if (code < 0) return cannotWrite + errorText(code);
-  }
-  if (code != AVERROR_EOF) return std::string("cannot read ") + input.url + ": " + errorText(code);
-  code = av_write_trailer(output.get());
-  if (code >= 0) code = avio_closep(&output->pb);  // the last bytes reach the disk here
-  if (code < 0) return cannotWrite + errorText(code);
-  return std::nullopt;
-}
-
 std::optional<std::string> remux(const std::string& moviePath, const std::string& mp4Path) {
   std::error_code failure;
   if (!fs::is_regular_file(moviePath, failure)) return "there is no movie at " + moviePath;
-  std::string why;
-  InputContext input = openInput(moviePath, &why);
-  if (!input) return moviePath + " is not a movie (" + why + ")";
-  std::vector<int> chosen = streamsToCopy(*input);
-  if (chosen.empty()) return moviePath + " is not a movie (it has no picture or sound)";
-
-  // Written beside the destination and renamed, so mp4Path is either the old file or the whole
-  // new one.
-  const std::string partial = mp4Path + ".partial";
-  std::optional<std::string> error = writeCopy(*input, chosen, partial, mp4Path);
-  if (!error) {
-    fs::rename(partial, mp4Path, failure);
-    if (failure) error = "cannot write " + mp4Path + ": " + failure.message();
-  }
-  if (error) fs::remove(partial, failure);
-  return error;
+  return writeIndexFirst(moviePath, mp4Path, IsoMovieFile::Brand::mpeg4);
 }
 
 // RGB24 pixels turned clockwise by quarter turns.

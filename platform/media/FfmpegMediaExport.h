@@ -4,10 +4,10 @@
 
 namespace quorvel {
 
-// MediaExport on the FFmpeg libraries. The MP4 is the one `ffmpeg -i movie -c copy -movflags
-// +faststart out.mp4` writes, byte for byte, made on a thread of its own that ends after the
-// completion; mp4Path is only replaced once the file is complete. Thumbnails are PNG images at
-// most 640 pixels on their long side.
+// MediaExport. The MP4 is the movie's own samples, untouched, behind its index under the MPEG-4
+// brand (a pass-through export, as players stream it), made on a thread of its own that ends
+// after the completion; mp4Path is only replaced once the file is complete. Thumbnails, decoded
+// with FFmpeg, are PNG images at most 640 pixels on their long side.
 class FfmpegMediaExport : public MediaExport {
  public:
   void exportMP4(const std::string& moviePath, const std::string& mp4Path,

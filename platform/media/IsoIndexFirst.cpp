@@ -115,7 +115,7 @@ std::optional<std::string> writeIndexFirst(const std::string& from, const std::s
   const std::uint64_t fileSize = std::filesystem::file_size(from, failure);
   if (failure) return "cannot read " + from + ": " + failure.message();
   auto boxes = topLevelBoxes(input.get(), fileSize);
-  if (!boxes) return from + " is not a QuickTime or MPEG-4 file";
+  if (!boxes) return from + " is not a movie (not a QuickTime or MPEG-4 file)";
 
   // The copy: the brand's file type, the index, then every other box but padding, in order.
   const std::vector<std::uint8_t> fileType = IsoMovieFile::fileType(brand);
@@ -130,7 +130,7 @@ std::optional<std::string> writeIndexFirst(const std::string& from, const std::s
       kept.push_back(box);
     }
   }
-  if (index == nullptr) return from + " has no index (moov): it was not finished";
+  if (index == nullptr) return from + " is not a movie (it has no index: it was not finished)";
   if (index->size > std::uint64_t{1} << 30) return from + ": its index is too large";
   std::vector<std::uint8_t> moov(index->size);
   if (fseeko(input.get(), static_cast<off_t>(index->start), SEEK_SET) != 0 ||
