@@ -123,8 +123,9 @@ std::string family(const std::string& mapping) {
   if (name.rfind("libQt6", 0) == 0 || mapping.find("/qt6/") != std::string::npos) {
     return "Qt libraries and plugins";
   }
-  for (const char* media : {"libav", "libsw", "libx26", "libpostproc", "libZXing"}) {
-    if (name.rfind(media, 0) == 0) return "FFmpeg and zxing";
+  for (const char* media :
+       {"libx264", "libopenh264", "libvo-aacenc", "libfaad", "libjpeg", "libpng", "libZXing"}) {
+    if (name.rfind(media, 0) == 0) return "codecs (H.264, AAC, JPEG, PNG) and zxing";
   }
   if (name.rfind("libgst", 0) == 0 || mapping.find("gstreamer") != std::string::npos) {
     return "GStreamer (Qt Multimedia's backend)";

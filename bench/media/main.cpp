@@ -18,7 +18,7 @@
 #include <mutex>
 #include <string>
 
-#include "media/FfmpegMediaExport.h"
+#include "media/IsoMediaExport.h"
 #include "media/QrCodeReader.h"
 #include "support/GreyPicture.h"
 
@@ -60,7 +60,7 @@ double qrFramesPerSecond() {
   return frames / since(start);
 }
 
-double exportSeconds(FfmpegMediaExport& exporter, const fs::path& movie, const fs::path& mp4) {
+double exportSeconds(IsoMediaExport& exporter, const fs::path& movie, const fs::path& mp4) {
   std::mutex mutex;
   std::condition_variable done;
   bool finished = false;
@@ -116,7 +116,7 @@ int main(int argc, char** argv) {
       std::to_string(movieSeconds) + " -c:v libx264 -preset ultrafast -b:v 6M -c:a aac -y " +
       movie.string());
 
-  FfmpegMediaExport exporter;
+  IsoMediaExport exporter;
   const fs::path ours = work / "ours.mp4";
   const fs::path theirs = work / "theirs.mp4";
   double bestOurs = 1e9, bestTheirs = 1e9;

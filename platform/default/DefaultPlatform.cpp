@@ -10,8 +10,8 @@
 #include "linux/SharedMimeInfoTypeRegistry.h"
 #include "linux/SyslogLog.h"
 #include "linux/XdgUrlOpener.h"
-#include "media/FfmpegImageEncoder.h"
-#include "media/FfmpegMediaExport.h"
+#include "media/JpegImageEncoder.h"
+#include "media/IsoMediaExport.h"
 #include "quorvel/platform/Platform.h"
 #include "quorvel/ui/Application.h"
 #include "support/RunLoopMainQueue.h"
@@ -33,7 +33,7 @@ Platform makeDefaultPlatform() {
   p.imagePicker = nullptr;
   p.urlOpener = std::make_shared<XdgUrlOpener>();
   p.httpClient = std::make_shared<CurlHttpClient>();
-  p.imageEncoder = std::make_shared<FfmpegImageEncoder>();
+  p.imageEncoder = std::make_shared<JpegImageEncoder>();
   p.typeRegistry = std::make_shared<SharedMimeInfoTypeRegistry>();
   // Volume keys and screenshots reach a desktop application through its front end, which reports
   // them to these; until one does, none arrive.
@@ -42,7 +42,7 @@ Platform makeDefaultPlatform() {
   // The sound server's mixer where one runs; the level is tracked where none does.
   p.audioSession = std::make_shared<PulseAudioSession>();
   p.application = std::make_shared<Application>();
-  p.mediaExport = std::make_shared<FfmpegMediaExport>();
+  p.mediaExport = std::make_shared<IsoMediaExport>();
   // feedbackd on a Linux phone; nothing elsewhere.
   p.feedback = std::make_shared<FeedbackdFeedback>(program_invocation_short_name);
   // Sound, the camera and movie playback need a front end; the Qt one fills them.

@@ -10,7 +10,7 @@
 
 #include "backend/AssetUploaderWebService.h"
 #include "curl/CurlHttpClient.h"
-#include "media/FfmpegImageEncoder.h"
+#include "media/JpegImageEncoder.h"
 #include "quorvel/platform/Platform.h"
 #include "support/ObservingHttpClient.h"
 #include "support/ScriptedHttpServer.h"
@@ -83,7 +83,7 @@ TEST_F(AssetUploadTest, ImageGoesOutAsJpegLabelledPngWithTheFixedBoundary) {
             "multipart/form-data; boundary=----WebKitFormBoundary7MA4YWxkTrZu0gW");
   EXPECT_EQ(request.headerCount("Expect"), 0);
 
-  auto jpeg = FfmpegImageEncoder().jpegData(photo, 0.8);
+  auto jpeg = JpegImageEncoder().jpegData(photo, 0.8);
   ASSERT_TRUE(jpeg);
   EXPECT_EQ(request.body,
             "\r\n------WebKitFormBoundary7MA4YWxkTrZu0gW\r\n"

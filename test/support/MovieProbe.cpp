@@ -4,7 +4,7 @@
 #include <cmath>
 #include <cstdlib>
 
-#include "media/FfmpegSupport.h"
+#include "support/FfmpegSupport.h"
 
 namespace quorvel::testing {
 

@@ -7,7 +7,7 @@
 #include <filesystem>
 #include <mutex>
 
-#include "media/FfmpegMediaExport.h"
+#include "media/IsoMediaExport.h"
 #include "platform/contracts/Implementation.h"
 #include "support/MovieProbe.h"
 #include "support/ScriptedMedia.h"
@@ -74,7 +74,7 @@ TEST_P(MediaExportContract, ExportsOnceReplacingTheOlderFileAndFailsWithoutLeavi
 INSTANTIATE_TEST_SUITE_P(
     Implementations, MediaExportContract,
     ::testing::Values(
-        MediaExportImplementation{"Ffmpeg", [] { return std::make_unique<FfmpegMediaExport>(); }},
+        MediaExportImplementation{"Iso", [] { return std::make_unique<IsoMediaExport>(); }},
         MediaExportImplementation{"Scripted",
                                   [] { return std::make_unique<ScriptedMediaExport>(); }}),
     nameOfImplementation);

@@ -153,31 +153,5 @@ TEST_F(MovieWriterTest, WritesAnM4aSoundRecordingResampledToItsRate) {
   EXPECT_FALSE(MovieWriter::open(m4a, options, error));
 }
 
-TEST(SoundDecoder, ResamplesAndMixesDownToMonoAtTheAskedRateOrGivesNothing) {
-  TemporaryTree tree("quorvel-sound");
-  const std::string wav = (tree.path() / "tone.wav").string();
-  // Half a second at 22,050 Hz in stereo: a tone on the left, silence on the right.
-  ASSERT_TRUE(
-      shell("ffmpeg -v error -f lavfi -i sine=frequency=1000:sample_rate=22050:duration=0.5"
-            " -af 'pan=stereo|c0=c0|c1=0*c0' -c:a pcm_s16le -y " +
-            wav));
-  auto samples = SoundDecoder::decodeFile(wav, 48000);
-  ASSERT_TRUE(samples);
-  EXPECT_NEAR(static_cast<double>(samples->size()), 24000, 48);
-  // sine's level is 1/8 of full scale; one channel of two, mixed down.
-  const double level = loudness(*samples, 48000, 0.05, 0.45);
-  EXPECT_GT(level, 0.02);
-  EXPECT_LT(level, 0.09);
-
-  std::ifstream file(wav, std::ios::binary);
-  std::vector<std::uint8_t> bytes((std::istreambuf_iterator<char>(file)), {});
-  auto fromBytes = SoundDecoder::decode(bytes, 48000);
-  EXPECT_EQ(fromBytes, samples);
-  // What holds no sound gives nothing.
-  EXPECT_FALSE(SoundDecoder::decode({}, 48000));
-  EXPECT_FALSE(SoundDecoder::decode(std::vector<std::uint8_t>(1000, 7), 48000));
-  EXPECT_FALSE(SoundDecoder::decodeFile("/nonexistent/beep.wav", 48000));
-}
-
 }  // namespace
 }  // namespace quorvel::testing

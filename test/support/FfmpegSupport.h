@@ -1,13 +1,11 @@
 #pragma once
 
-// The media adapters' shared FFmpeg plumbing: owning handles, reading from memory, and the one
-// place that knows which FFmpeg version moved what.
+// FFmpeg for the tests: an independent reader of what the media adapters write (owning handles,
+// reading from memory, and the one place that knows which FFmpeg version moved what).
 
 extern "C" {
 #include <libavcodec/avcodec.h>
 #include <libavformat/avformat.h>
-#include <libavutil/audio_fifo.h>
-#include <libswresample/swresample.h>
 #include <libswscale/swscale.h>
 }
 
@@ -27,28 +25,18 @@ struct Deleter {
   }
 };
 
-struct OutputDeleter {
-  void operator()(AVFormatContext* context) const;
-};
 struct SwsDeleter {
   void operator()(SwsContext* p) const { sws_freeContext(p); }
-};
-struct FifoDeleter {
-  void operator()(AVAudioFifo* p) const { av_audio_fifo_free(p); }
 };
 struct AvioDeleter {
   void operator()(AVIOContext* p) const;
 };
 
 using InputContext = std::unique_ptr<AVFormatContext, Deleter<avformat_close_input>>;
-// A muxer's context with its file, closed (not finished) on release.
-using OutputContext = std::unique_ptr<AVFormatContext, OutputDeleter>;
 using CodecContext = std::unique_ptr<AVCodecContext, Deleter<avcodec_free_context>>;
 using Frame = std::unique_ptr<AVFrame, Deleter<av_frame_free>>;
 using Packet = std::unique_ptr<AVPacket, Deleter<av_packet_free>>;
 using Scaler = std::unique_ptr<SwsContext, SwsDeleter>;
-using Resampler = std::unique_ptr<SwrContext, Deleter<swr_free>>;
-using AudioFifo = std::unique_ptr<AVAudioFifo, FifoDeleter>;
 
 // A container read from bytes in memory. The bytes must outlive it.
 class MemoryInput {
@@ -78,12 +66,5 @@ Frame firstVideoFrame(AVFormatContext& format, int* streamIndex = nullptr);
 
 // FFmpeg's text for an error code.
 std::string errorText(int code);
-
-// Stream side data (the display matrix among it) moved into the codec parameters in FFmpeg 6.1.
-void copyStreamSideData(const AVStream& from, AVStream& to);
-// The stream's display matrix (nine 16.16 / 2.30 values), or null.
-const std::int32_t* displayMatrix(const AVStream& stream);
-// Clockwise quarter turns that make the stream's picture upright (0...3).
-int uprightQuarterTurns(const AVStream& stream);
 
 }  // namespace quorvel::ffmpeg

@@ -1,19 +1,10 @@
-#include "media/FfmpegSupport.h"
-
-extern "C" {
-#include <libavutil/display.h>
-}
+#include "support/FfmpegSupport.h"
 
 #include <algorithm>
 #include <cmath>
 #include <cstring>
 
 namespace quorvel::ffmpeg {
-
-void OutputDeleter::operator()(AVFormatContext* context) const {
-  if (!(context->oformat->flags & AVFMT_NOFILE)) avio_closep(&context->pb);
-  avformat_free_context(context);
-}
 
 void AvioDeleter::operator()(AVIOContext* p) const {
   av_freep(&p->buffer);
@@ -114,46 +105,6 @@ std::string errorText(int code) {
   char text[AV_ERROR_MAX_STRING_SIZE] = {};
   av_strerror(code, text, sizeof text);
   return text;
-}
-
-// FFmpeg 6.1 keeps side data in the codec parameters, which avcodec_parameters_copy carries;
-// before it the stream holds it. The channel layouts used here are the AVChannelLayout API that
-// 5.1 brought and 7.0 kept, so they need nothing of the kind.
-#if LIBAVCODEC_VERSION_INT >= AV_VERSION_INT(60, 31, 102)
-void copyStreamSideData(const AVStream&, AVStream&) {}
-
-const std::int32_t* displayMatrix(const AVStream& stream) {
-  const AVPacketSideData* data =
-      av_packet_side_data_get(stream.codecpar->coded_side_data, stream.codecpar->nb_coded_side_data,
-                              AV_PKT_DATA_DISPLAYMATRIX);
-  if (data == nullptr || data->size < 9 * sizeof(std::int32_t)) return nullptr;
-  return reinterpret_cast<const std::int32_t*>(data->data);
-}
-#else
-void copyStreamSideData(const AVStream& from, AVStream& to) {
-  for (int i = 0; i < from.nb_side_data; ++i) {
-    const AVPacketSideData& data = from.side_data[i];
-    std::uint8_t* copy = av_stream_new_side_data(&to, data.type, data.size);
-    if (copy != nullptr) std::memcpy(copy, data.data, data.size);
-  }
-}
-
-const std::int32_t* displayMatrix(const AVStream& stream) {
-  std::size_t size = 0;
-  const std::uint8_t* data = av_stream_get_side_data(&stream, AV_PKT_DATA_DISPLAYMATRIX, &size);
-  if (data == nullptr || size < 9 * sizeof(std::int32_t)) return nullptr;
-  return reinterpret_cast<const std::int32_t*>(data);
-}
-#endif
-
-int uprightQuarterTurns(const AVStream& stream) {
-  const std::int32_t* matrix = displayMatrix(stream);
-  if (matrix == nullptr) return 0;
-  // The matrix turns the picture counterclockwise by this angle; undo it, as players do.
-  double angle = av_display_rotation_get(matrix);
-  if (std::isnan(angle)) return 0;
-  long turns = std::lround(-angle / 90.0);
-  return static_cast<int>(((turns % 4) + 4) % 4);
 }
 
 }  // namespace quorvel::ffmpeg

@@ -1,6 +1,6 @@
 #include <gtest/gtest.h>
 
-#include "media/FfmpegImageEncoder.h"
+#include "media/JpegImageEncoder.h"
 #include "support/TemporaryTree.h"
 #include "support/TestImages.h"
 
@@ -18,16 +18,16 @@ std::vector<int> firstQuantisers(const std::vector<std::uint8_t>& jpeg, std::siz
   return {};
 }
 
-TEST(FfmpegImageEncoder, EncodesBytesAndFilesAsJpegOnTheLibjpegQualityScale) {
-  FfmpegImageEncoder encoder;
+TEST(JpegImageEncoder, EncodesBytesAndFilesAsJpegOnTheLibjpegQualityScale) {
+  JpegImageEncoder encoder;
   auto png = makePng(50, 20);
   auto jpeg = encoder.jpegData(Image::encoded(png), 0.8);
   ASSERT_TRUE(jpeg);
   EXPECT_EQ(decodedSize(*jpeg).width, 50);
   EXPECT_EQ(decodedSize(*jpeg).height, 20);
-  // The DC step is the encoder's own 8; then libjpeg's quality 80 table: 40% of the standard
-  // 11 and 12, rounded as libjpeg does, in zig-zag order.
-  EXPECT_EQ(firstQuantisers(*jpeg, 3), (std::vector<int>{8, 4, 5}));
+  // libjpeg's quality 80 table: 40% of the standard 16, 11 and 12, rounded as libjpeg does, in
+  // zig-zag order.
+  EXPECT_EQ(firstQuantisers(*jpeg, 3), (std::vector<int>{6, 4, 5}));
   auto best = encoder.jpegData(Image::encoded(png), 1.0);
   auto worst = encoder.jpegData(Image::encoded(png), 0.1);
   ASSERT_TRUE(best && worst);
@@ -41,12 +41,21 @@ TEST(FfmpegImageEncoder, EncodesBytesAndFilesAsJpegOnTheLibjpegQualityScale) {
   EXPECT_EQ(decodedSize(*encoder.jpegData(Image::encoded(*jpeg), 0.8)).width, 50);
 }
 
-TEST(FfmpegImageEncoder, WhatIsNotAReadableImageGivesNothing) {
-  FfmpegImageEncoder encoder;
+TEST(JpegImageEncoder, WhatIsNotAReadableImageGivesNothing) {
+  JpegImageEncoder encoder;
   EXPECT_FALSE(encoder.jpegData(Image::encoded({}), 0.8));
   EXPECT_FALSE(encoder.jpegData(Image::encoded({1, 2, 3, 4, 5, 6, 7, 8}), 0.8));
   EXPECT_FALSE(encoder.jpegData(Image::file("/nonexistent/photo.png"), 0.8));
   EXPECT_FALSE(encoder.jpegData(Image::asset("imgStart"), 0.8));
+  EXPECT_FALSE(encoder.jpegData(Image::bitmap(10, 10, std::vector<std::uint8_t>(50)), 0.8));
+}
+
+TEST(JpegImageEncoder, EncodesTheSdksGreyBitmaps) {
+  JpegImageEncoder encoder;
+  auto jpeg = encoder.jpegData(Image::bitmap(33, 17, std::vector<std::uint8_t>(33 * 17, 200)), 0.8);
+  ASSERT_TRUE(jpeg);
+  EXPECT_EQ(decodedSize(*jpeg).width, 33);
+  EXPECT_EQ(decodedSize(*jpeg).height, 17);
 }
 
 }  // namespace

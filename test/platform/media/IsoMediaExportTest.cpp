@@ -9,7 +9,7 @@
 #include <thread>
 #include <tuple>
 
-#include "media/FfmpegMediaExport.h"
+#include "media/IsoMediaExport.h"
 #include "support/MovieProbe.h"
 #include "support/TemporaryTree.h"
 
@@ -28,7 +28,7 @@ std::size_t threadCount() {
   return static_cast<std::size_t>(std::distance(fs::begin(tasks), fs::end(tasks)));
 }
 
-class FfmpegMediaExportTest : public ::testing::Test {
+class IsoMediaExportTest : public ::testing::Test {
  protected:
   // Exports and waits for the completion; the error and the thread it ran on.
   std::pair<std::optional<std::string>, std::thread::id> exportMP4(const fs::path& movie,
@@ -52,11 +52,11 @@ class FfmpegMediaExportTest : public ::testing::Test {
     return path;
   }
 
-  FfmpegMediaExport exporter;
+  IsoMediaExport exporter;
   TemporaryTree tree{"quorvel-export"};
 };
 
-TEST_F(FfmpegMediaExportTest, CopiesEverySampleBehindTheIndexOnAThreadThatThenEnds) {
+TEST_F(IsoMediaExportTest, CopiesEverySampleBehindTheIndexOnAThreadThatThenEnds) {
   // With B-frames (timestamps before zero), and a turned picture (the display matrix).
   const fs::path turned = tree.path() / "turned.mov";
   ASSERT_TRUE(shell("ffmpeg -v error -i " + movie("plain.mov").string() +
@@ -93,7 +93,7 @@ TEST_F(FfmpegMediaExportTest, CopiesEverySampleBehindTheIndexOnAThreadThatThenEn
   }
 }
 
-TEST_F(FfmpegMediaExportTest, SaysWhyItFailed) {
+TEST_F(IsoMediaExportTest, SaysWhyItFailed) {
   tree.write("garbage.mov", std::string(4096, 'x'));
   const fs::path mp4 = tree.path() / "out.mp4";
   const fs::path nowhere = tree.path() / "missing" / "out.mp4";
@@ -108,7 +108,7 @@ TEST_F(FfmpegMediaExportTest, SaysWhyItFailed) {
   }
 }
 
-TEST_F(FfmpegMediaExportTest, ThumbnailIsTheFirstFrameUprightAndAtMost640Wide) {
+TEST_F(IsoMediaExportTest, ThumbnailIsTheFirstFrameUprightAndAtMost640Wide) {
   // A 1280x720 first frame red in its top-left quarter. ffmpeg itself shows the turned copy
   // (rotation 90 in its display matrix) with that quarter bottom left.
   const fs::path quarters = tree.path() / "quarters.mov";
