@@ -24,7 +24,7 @@ namespace {
 // What the filming thread may hand over before the encoder catches up. Frames beyond it are
 // dropped (the movie has a variable frame rate anyway); sound beyond it becomes silence of the
 // same length, so that picture and sound stay together.
-constexpr std::size_t kQueuedFrames = 4;
+constexpr std::size_t kQueuedFrames = 2;
 constexpr double kQueuedSoundSeconds = 5;
 // Picture moments count in 1/90000 s, as MPEG's do: fine enough for any moment given.
 constexpr std::uint32_t kVideoTimescale = 90000;
@@ -305,14 +305,6 @@ void IsoMovieWriter::close() {
     soundQueue_.resize(soundQueue_.size() + padding * static_cast<std::size_t>(channels_), 0);
     encodeWholeFrames();
     file_->setHeardSamples(audioTrack_, soundGiven_);
-  }
-  if (video_ && !error_) {
-    std::string error;
-    for (const auto& sample : video_->flush(error)) {
-      file_->writeVideo(videoTrack_, sample.data.data(), sample.data.size(), sample.time,
-                        sample.sync);
-    }
-    if (!error.empty()) fail(error);
   }
   // The last picture lasts one nominal frame; the others last until the next one.
   const auto lastDuration =

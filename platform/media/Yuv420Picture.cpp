@@ -26,10 +26,11 @@ Yuv420Picture::Yuv420Picture(int width, int height)
       height_(height & ~1),
       planes_{std::vector<std::uint8_t>(static_cast<std::size_t>(width_) * height_),
               std::vector<std::uint8_t>(static_cast<std::size_t>(width_ / 2) * (height_ / 2)),
-              std::vector<std::uint8_t>(static_cast<std::size_t>(width_ / 2) * (height_ / 2))},
-      rgb_(static_cast<std::size_t>(width_) * height_ * 3) {}
+              std::vector<std::uint8_t>(static_cast<std::size_t>(width_ / 2) * (height_ / 2))} {}
 
 void Yuv420Picture::fill(const std::uint8_t* bgra, int width, int height, int rowStride) {
+  if (width == width_ && height == height_) return convert(bgra, rowStride, 4);
+  rgb_.resize(static_cast<std::size_t>(width_) * height_ * 3);
   // Each target pixel averages the source pixels its area covers (at least one), in 16.16
   // fixed point on each axis; equal sizes copy pixel for pixel.
   const auto xSpan = [&](int x) {
@@ -59,25 +60,38 @@ void Yuv420Picture::fill(const std::uint8_t* bgra, int width, int height, int ro
       out[x * 3 + 2] = static_cast<std::uint8_t>((b + count / 2) / count);
     }
   }
-  std::uint8_t* luminance = planes_[0].data();
-  for (std::size_t i = 0, n = static_cast<std::size_t>(width_) * height_; i < n; ++i) {
-    luminance[i] = luma(rgb_[i * 3], rgb_[i * 3 + 1], rgb_[i * 3 + 2]);
+  convert(rgb_.data(), width_ * 3, 3, true);
+}
+
+void Yuv420Picture::convert(const std::uint8_t* pixels, int rowStride, int pixelBytes, bool rgb) {
+  // R, G, B of pixel x in a row: B, G, R, A pixels in memory order, or R, G, B ones.
+  const int r = rgb ? 0 : 2, b = rgb ? 2 : 0;
+  for (int y = 0; y < height_; ++y) {
+    const std::uint8_t* row = pixels + static_cast<std::ptrdiff_t>(y) * rowStride;
+    std::uint8_t* out = &planes_[0][static_cast<std::size_t>(y) * width_];
+    for (int x = 0; x < width_; ++x) {
+      const std::uint8_t* p = row + x * pixelBytes;
+      out[x] = luma(p[r], p[1], p[b]);
+    }
   }
   // Colour at half resolution: the mean of each 2 x 2 block.
   const int half = width_ / 2;
   for (int y = 0; y < height_ / 2; ++y) {
+    const std::uint8_t* top = pixels + static_cast<std::ptrdiff_t>(y * 2) * rowStride;
+    const std::uint8_t* bottom = top + rowStride;
     for (int x = 0; x < half; ++x) {
       int sum[3] = {0, 0, 0};
-      for (int dy = 0; dy < 2; ++dy) {
+      for (const std::uint8_t* line : {top, bottom}) {
         for (int dx = 0; dx < 2; ++dx) {
-          const std::uint8_t* p =
-              &rgb_[(static_cast<std::size_t>(y * 2 + dy) * width_ + x * 2 + dx) * 3];
-          for (int c = 0; c < 3; ++c) sum[c] += p[c];
+          const std::uint8_t* p = line + (x * 2 + dx) * pixelBytes;
+          sum[0] += p[r];
+          sum[1] += p[1];
+          sum[2] += p[b];
         }
       }
-      const int r = (sum[0] + 2) / 4, g = (sum[1] + 2) / 4, b = (sum[2] + 2) / 4;
-      planes_[1][static_cast<std::size_t>(y) * half + x] = blueDifference(r, g, b);
-      planes_[2][static_cast<std::size_t>(y) * half + x] = redDifference(r, g, b);
+      const int red = (sum[0] + 2) / 4, green = (sum[1] + 2) / 4, blue = (sum[2] + 2) / 4;
+      planes_[1][static_cast<std::size_t>(y) * half + x] = blueDifference(red, green, blue);
+      planes_[2][static_cast<std::size_t>(y) * half + x] = redDifference(red, green, blue);
     }
   }
 }

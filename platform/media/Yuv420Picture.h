@@ -20,10 +20,14 @@ class Yuv420Picture {
   int stride(int index) const { return index == 0 ? width_ : width_ / 2; }
 
  private:
+  // Fills the planes from pixels at the picture's own size: 4-byte B, G, R, A or 3-byte R, G, B.
+  void convert(const std::uint8_t* pixels, int rowStride, int pixelBytes, bool rgb = false);
+
   const int width_;
   const int height_;
   std::vector<std::uint8_t> planes_[3];
-  // The picture in full-range R, G, B at its own size, before the matrix; reused between frames.
+  // A picture of another size, scaled to R, G, B at this one's before the matrix; kept between
+  // frames.
   std::vector<std::uint8_t> rgb_;
 };
 

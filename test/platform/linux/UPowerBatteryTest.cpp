@@ -80,10 +80,12 @@ class UPowerDeviceTest : public ::testing::Test {
                     kDisplayDevice, 1, property, type, value);
   }
   // Runs the main queue until the device answers state, the watcher posting from its thread.
-  bool reaches(const LinuxDevice& device, BatteryState state) {
+  // The getters answer from the bus thread's latest reading at once, and the change reaches the
+  // observers through the main queue just after: wait for both.
+  bool reaches(const LinuxDevice& device, BatteryState state, std::size_t changesHeard) {
     return PrivateBus::eventually([&] {
       queue->runUntilIdle();
-      return device.batteryState() == state;
+      return device.batteryState() == state && heard.size() >= changesHeard;
     });
   }
 
@@ -107,7 +109,7 @@ TEST_F(UPowerDeviceTest, DisplayDeviceAndItsSignalsReachTheMainQueueOnlyWhileMon
   EXPECT_TRUE(queue->pendingDelays().empty()) << "UPower answers: no polling";
 
   ASSERT_TRUE(setDisplayDevice("State", "u", kDischarging));
-  ASSERT_TRUE(reaches(*device, BatteryState::unplugged)) << "the cable's removal never arrived";
+  ASSERT_TRUE(reaches(*device, BatteryState::unplugged, 1)) << "the cable's removal never arrived";
   EXPECT_EQ(heard, std::vector<BatteryChange>{BatteryChange::state});
   ASSERT_TRUE(setDisplayDevice("Percentage", "d", 41.0));
   ASSERT_TRUE(PrivateBus::eventually([&] {
@@ -133,14 +135,14 @@ TEST_F(UPowerDeviceTest, PowerSuppliesAnswerWhileUPowerIsAwayAndEachSwitchIsHear
   EXPECT_EQ(queue->pendingDelays(), std::vector<double>{LinuxDevice::kBatteryPollSeconds});
 
   ASSERT_TRUE(startUPower(kCharging, 42.0));
-  ASSERT_TRUE(reaches(*device, BatteryState::charging)) << "UPower's arrival was not followed";
+  ASSERT_TRUE(reaches(*device, BatteryState::charging, 2)) << "UPower's arrival was not followed";
   EXPECT_FLOAT_EQ(device->batteryLevel(), 0.42f);
   EXPECT_TRUE(queue->pendingDelays().empty()) << "polling goes on beside UPower";
 
   heard.clear();
   setSupply("Full", 100);
   ASSERT_TRUE(bus.stopMock(kUPower));
-  ASSERT_TRUE(reaches(*device, BatteryState::full)) << "UPower's departure was not followed";
+  ASSERT_TRUE(reaches(*device, BatteryState::full, 2)) << "UPower's departure was not followed";
   EXPECT_EQ(heard, (std::vector<BatteryChange>{BatteryChange::state, BatteryChange::level}));
   // Polling is back.
   setSupply("Charging", 90);
