@@ -271,5 +271,59 @@ TEST_F(WayOutWalk, EveryScreenInEveryStateWithAnyFailingPortLetsThePersonFinishA
   }
 }
 
+// The run's own screens too: the start, the identifiers, the end, the retry alert. Whatever fails,
+// a person who never cancels reaches the host's answer, and it is not the cancelled one.
+TEST_F(WayOutWalk, EveryRunWithAnyFailingPortReachesTheHostsAnswerWithoutCancelling) {
+  for (const Failure& failure : kFailures) {
+    SCOPED_TRACE(failure.name);
+    SdkFixture::SetUp();
+    WordLists::restoreHeardWords();
+    env.setAssetsHost(server.address());
+    env.device->battery = BatteryState::unplugged;
+    failure.apply(env);
+    hostWithNavigation();
+    start();
+    std::string path;
+    for (int move = 0; move < 40 && outcome->calls == 0; ++move) {
+      env.queue->advance(10.0);
+      waitUntil([&] { return !covered(); });
+      auto shown =
+          navigation()
+              ? std::dynamic_pointer_cast<AlertController>(navigation()->presentedViewController())
+              : nullptr;
+      if (shown) {  // the last choice goes on: "Try later", or the only button
+        shown->performAction(shown->actions().size() - 1);
+        settle();
+        continue;
+      }
+      if (covered()) continue;
+      const std::string name = topInterface();
+      path += name + " ";
+      if (name == "StartViewController") {
+        press("uiBtNext_TouchUpInside");
+      } else if (name == "IMEIViewController") {
+        top()->textFieldDidChange("uiTfIMEI", kValidIMEI);
+        press("uiBtNext_TouchUpInside");
+      } else if (name == "TestsFinishedViewController") {
+        press("uiBtDone_TouchUpInside");
+      } else {
+        screen = std::dynamic_pointer_cast<TestViewController>(top());
+        ASSERT_TRUE(screen) << "an unknown screen: " << name;
+        closeAlerts();
+        const char* way = nullptr;
+        for (const char* button :
+             {"uiBtCouldntCompleteTest", "uiBtVideoReviewCouldntComplete", "uiBtNext"}) {
+          if (!way && offered(button)) way = button;
+        }
+        ASSERT_TRUE(way) << "a dead end on " << name << "\n" << screen->snapshot().dump();
+        ASSERT_TRUE(tap(way));
+      }
+    }
+    ASSERT_EQ(outcome->calls, 1) << "no answer for the host after " << path;
+    EXPECT_NE(outcome->response.value_or(Dictionary{}).value("status_code", 0), 301) << path;
+    screen.reset();
+  }
+}
+
 }  // namespace
 }  // namespace quorvel::testing
