@@ -152,9 +152,11 @@ QImage QuorvelImageProvider::requestImage(const QString& id, QSize* size,
     QMutexLocker lock(&library_->mutex);
     image = library_->bitmaps.value(rest);
   }
+  // Pictures larger than their place shrink to it (a film's thumbnail, a photo); none grows, which
+  // would only cost memory. A bitmap's pixels stay sharp blocks.
   if (!image.isNull() && requestedSize.width() > 0 && requestedSize.height() > 0 &&
-      kind != "asset") {
-    // A bitmap's pixels stay sharp blocks.
+      kind != "asset" &&
+      (image.width() > requestedSize.width() || image.height() > requestedSize.height())) {
     image = image.scaled(requestedSize, Qt::KeepAspectRatio,
                          kind == "bitmap" ? Qt::FastTransformation : Qt::SmoothTransformation);
   }

@@ -27,8 +27,10 @@ Outlet {
         Image {
             anchors.fill: parent
             source: outlet.o && typeof outlet.o.image === "string" ? outlet.o.image : ""
-            sourceSize.width: Math.max(1, Math.round(width * 2))
-            sourceSize.height: Math.max(1, Math.round(height * 2))
+            // Rendered for the screen's pixels, not more: larger costs memory, smaller blurs.
+            readonly property real density: Math.max(1, Screen.devicePixelRatio)
+            sourceSize.width: Math.max(1, Math.round(width * density))
+            sourceSize.height: Math.max(1, Math.round(height * density))
             fillMode: Image.PreserveAspectFit
             opacity: button.down ? 0.7 : 1
         }

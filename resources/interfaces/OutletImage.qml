@@ -17,8 +17,10 @@ Outlet {
         anchors.fill: parent
         source: outlet.o && typeof outlet.o.image === "string" ? outlet.o.image : ""
         readonly property bool bitmap: outlet.o ? outlet.o.bitmap === true : false
-        sourceSize.width: bitmap ? 0 : Math.max(1, Math.round(width * 2))
-        sourceSize.height: bitmap ? 0 : Math.max(1, Math.round(height * 2))
+        // Rendered for the screen's pixels, not more: larger costs memory, smaller blurs.
+        readonly property real density: Math.max(1, Screen.devicePixelRatio)
+        sourceSize.width: bitmap ? 0 : Math.max(1, Math.round(width * density))
+        sourceSize.height: bitmap ? 0 : Math.max(1, Math.round(height * density))
         fillMode: Image.PreserveAspectFit
         smooth: !bitmap
         mipmap: false

@@ -4,6 +4,7 @@
 // (ScreensRenderTest, RunChromeTest).
 #include <gtest/gtest.h>
 
+#include <QBuffer>
 #include <QColor>
 #include <QSignalSpy>
 
@@ -107,6 +108,32 @@ TEST_F(ViewControllerBridgeTest, ARefreshSetsOnlyTheValuesThatChanged) {
   bridge->refresh();
   EXPECT_EQ(next.changed(), "enabled image tintColor");
   EXPECT_EQ(value("uiBtNext", "image").toString(), "image://quorvel/asset/photo?tint=ffff0000");
+}
+
+// Pictures shrink to their place but never grow past their own size, which would only cost
+// memory; bitmaps keep sharp blocks.
+TEST_F(ViewControllerBridgeTest, ImagesShrinkToTheirPlaceButNeverGrow) {
+  QImage photo(400, 200, QImage::Format_RGB32);
+  photo.fill(Qt::red);
+  QByteArray png;
+  QBuffer buffer(&png);
+  buffer.open(QIODevice::WriteOnly);
+  photo.save(&buffer, "PNG");
+  const QString source = images.sourceFor(
+      Image::encoded(std::vector<std::uint8_t>(png.begin(), png.end())), std::nullopt);
+  const QString id = source.mid(QString("image://quorvel/").size());
+  QSize size;
+  EXPECT_EQ(images.requestImage(id, &size, QSize(1600, 1600)).size(), QSize(400, 200));
+  EXPECT_EQ(images.requestImage(id, &size, QSize(100, 100)).size(), QSize(100, 50));
+  EXPECT_EQ(size, QSize(100, 50));
+
+  // A 2 x 1 bitmap, black and white, halved to its requested 1 x 1 stays one of its own values.
+  const QString code = images.sourceFor(Image::bitmap(2, 1, {0, 255}), std::nullopt)
+                           .mid(QString("image://quorvel/").size());
+  EXPECT_EQ(images.requestImage(code, &size, QSize(0, 0)).size(), QSize(2, 1));
+  const QImage small = images.requestImage(code, &size, QSize(1, 1));
+  ASSERT_EQ(small.size(), QSize(1, 1));
+  EXPECT_TRUE(qGray(small.pixel(0, 0)) == 0 || qGray(small.pixel(0, 0)) == 255);
 }
 
 }  // namespace
