@@ -10,6 +10,8 @@
 #include <memory>
 #include <vector>
 
+#include "media/IsoMovieReader.h"
+
 namespace quorvel {
 
 namespace {
@@ -37,29 +39,6 @@ std::uint64_t be64(const std::uint8_t* p) {
 
 void put32(std::uint8_t* p, std::uint32_t v) {
   for (int i = 0; i < 4; ++i) p[i] = static_cast<std::uint8_t>(v >> (24 - 8 * i));
-}
-
-// The file's top-level boxes, or nothing when it is not a box structure.
-std::optional<std::vector<Box>> topLevelBoxes(std::FILE* file, std::uint64_t fileSize) {
-  std::vector<Box> boxes;
-  for (std::uint64_t at = 0; at < fileSize;) {
-    std::uint8_t header[16];
-    if (fileSize - at < 8 || fseeko(file, static_cast<off_t>(at), SEEK_SET) != 0 ||
-        std::fread(header, 1, 8, file) != 8) {
-      return std::nullopt;
-    }
-    Box box{std::string(reinterpret_cast<char*>(header + 4), 4), at, be32(header), 0};
-    if (box.size == 1) {
-      if (std::fread(header + 8, 1, 8, file) != 8) return std::nullopt;
-      box.size = be64(header + 8);
-    } else if (box.size == 0) {
-      box.size = fileSize - at;  // to the end of the file
-    }
-    if (box.size < 8 || box.size > fileSize - at) return std::nullopt;
-    boxes.push_back(box);
-    at += box.size;
-  }
-  return boxes;
 }
 
 // Moves every chunk offset in the boxes of data[from, to) by where its box went; false when one
@@ -114,14 +93,22 @@ std::optional<std::string> writeIndexFirst(const std::string& from, const std::s
   std::error_code failure;
   const std::uint64_t fileSize = std::filesystem::file_size(from, failure);
   if (failure) return "cannot read " + from + ": " + failure.message();
-  auto boxes = topLevelBoxes(input.get(), fileSize);
-  if (!boxes) return from + " is not a movie (not a QuickTime or MPEG-4 file)";
+  const auto read = [file = input.get()](std::uint64_t offset, std::size_t n, std::uint8_t* into) {
+    return fseeko(file, static_cast<off_t>(offset), SEEK_SET) == 0 &&
+           std::fread(into, 1, n, file) == n;
+  };
+  bool whole = false;
+  std::vector<Box> boxes;
+  for (const auto& box : IsoMovieReader::topLevelBoxes(read, fileSize, &whole)) {
+    boxes.push_back({box.type, box.start, box.size, 0});
+  }
+  if (!whole) return from + " is not a movie (not a QuickTime or MPEG-4 file)";
 
   // The copy: the brand's file type, the index, then every other box but padding, in order.
   const std::vector<std::uint8_t> fileType = IsoMovieFile::fileType(brand);
   const Box* index = nullptr;
   std::vector<Box> kept;
-  for (const Box& box : *boxes) {
+  for (const Box& box : boxes) {
     if (box.type == "moov") {
       if (index != nullptr) return from + " has two indexes";
       index = &box;

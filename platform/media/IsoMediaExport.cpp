@@ -6,6 +6,7 @@
 #include <system_error>
 #include <thread>
 
+#include "media/AreaScale.h"
 #include "media/H264Decoder.h"
 #include "media/IsoIndexFirst.h"
 #include "media/IsoMovieReader.h"
@@ -25,33 +26,6 @@ std::optional<std::string> remux(const std::string& moviePath, const std::string
   std::error_code failure;
   if (!fs::is_regular_file(moviePath, failure)) return "there is no movie at " + moviePath;
   return writeIndexFirst(moviePath, mp4Path, IsoMovieFile::Brand::mpeg4);
-}
-
-// R, G, B rows scaled to width x height, each pixel the mean of the ones its area covers.
-std::vector<std::uint8_t> scaled(const H264Decoder::Picture& picture, int width, int height) {
-  std::vector<std::uint8_t> out(static_cast<std::size_t>(width) * height * 3);
-  for (int y = 0; y < height; ++y) {
-    const int top = y * picture.height / height;
-    const int bottom = std::max(top + 1, (y + 1) * picture.height / height);
-    for (int x = 0; x < width; ++x) {
-      const int left = x * picture.width / width;
-      const int right = std::max(left + 1, (x + 1) * picture.width / width);
-      unsigned sum[3] = {0, 0, 0};
-      for (int sy = top; sy < bottom; ++sy) {
-        for (int sx = left; sx < right; ++sx) {
-          const std::uint8_t* p =
-              &picture.rgb[(static_cast<std::size_t>(sy) * picture.width + sx) * 3];
-          for (int c = 0; c < 3; ++c) sum[c] += p[c];
-        }
-      }
-      const auto count = static_cast<unsigned>((bottom - top) * (right - left));
-      for (int c = 0; c < 3; ++c) {
-        out[(static_cast<std::size_t>(y) * width + x) * 3 + c] =
-            static_cast<std::uint8_t>((sum[c] + count / 2) / count);
-      }
-    }
-  }
-  return out;
 }
 
 // R, G, B rows turned clockwise by quarter turns.
@@ -117,7 +91,10 @@ std::optional<Image> IsoMediaExport::thumbnail(const std::string& moviePath) {
   const double scale = std::min(1.0, double(kLongSide) / std::max(picture->width, picture->height));
   int width = std::max(1, static_cast<int>(std::lround(picture->width * scale)));
   int height = std::max(1, static_cast<int>(std::lround(picture->height * scale)));
-  auto rgb = turned(scaled(*picture, width, height), width, height, video->quarterTurns);
+  std::vector<std::uint8_t> rgb(static_cast<std::size_t>(width) * height * 3);
+  scaleToRgb(picture->rgb.data(), picture->width, picture->height, picture->width * 3, 3, false,
+             width, height, rgb.data());
+  rgb = turned(rgb, width, height, video->quarterTurns);
   auto png = PngWriter::encode(rgb, width, height);
   if (!png) return std::nullopt;
   return Image::encoded(std::move(*png));

@@ -283,32 +283,42 @@ std::optional<IsoMovieReader> IsoMovieReader::open(const std::vector<std::uint8_
   return open(source, bytes.size(), error);
 }
 
+std::vector<IsoMovieReader::Box> IsoMovieReader::topLevelBoxes(const Source& source,
+                                                               std::uint64_t size, bool* whole) {
+  std::vector<Box> boxes;
+  if (whole) *whole = false;
+  std::uint64_t at = 0;
+  for (; at + 8 <= size; at += boxes.back().size) {
+    std::uint8_t header[16];
+    if (!source(at, 8, header)) return boxes;
+    Box box{std::string(reinterpret_cast<char*>(header + 4), 4), at, 0, 8};
+    Cursor fields(header, 4);
+    box.size = fields.u32();
+    if (box.size == 1) {
+      if (!source(at + 8, 8, header + 8)) return boxes;
+      Cursor wide(header + 8, 8);
+      box.size = wide.u64();
+      box.header = 16;
+    } else if (box.size == 0) {
+      box.size = size - at;  // to the end of the file
+    }
+    if (box.size < box.header || box.size > size - at) return boxes;
+    boxes.push_back(box);
+  }
+  if (whole) *whole = at == size;
+  return boxes;
+}
+
 std::optional<IsoMovieReader> IsoMovieReader::open(Source source, std::uint64_t size,
                                                    std::string& error) {
   // The top-level boxes, to the index.
   std::vector<std::uint8_t> index;
-  for (std::uint64_t at = 0; at + 8 <= size;) {
-    std::uint8_t header[16];
-    if (!source(at, 8, header)) break;
-    std::uint64_t boxSize = std::uint64_t{header[0]} << 24 | std::uint64_t{header[1]} << 16 |
-                            std::uint64_t{header[2]} << 8 | header[3];
-    std::uint64_t headerSize = 8;
-    if (boxSize == 1) {
-      if (!source(at + 8, 8, header + 8)) break;
-      boxSize = 0;
-      for (int i = 8; i < 16; ++i) boxSize = boxSize << 8 | header[i];
-      headerSize = 16;
-    } else if (boxSize == 0) {
-      boxSize = size - at;
-    }
-    if (boxSize < headerSize || boxSize > size - at) break;
-    if (std::memcmp(header + 4, "moov", 4) == 0) {
-      if (boxSize - headerSize > kLargestIndex) break;
-      index.resize(static_cast<std::size_t>(boxSize - headerSize));
-      if (!source(at + headerSize, index.size(), index.data())) index.clear();
-      break;
-    }
-    at += boxSize;
+  for (const Box& box : topLevelBoxes(source, size)) {
+    if (box.type != "moov") continue;
+    if (box.size - box.header > kLargestIndex) break;
+    index.resize(static_cast<std::size_t>(box.size - box.header));
+    if (!source(box.start + box.header, index.size(), index.data())) index.clear();
+    break;
   }
   if (index.empty()) {
     error = "not a movie: no QuickTime or MPEG-4 index";

@@ -36,6 +36,17 @@ class IsoMovieReader {
   // Reads `size` bytes at `offset` into `into`; false past the end or on failure.
   using Source = std::function<bool(std::uint64_t offset, std::size_t size, std::uint8_t* into)>;
 
+  struct Box {
+    std::string type;
+    std::uint64_t start = 0;   // of its header
+    std::uint64_t size = 0;    // header included
+    std::uint64_t header = 8;  // 16 with a 64-bit size
+  };
+  // The top-level boxes of `size` bytes, in order, up to the first malformed one; *whole tells
+  // whether there was none.
+  static std::vector<Box> topLevelBoxes(const Source& source, std::uint64_t size,
+                                        bool* whole = nullptr);
+
   // Nothing, with error set, when the file is not a movie with an index.
   static std::optional<IsoMovieReader> open(const std::string& path, std::string& error);
   // The same over bytes in memory, which must outlive the reader.

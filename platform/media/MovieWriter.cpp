@@ -42,10 +42,6 @@ struct Sound {
   std::vector<std::int16_t> samples;
 };
 
-bool endsWith(const std::string& text, const std::string& end) {
-  return text.size() >= end.size() && text.compare(text.size() - end.size(), end.size(), end) == 0;
-}
-
 class IsoMovieWriter final : public MovieWriter {
  public:
   explicit IsoMovieWriter(const Options& options)
@@ -106,7 +102,7 @@ class IsoMovieWriter final : public MovieWriter {
 
 std::optional<std::string> IsoMovieWriter::open(const std::string& path) {
   path_ = path;
-  const bool recording = endsWith(path, ".m4a");
+  const bool recording = path.ends_with(".m4a");
   const bool picture = options_.width != 0 || options_.height != 0;
   if (recording ? picture || options_.audioSampleRate <= 0
                 : options_.width < 2 || options_.height < 2 || !(options_.framesPerSecond > 0)) {

@@ -2,6 +2,8 @@
 
 #include <algorithm>
 
+#include "media/AreaScale.h"
+
 namespace quorvel {
 
 namespace {
@@ -30,36 +32,9 @@ Yuv420Picture::Yuv420Picture(int width, int height)
 
 void Yuv420Picture::fill(const std::uint8_t* bgra, int width, int height, int rowStride) {
   if (width == width_ && height == height_) return convert(bgra, rowStride, 4);
+  // Another size is scaled to this one's first, then converted.
   rgb_.resize(static_cast<std::size_t>(width_) * height_ * 3);
-  // Each target pixel averages the source pixels its area covers (at least one), in 16.16
-  // fixed point on each axis; equal sizes copy pixel for pixel.
-  const auto xSpan = [&](int x) {
-    const int from = static_cast<int>(static_cast<std::int64_t>(x) * width / width_);
-    const int to = static_cast<int>(static_cast<std::int64_t>(x + 1) * width / width_);
-    return std::pair{from, std::max(to, from + 1)};
-  };
-  for (int y = 0; y < height_; ++y) {
-    const int top = static_cast<int>(static_cast<std::int64_t>(y) * height / height_);
-    const int bottom =
-        std::max(top + 1, static_cast<int>(static_cast<std::int64_t>(y + 1) * height / height_));
-    std::uint8_t* out = &rgb_[static_cast<std::size_t>(y) * width_ * 3];
-    for (int x = 0; x < width_; ++x) {
-      const auto [left, right] = xSpan(x);
-      unsigned b = 0, g = 0, r = 0;
-      for (int sy = top; sy < bottom; ++sy) {
-        const std::uint8_t* p = bgra + static_cast<std::ptrdiff_t>(sy) * rowStride + left * 4;
-        for (int sx = left; sx < right; ++sx, p += 4) {
-          b += p[0];
-          g += p[1];
-          r += p[2];
-        }
-      }
-      const unsigned count = static_cast<unsigned>((bottom - top) * (right - left));
-      out[x * 3] = static_cast<std::uint8_t>((r + count / 2) / count);
-      out[x * 3 + 1] = static_cast<std::uint8_t>((g + count / 2) / count);
-      out[x * 3 + 2] = static_cast<std::uint8_t>((b + count / 2) / count);
-    }
-  }
+  scaleToRgb(bgra, width, height, rowStride, 4, true, width_, height_, rgb_.data());
   convert(rgb_.data(), width_ * 3, 3, true);
 }
 
