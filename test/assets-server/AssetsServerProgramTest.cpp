@@ -7,8 +7,10 @@
 #include <csignal>
 #include <cstdio>
 #include <string>
+#include <utility>
 #include <vector>
 
+#include "quorvel/Version.h"
 #include "support/TemporaryTree.h"
 
 namespace quorvel {
@@ -32,14 +34,33 @@ class AssetsServerProgram : public ::testing::Test {
   testing::TemporaryTree tree{"quorvel-assets-program"};
 };
 
+TEST_F(AssetsServerProgram, HelpAndVersionGoToStandardOutputAndExitWithZero) {
+  const std::vector<std::pair<std::string, std::string>> cases = {
+      {"--help", "usage: quorvel-assets-server"},
+      {"--port 0 --version", std::string("quorvel-assets-server ") + QuorvelVersionString + "\n"},
+  };
+  for (const auto& [arguments, expected] : cases) {
+    std::FILE* pipe = popen((program + " " + arguments + " 2>/dev/null").c_str(), "r");
+    std::string output = readAll(pipe);
+    EXPECT_TRUE(exitedWith(pclose(pipe), 0)) << arguments;
+    EXPECT_TRUE(output.starts_with(expected)) << arguments << ": " << output;
+  }
+}
+
 TEST_F(AssetsServerProgram, BadFlagsPrintTheReasonAndUsageAndExitWithTwo) {
   const std::string storage = (tree.path() / "s").string();
+  // No key: were a flag below let through, the program would still stop instead of serving.
+  const std::string keyless = " --storage " + storage;
   struct Case {
     std::string arguments, reason;
   };
   const std::vector<Case> cases = {
       {"--port 70000 --storage " + storage + " --api-key k", "'70000'"},
       {"--port 0 --storage " + storage, "--api-key is required"},
+      {"--port 0" + keyless + " --bogus", "unknown option '--bogus'"},
+      {"--port 0 --port 1" + keyless, "--port given twice"},
+      {"--port 0" + keyless + " --max-bytes 0", "--max-bytes needs a positive number, not '0'"},
+      {keyless + " --port", "--port needs a value"},
   };
   for (const auto& c : cases) {
     std::FILE* pipe = popen((program + " " + c.arguments + " 2>&1 >/dev/null").c_str(), "r");

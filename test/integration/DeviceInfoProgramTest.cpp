@@ -8,8 +8,10 @@
 #include <fstream>
 #include <sstream>
 #include <string>
+#include <utility>
 
 #include "quorvel/Dictionary.h"
+#include "quorvel/Version.h"
 #include "support/PrivateBus.h"
 
 namespace quorvel {
@@ -112,15 +114,33 @@ TEST_F(DeviceInfoProgram, BatteryAndCarriersComeFromTheSystemBusServices) {
   EXPECT_TRUE(record["timestamp"].is_string()) << record["timestamp"];
 }
 
+TEST_F(DeviceInfoProgram, HelpAndVersionGoToStandardOutputAndExitWithZero) {
+  Outcome help = run("--help");
+  EXPECT_EQ(help.exitCode, 0);
+  EXPECT_TRUE(help.out.starts_with("usage: quorvel-device-info")) << help.out;
+  Outcome version = run("--version");
+  EXPECT_EQ(version.exitCode, 0);
+  EXPECT_EQ(version.out, std::string("quorvel-device-info ") + QuorvelVersionString + "\n");
+}
+
 TEST_F(DeviceInfoProgram, BadArgumentsExitWithTwo) {
   Outcome invalid = run("--serial '  '");
   EXPECT_EQ(invalid.exitCode, 2);
   EXPECT_EQ(invalid.json(),
             Dictionary::parse(R"({"status_code": 407, "message": "Invalid Serial Number"})"));
-  Outcome unknown = run("--bogus");
-  EXPECT_EQ(unknown.exitCode, 2);
-  EXPECT_EQ(unknown.out, "");
-  EXPECT_NE(unknown.err.find("usage: quorvel-device-info"), std::string::npos) << unknown.err;
+  // Flags the program refuses itself: the reason, then the usage, and nothing on standard output.
+  const std::pair<std::string, std::string> refused[] = {
+      {"--bogus", "unknown option '--bogus'"},
+      {"--imei 490154203237518 --imei 490154203237518", "--imei given twice"},
+      {"--serial", "--serial needs a value"},
+  };
+  for (const auto& [arguments, reason] : refused) {
+    Outcome outcome = run(arguments);
+    EXPECT_EQ(outcome.exitCode, 2) << arguments;
+    EXPECT_EQ(outcome.out, "") << arguments;
+    EXPECT_TRUE(outcome.err.starts_with("quorvel-device-info: " + reason + "\n")) << outcome.err;
+    EXPECT_NE(outcome.err.find("usage: quorvel-device-info"), std::string::npos) << outcome.err;
+  }
 }
 
 }  // namespace
