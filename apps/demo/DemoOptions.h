@@ -1,5 +1,6 @@
 #pragma once
 
+#include <QStringList>
 #include <optional>
 #include <string>
 #include <variant>
@@ -23,15 +24,16 @@ struct DemoOptions {
   std::string imei;
   std::string serial;
   std::optional<std::string> screenshots;
-  // Shows this test screen alone instead of the host page.
-  std::optional<std::string> screen;
   // Films the window in a virtual mirror when the machine has no camera (the autopilot always
   // does).
   bool mirrorCamera = false;
+  // Leaves the libraries' own messages (sound servers, Qt) on standard error.
+  bool verbose = false;
   bool help = false;
+  bool version = false;
 
-  // The options, or a message saying what is wrong with args.
-  static std::variant<DemoOptions, std::string> parse(const std::vector<std::string>& args);
+  // The options, or a message saying what is wrong with arguments (without the program name).
+  static std::variant<DemoOptions, std::string> parse(const QStringList& arguments);
   static const char* usage();
   // "a,b,,c" as {"a", "b", "c"}: a list given in one text field or flag.
   static std::vector<std::string> splitList(const std::string& text);

@@ -13,8 +13,9 @@ constexpr int kSettleMilliseconds = 400;
 
 }  // namespace
 
-ScreenRecorder::ScreenRecorder(QuickFrontEnd& frontEnd, QString directory, QObject* parent)
-    : QObject(parent), frontEnd_(frontEnd), directory_(std::move(directory)) {
+ScreenRecorder::ScreenRecorder(QuickFrontEnd& frontEnd, QString directory, std::FILE* messages,
+                               QObject* parent)
+    : QObject(parent), frontEnd_(frontEnd), directory_(std::move(directory)), messages_(messages) {
   QDir().mkpath(directory_);
 }
 
@@ -23,7 +24,7 @@ bool ScreenRecorder::capture(const QString& label) {
       QDir(directory_).filePath(QString("%1-%2.png").arg(++count_, 2, 10, QChar('0')).arg(label));
   const QImage image = frontEnd_.window()->grabWindow();
   if (image.isNull() || !image.save(path)) {
-    std::fprintf(stderr, "quorvel-demo: could not save the screenshot %s\n", qPrintable(path));
+    std::fprintf(messages_, "quorvel-demo: could not save the screenshot %s\n", qPrintable(path));
     return false;
   }
   return true;

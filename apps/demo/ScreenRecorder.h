@@ -2,6 +2,7 @@
 
 #include <QObject>
 #include <QString>
+#include <cstdio>
 
 #include "quorvel/quick/QuickFrontEnd.h"
 
@@ -13,7 +14,9 @@ class ScreenRecorder : public QObject {
 
  public:
   // Creates directory if needed; an unwritable one is reported on the first capture.
-  ScreenRecorder(QuickFrontEnd& frontEnd, QString directory, QObject* parent = nullptr);
+  // Problems are told on messages.
+  ScreenRecorder(QuickFrontEnd& frontEnd, QString directory, std::FILE* messages,
+                 QObject* parent = nullptr);
 
   // Saves the window now; false (with a message on standard error) when it cannot be written.
   bool capture(const QString& label);
@@ -23,6 +26,7 @@ class ScreenRecorder : public QObject {
  private:
   QuickFrontEnd& frontEnd_;
   QString directory_;
+  std::FILE* messages_;
   int count_ = 0;
 };
 

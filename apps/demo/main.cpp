@@ -1,31 +1,27 @@
-// quorvel-demo: a host application that embeds the SDK. Its page sets what a host sets and starts
-// a run; after the run it shows the completion response, which it also prints as one JSON line.
+// quorvel-demo: a host application that embeds the SDK through its public API alone. Its page
+// sets what a host sets and starts a run; after the run it shows the completion response, which it
+// also prints as one JSON line. --autopilot drives the run unattended through the virtual devices.
+#include <fcntl.h>
+#include <unistd.h>
+
 #include <QCameraDevice>
 #include <QGuiApplication>
 #include <QMediaDevices>
 #include <QTimer>
 #include <cstdio>
 #include <iostream>
+#include <memory>
 
-#include "Autopilot.h"
 #include "DemoOptions.h"
 #include "HostPageViewController.h"
 #include "ResultPageViewController.h"
-#include "ScreenHost.h"
 #include "ScreenRecorder.h"
-#include "backend/AssetUploaderWebService.h"
-#include "device/DeviceInfoHelper.h"
+#include "quorvel/Version.h"
 #include "quorvel/platform/HostBundle.h"
-#include "quorvel/platform/TrackedAudioSession.h"
 #include "quorvel/quick/QuickFrontEnd.h"
 #include "quorvel/ui/NavigationController.h"
-#include "quorvel/virtual/VirtualAudioRecorder.h"
+#include "quorvel/virtual/Autopilot.h"
 #include "quorvel/virtual/VirtualMirrorCamera.h"
-#include "quorvel/virtual/VirtualPerson.h"
-#include "quorvel/virtual/VirtualSpeaker.h"
-#include "quorvel/virtual/VirtualVibrator.h"
-#include "run/ScreenTable.h"
-#include "support/JsonText.h"
 
 using namespace quorvel;
 using namespace quorvel::demo;
@@ -48,38 +44,32 @@ Dictionary hostInformation(const DemoOptions& options) {
   return info;
 }
 
-// What a screen shown alone reads of its "run": the demo's settings, and the only place in the
-// header.
-ScreenContext aloneContext(const DemoOptions& options) {
-  ScreenContext context;
-  context.language =
-      options.language == 1 ? SupportedLanguage::portuguese : SupportedLanguage::english;
-  context.header = {0, 1};
-  if (!options.apiKey.empty()) {
-    context.uploader = std::make_shared<AssetUploaderWebService>(
-        Environment::production, options.appID, options.apiKey, options.strictUploads);
-  }
-  DeviceIdentifiers ids;
-  if (!options.imei.empty()) ids.imei = options.imei;
-  if (!options.serial.empty()) ids.serialNumber = options.serial;
-  context.deviceInfoSHA256 = jsonDigest(DeviceInfoHelper::getDeviceInfo(ids));
-  context.imei = options.imei;
-  return context;
-}
-
-void printResult(const std::optional<Dictionary>& value) {
-  std::cout << (value ? value->dump(-1, ' ', false, Dictionary::error_handler_t::replace) : "null")
-            << std::endl;
-}
-
 bool hasDisplay() {
   return qEnvironmentVariableIsSet("DISPLAY") || qEnvironmentVariableIsSet("WAYLAND_DISPLAY");
+}
+
+// The demo's own messages. Without --verbose the libraries' chatter (ALSA and OpenAL on a
+// machine without a sound card, Qt's warnings) is dropped: standard error then shows only these.
+std::FILE* messages = stderr;
+
+void keepOnlyOwnMessages() {
+  const int own = dup(STDERR_FILENO);
+  const int null = open("/dev/null", O_WRONLY);
+  if (own < 0 || null < 0) return;
+  dup2(null, STDERR_FILENO);
+  close(null);
+  if (std::FILE* stream = fdopen(own, "w")) {
+    setvbuf(stream, nullptr, _IONBF, 0);
+    messages = stream;
+  }
 }
 
 }  // namespace
 
 int main(int argc, char** argv) {
-  auto parsed = DemoOptions::parse(std::vector<std::string>(argv + 1, argv + argc));
+  QStringList arguments;
+  for (int i = 1; i < argc; ++i) arguments << QString::fromLocal8Bit(argv[i]);
+  auto parsed = DemoOptions::parse(arguments);
   if (auto* error = std::get_if<std::string>(&parsed)) {
     std::fprintf(stderr, "quorvel-demo: %s\n%s", error->c_str(), DemoOptions::usage());
     return 2;
@@ -87,6 +77,10 @@ int main(int argc, char** argv) {
   const DemoOptions options = std::get<DemoOptions>(parsed);
   if (options.help) {
     std::fputs(DemoOptions::usage(), stdout);
+    return 0;
+  }
+  if (options.version) {
+    std::printf("quorvel-demo %s\n", quorvel::QuorvelVersionString);
     return 0;
   }
   // Without a display, only the unattended run makes sense, and it runs offscreen.
@@ -97,80 +91,39 @@ int main(int argc, char** argv) {
     }
     qputenv("QT_QPA_PLATFORM", "offscreen");
   }
+  if (!options.verbose) keepOnlyOwnMessages();
 
   QGuiApplication application(argc, argv);
+  application.setApplicationName("quorvel-demo");
+  application.setApplicationVersion(quorvel::QuorvelVersionString);
+  // The screen test films the device; without a camera it cannot pass.
+  if (!options.autopilot && !options.mirrorCamera && QMediaDevices::videoInputs().isEmpty()) {
+    std::fprintf(messages,
+                 "quorvel-demo: this machine has no camera, so the screen test cannot film; "
+                 "--mirror-camera films the window as a mirror would\n");
+  }
+
   QuickFrontEnd frontEnd;
   frontEnd.addInterfaceLocation(QUrl("qrc:/demo/"));
-  // The mirror camera films the window as a mirror in front of the device shows it, and hears
-  // in its room what the speaker plays. It gets the window once the window exists.
+  // A person filming the window in a mirror, on a machine without a camera.
   std::shared_ptr<VirtualMirrorCamera> mirror;
-  auto room = std::make_shared<VirtualRoom>();
-  if (options.autopilot || options.mirrorCamera) {
-    mirror = std::make_shared<VirtualMirrorCamera>(nullptr, room);
+  if (options.mirrorCamera && !options.autopilot) {
+    mirror = std::make_shared<VirtualMirrorCamera>(nullptr, std::make_shared<VirtualRoom>());
     frontEnd.useCamera(mirror, mirror);
   }
-  // The unattended run presses virtual volume keys: they move a volume of their own, never the
-  // machine's.
-  if (options.autopilot) frontEnd.useAudioSession(std::make_shared<TrackedAudioSession>());
   Platform platform = frontEnd.platform();
-  // The person in the room hears the speaker and speaks to the virtual microphone.
-  std::shared_ptr<VirtualPerson> person;
-  if (mirror) {
-    person = std::make_shared<VirtualPerson>(room);
-    auto speaker = std::make_shared<VirtualSpeaker>(platform.audioPlayer, room);
-    speaker->setListener([person](const std::string& assetName) { person->hear(assetName); });
-    platform.audioPlayer = speaker;
-    platform.audioRecorder = std::make_shared<VirtualAudioRecorder>(room, platform.mainQueue);
-  }
   platform.hostBundle = std::make_shared<StaticHostBundle>(hostInformation(options));
-  // The unattended run counts the vibrations it is given (the machine still gives its own).
-  std::shared_ptr<VirtualVibrator> vibrator;
-  if (options.autopilot) {
-    vibrator = std::make_shared<VirtualVibrator>(quorvel::platform().feedback);
-    platform.feedback = vibrator;
-  }
-  // The unattended run plugs a charger that it can reach; a person plugs the real one.
-  std::shared_ptr<VirtualChargerDevice> charger;
-  if (options.autopilot) {
-    charger = std::make_shared<VirtualChargerDevice>(platform.device, platform.mainQueue);
-    platform.device = charger;
-  }
   installPlatform(platform);
 
   int exitCode = 1;
   auto navigation = NavigationController::make();
   std::weak_ptr<NavigationController> weakNavigation = navigation;
-  std::shared_ptr<ScreenHost> screenHost;
-  std::shared_ptr<ViewController> firstScreen;
-  if (options.screen) {
-    const bool filmed = options.screen->rfind("device_front_video", 0) == 0;
-    if (filmed && !mirror && QMediaDevices::videoInputs().isEmpty()) {
-      std::fprintf(stderr,
-                   "quorvel-demo: %s films the screen, and this machine has no camera; "
-                   "--mirror-camera (or --autopilot) films the window as a mirror would\n",
-                   options.screen->c_str());
-      return 2;
-    }
-    if (filmed && options.apiKey.empty()) {
-      std::fprintf(stderr, "quorvel-demo: no --api-key: the recording cannot be uploaded\n");
-    }
-    screenHost = std::make_shared<ScreenHost>([&exitCode, &application](const Dictionary& result) {
-      printResult(result.is_null() ? std::nullopt : std::optional<Dictionary>(result));
-      exitCode = ScreenHost::succeeded(result) ? 0 : 1;
-      // Leave once the screen's report has returned.
-      quorvel::platform().mainQueue->async(
-          [&application, &exitCode] { application.exit(exitCode); });
-    });
-    firstScreen = ScreenTable().makeScreen(*options.screen, aloneContext(options), screenHost);
-    if (!firstScreen) {
-      std::fprintf(stderr, "quorvel-demo: %s has no screen in this build\n",
-                   options.screen->c_str());
-      return 2;
-    }
-  }
   auto hostPage = std::make_shared<HostPageViewController>(
       options, [&exitCode, weakNavigation](const std::optional<Dictionary>& response) {
-        printResult(response);
+        std::cout << (response
+                          ? response->dump(-1, ' ', false, Dictionary::error_handler_t::replace)
+                          : "null")
+                  << std::endl;
         exitCode = response && response->value("status_code", 0) == 200 ? 0 : 1;
         // The SDK gives the navigation back after its completion returns; show the result
         // once it has.
@@ -180,7 +133,7 @@ int main(int argc, char** argv) {
           }
         });
       });
-  navigation->setViewControllers({firstScreen ? firstScreen : hostPage}, false);
+  navigation->setViewControllers({hostPage}, false);
   navigation->setNavigationBarHidden(true, false);
   frontEnd.coreWindow()->setRootViewController(navigation);
   frontEnd.show(QSize(390, 844));
@@ -188,32 +141,38 @@ int main(int argc, char** argv) {
 
   std::unique_ptr<ScreenRecorder> recorder;
   if (options.screenshots) {
-    recorder =
-        std::make_unique<ScreenRecorder>(frontEnd, QString::fromStdString(*options.screenshots));
+    recorder = std::make_unique<ScreenRecorder>(
+        frontEnd, QString::fromStdString(*options.screenshots), messages);
     if (!options.autopilot) recorder->captureAutomatically();
   }
 
   std::unique_ptr<Autopilot> autopilot;
-  VirtualVolumeKeys volumeKeys(frontEnd.window(), platform.volumeEvents, platform.audioSession);
-  VirtualTouchScreen touchScreen(frontEnd.window());
-  VirtualKeyboard keyboard(frontEnd.window());
   if (options.autopilot) {
-    autopilot = std::make_unique<Autopilot>(
-        frontEnd, Autopilot::Devices{charger, &volumeKeys, &touchScreen, &keyboard, person},
-        options.imei.empty() ? "490154203237518" : options.imei, recorder.get());
-    // A run ends on the host's result page; a screen alone ends with its report.
-    QObject::connect(autopilot.get(), &Autopilot::arrived, &application,
-                     [&] { application.exit(exitCode); });
+    Autopilot::Options pilot;
+    if (!options.imei.empty()) pilot.imei = options.imei;
+    if (recorder) pilot.capture = [&recorder](const QString& label) { recorder->capture(label); };
+    // The host's own pages: the start button once, and the run ends on the result page.
+    pilot.hostScreen = [&](const QString& screen) {
+      if (screen == "HostPageViewController") {
+        autopilot->tap("uiBtStart");
+        return true;
+      }
+      if (screen == "ResultPageViewController") {
+        application.exit(exitCode);
+        return true;
+      }
+      return false;
+    };
+    autopilot = std::make_unique<Autopilot>(frontEnd, pilot);
     QObject::connect(autopilot.get(), &Autopilot::stuck, &application, [&](const QString& what) {
-      std::fprintf(stderr, "quorvel-demo: the autopilot is stuck: %s\n", qPrintable(what));
+      std::fprintf(messages, "quorvel-demo: the autopilot is stuck: %s\n", qPrintable(what));
       application.exit(3);
     });
-    QTimer::singleShot(0, autopilot.get(), &Autopilot::start);
   }
   const int code = application.exec();
   // Only the screens that vibrate (the first video test) have something to say here.
-  if (vibrator && vibrator->vibrations() > 0) {
-    std::fprintf(stderr, "quorvel-demo: the device vibrated %d times\n", vibrator->vibrations());
+  if (autopilot && autopilot->vibrations() > 0) {
+    std::fprintf(messages, "quorvel-demo: the device vibrated %d times\n", autopilot->vibrations());
   }
-  return options.autopilot || options.screen ? code : exitCode;
+  return options.autopilot ? code : exitCode;
 }

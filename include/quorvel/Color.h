@@ -4,10 +4,12 @@
 #include <string>
 #include <string_view>
 
+#include "quorvel/Export.h"
+
 namespace quorvel {
 
 // An sRGB colour with components in 0...1.
-struct Color {
+struct QUORVEL_EXPORT Color {
   double red = 0;
   double green = 0;
   double blue = 0;

@@ -6,6 +6,7 @@
 #include <vector>
 
 #include "quorvel/Color.h"
+#include "quorvel/Export.h"
 #include "quorvel/Image.h"
 
 namespace quorvel {
@@ -18,12 +19,12 @@ enum class BorderType : int {
 };
 
 // BorderType from its raw value; no value outside 0...2.
-std::optional<BorderType> makeBorderType(int rawValue);
+QUORVEL_EXPORT std::optional<BorderType> makeBorderType(int rawValue);
 
 // The corner radius that a button of the given height gets with this border type.
-double cornerRadius(BorderType type, double buttonHeight);
+QUORVEL_EXPORT double cornerRadius(BorderType type, double buttonHeight);
 
-struct ButtonsStyle {
+struct QUORVEL_EXPORT ButtonsStyle {
   BorderType borderType = BorderType::capsule;
   std::optional<Color> backgroundColor;
   Color foregroundColor = Color::white();
@@ -34,7 +35,7 @@ struct ButtonsStyle {
 };
 
 // Overrides of one screen's texts, images and colours, keyed by ScreenCustomizationKeys.
-class CustomizableScreen {
+class QUORVEL_EXPORT CustomizableScreen {
  public:
   CustomizableScreen(std::string screenType,
                      std::optional<std::map<std::string, std::string>> copyStrings = std::nullopt,
@@ -59,7 +60,7 @@ class CustomizableScreen {
 // The host's appearance settings for a run. Defaults derive from the theme colour, read once when
 // the object is created: QuorvelSDK::shared().themeColor with alpha forced to 1, else RGB
 // 11/123/251.
-class Customization {
+class QUORVEL_EXPORT Customization {
  public:
   Customization();
 

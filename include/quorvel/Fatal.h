@@ -2,10 +2,12 @@
 
 #include <string_view>
 
+#include "quorvel/Export.h"
+
 namespace quorvel {
 
 // Logs a programming error (to the system log and standard error) and aborts.
-[[noreturn]] void fatalError(const char* file, int line, std::string_view message);
+[[noreturn]] QUORVEL_EXPORT void fatalError(const char* file, int line, std::string_view message);
 
 }  // namespace quorvel
 

@@ -4,11 +4,13 @@
 #include <string>
 #include <vector>
 
+#include "quorvel/Export.h"
+
 namespace quorvel {
 
 // An image: a named asset of the SDK's resources, a file on disk, encoded bytes (PNG, JPEG) such
 // as a photo chosen in the image picker, or a grey bitmap made by the SDK (a QR code).
-struct Image {
+struct QUORVEL_EXPORT Image {
   enum class Kind { asset, file, encoded, bitmap };
 
   Kind kind = Kind::asset;

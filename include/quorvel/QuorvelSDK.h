@@ -10,6 +10,7 @@
 #include "quorvel/Customization.h"
 #include "quorvel/Dictionary.h"
 #include "quorvel/Environment.h"
+#include "quorvel/Export.h"
 #include "quorvel/Localization.h"
 #include "quorvel/Version.h"
 
@@ -21,7 +22,7 @@ class RunController;
 // queue; the SDK takes over the navigation, runs the screens, gives the navigation back and calls
 // completion exactly once: synchronously, before performTests returns, for an argument error, and
 // on the main queue for every other outcome.
-class QuorvelSDK {
+class QUORVEL_EXPORT QuorvelSDK {
  public:
   static QuorvelSDK& shared();
 

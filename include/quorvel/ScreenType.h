@@ -2,11 +2,13 @@
 
 #include <string>
 
+#include "quorvel/Export.h"
+
 namespace quorvel {
 
 // The identifiers of the SDK's tests and screens. Hosts name tests with them in testsToPerform and
 // screens with them in CustomizableScreen::screenType.
-struct ScreenType {
+struct QUORVEL_EXPORT ScreenType {
   inline static const std::string test = "test";
   inline static const std::string start_screen = "start_screen";
   inline static const std::string imei_screen = "imei_screen";

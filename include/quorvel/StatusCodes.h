@@ -2,10 +2,12 @@
 
 #include <string>
 
+#include "quorvel/Export.h"
+
 namespace quorvel {
 
 // Outcome codes that the host's completion handler receives, and their texts.
-struct StatusCodes {
+struct QUORVEL_EXPORT StatusCodes {
   static constexpr int testFinished = 200;
   static constexpr int cancelledByUser = 301;
   static constexpr int invalidAppID = 401;

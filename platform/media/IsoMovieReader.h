@@ -6,12 +6,14 @@
 #include <string>
 #include <vector>
 
+#include "quorvel/Export.h"
+
 namespace quorvel {
 
 // Reads the tracks of an ISO base media file (QuickTime .mov, MPEG-4 .mp4 / .m4a): what each holds
 // and where its samples are, from the index alone, so that a movie's first picture or a
 // recording's sound can be decoded without reading the rest.
-class IsoMovieReader {
+class QUORVEL_EXPORT IsoMovieReader {
  public:
   struct Track {
     std::string handler;  // "vide", "soun" ...

@@ -5,6 +5,8 @@
 #include <optional>
 #include <string>
 
+#include "quorvel/Export.h"
+
 namespace quorvel {
 
 // Writes a QuickTime movie (.mov) with an H.264 picture and, when asked, an AAC sound track, as a
@@ -12,7 +14,7 @@ namespace quorvel {
 // index first so that it plays while it downloads). Frames and sound are handed over with their
 // moments; the encoding runs on the writer's own thread behind a short queue, so whoever films or
 // records (the GUI thread) never waits for the encoder and memory stays bounded.
-class MovieWriter {
+class QUORVEL_EXPORT MovieWriter {
  public:
   struct Options {
     // The movie's picture size; frames of another size are scaled to it. 0 x 0 for a sound

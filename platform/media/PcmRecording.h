@@ -8,6 +8,7 @@
 #include <optional>
 #include <string>
 
+#include "quorvel/Export.h"
 #include "quorvel/platform/AudioRecorder.h"
 #include "quorvel/platform/MainQueue.h"
 
@@ -18,7 +19,7 @@ class MovieWriter;
 // A recording fed with 16-bit PCM by whatever captures the sound (a sound card, a virtual
 // microphone) and written as an AAC .m4a at the recorder's settings. finished runs once on the
 // main queue: true after stop() with a complete file, false when writing or capturing failed.
-class PcmRecording : public AudioRecording {
+class QUORVEL_EXPORT PcmRecording : public AudioRecording {
  public:
   using Finished = std::function<void(bool successfully)>;
 

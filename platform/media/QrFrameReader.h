@@ -10,6 +10,7 @@
 #include <utility>
 #include <vector>
 
+#include "quorvel/Export.h"
 #include "quorvel/platform/MainQueue.h"
 
 namespace quorvel {
@@ -18,7 +19,7 @@ namespace quorvel {
 // offered while one is being read is dropped, so reading never falls behind the camera and never
 // piles frames up. The codes of each frame that has some go to codesRead on the main queue, never
 // after stop(). Cameras of any toolkit use it; each turns its frames into grey pixels.
-class QrFrameReader {
+class QUORVEL_EXPORT QrFrameReader {
  public:
   using CodesRead = std::function<void(const std::vector<std::string>& codes)>;
 

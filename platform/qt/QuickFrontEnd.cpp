@@ -242,19 +242,22 @@ void QuickFrontEnd::sync() {
            displayed_[common].lock() == stack[common]) {
       ++common;
     }
-    if (common == displayed_.size() && stack.size() == common + 1) {
+    const std::size_t before = displayed_.size();
+    stackChanged = common != before || common != stack.size();
+    // The view settles an unanimated change while it is being told of it: the new stack must be
+    // the displayed one by then.
+    displayed_.assign(stack.begin(), stack.end());
+    if (common == before && stack.size() == common + 1) {
       emit pushScreen(bridgeFor(stack.back()), animated);
-    } else if (common == stack.size() && common > 0 && common < displayed_.size()) {
+    } else if (common == stack.size() && common > 0 && common < before) {
       emit popScreens(static_cast<int>(common), animated);
-    } else if (common != displayed_.size() || common != stack.size()) {
+    } else if (stackChanged) {
       QVariantList screens;
       for (const auto& controller : stack) {
         screens.append(QVariant::fromValue(bridgeFor(controller)));
       }
       emit resetScreens(screens, animated);
     }
-    stackChanged = common != displayed_.size() || common != stack.size();
-    displayed_.assign(stack.begin(), stack.end());
   }
 
   ViewControllerBridge* alert = presented ? bridgeFor(presented) : nullptr;

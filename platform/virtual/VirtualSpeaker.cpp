@@ -2,8 +2,10 @@
 
 #include <QFile>
 #include <QTimer>
+#include <algorithm>
 
-#include "media/SoundDecoder.h"
+#include "media/IsoMovieReader.h"
+#include "media/WaveDecoder.h"
 #include "quorvel/Fatal.h"
 
 namespace quorvel {
@@ -18,10 +20,28 @@ VirtualSpeaker::Samples VirtualSpeaker::assetSamples(const std::string& assetNam
   QFile file(QStringLiteral(":/Quorvel/sounds/%1.wav").arg(QString::fromStdString(assetName)));
   if (!file.open(QIODevice::ReadOnly)) return nullptr;
   const QByteArray bytes = file.readAll();
-  auto decoded = SoundDecoder::decode(std::vector<std::uint8_t>(bytes.begin(), bytes.end()),
-                                      VirtualRoom::kSampleRate);
+  auto decoded = WaveDecoder::decode(std::vector<std::uint8_t>(bytes.begin(), bytes.end()),
+                                     VirtualRoom::kSampleRate);
   if (!decoded) return nullptr;
   return std::make_shared<const std::vector<std::int16_t>>(std::move(*decoded));
+}
+
+VirtualSpeaker::Samples VirtualSpeaker::fileSamples(const std::string& path) {
+  if (auto decoded = WaveDecoder::decodeFile(path, VirtualRoom::kSampleRate)) {
+    return std::make_shared<const std::vector<std::int16_t>>(std::move(*decoded));
+  }
+  // A recording (AAC in a movie file) keeps its time in the room, in silence: the only AAC
+  // decoder at hand, FAAD2, is GPL and would bind every program that links these devices.
+  std::string error;
+  auto movie = IsoMovieReader::open(path, error);
+  const IsoMovieReader::Track* track = movie ? movie->first("soun") : nullptr;
+  if (track == nullptr || track->timescale == 0) return nullptr;
+  constexpr std::uint64_t kAacFrame = 1024;
+  const std::uint64_t coded = track->sizes.size() * kAacFrame;
+  const std::uint64_t length =
+      track->played > 0 ? track->played : coded - std::min(coded, track->skipped);
+  return std::make_shared<const std::vector<std::int16_t>>(
+      static_cast<std::size_t>(length * VirtualRoom::kSampleRate / track->timescale), 0);
 }
 
 void VirtualSpeaker::playAsset(const std::string& assetName,
@@ -35,11 +55,7 @@ void VirtualSpeaker::playAsset(const std::string& assetName,
 
 void VirtualSpeaker::playFile(const std::string& path,
                               std::function<void(bool successfully)> finished) {
-  Samples samples;
-  if (auto decoded = SoundDecoder::decodeFile(path, VirtualRoom::kSampleRate)) {
-    samples = std::make_shared<const std::vector<std::int16_t>>(std::move(*decoded));
-  }
-  speaker_->playFile(path, sound(samples, std::move(finished)));
+  speaker_->playFile(path, sound(fileSamples(path), std::move(finished)));
 }
 
 void VirtualSpeaker::stop() {

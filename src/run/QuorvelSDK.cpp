@@ -1,5 +1,6 @@
 #include "quorvel/QuorvelSDK.h"
 
+#include "run/RunAccess.h"
 #include "run/RunController.h"
 #include "support/MainQueueCheck.h"
 
@@ -11,7 +12,19 @@ QuorvelSDK& QuorvelSDK::shared() {
   return *instance;
 }
 
-QuorvelSDK::QuorvelSDK() : run_(std::make_shared<RunController>(*this)) {}
+namespace {
+
+std::weak_ptr<RunController> sharedRun;
+
+}  // namespace
+
+QuorvelSDK::QuorvelSDK() : run_(std::make_shared<RunController>(*this)) { sharedRun = run_; }
+
+bool cancelRunInProgress() {
+  checkOnMainQueue("cancelRunInProgress");
+  auto run = sharedRun.lock();
+  return run && run->cancelByHost();
+}
 
 void QuorvelSDK::performTests(const std::string& appID, const std::string& apiKey,
                               std::optional<std::vector<std::string>> testsToPerform,

@@ -322,6 +322,14 @@ void RunController::cancelTests(std::optional<Dictionary> response) {
   logLine("Cancel Tests function finished");
 }
 
+bool RunController::cancelByHost() {
+  if (!testsCompletionHandler_) return false;
+  logLine("The host cancelled the run");
+  if (loadingView_) loadingView_->fadeOutAndRemove(0.1);
+  cancelTests();
+  return true;
+}
+
 void RunController::giveNavigationBack() {
   if (!navigationController_) return;
   auto navigation = navigationController_;

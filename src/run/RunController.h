@@ -51,6 +51,10 @@ class RunController : public std::enable_shared_from_this<RunController>,
                     std::shared_ptr<Customization> customization, Completion completion);
   std::optional<Dictionary> getDeviceInfo(std::optional<std::string> imei,
                                           std::optional<std::string> serialNumber);
+  // The host ends the run in progress as the person's cancel does (301, the navigation given
+  // back), at any step, the results' upload included: a late answer to it is dropped. False when
+  // no run is in progress.
+  bool cancelByHost();
 
   // What a screen made now reads of the run; key places it in the header.
   ScreenContext screenContext(const std::string& key) const;

@@ -10,9 +10,8 @@
 
 #include "AssetsServer.h"
 #include "media/QrCodeReader.h"
-#include "media/SoundDecoder.h"
 #include "quorvel/Dictionary.h"
-#include "quorvel/virtual/VirtualSpeaker.h"
+#include "quorvel/Version.h"
 #include "support/MovieProbe.h"
 #include "support/TemporaryTree.h"
 
@@ -95,6 +94,8 @@ TEST_F(DemoProgram, AutopilotCompletesADefaultRunAgainstTheAssetsServer) {
   const QString screenshots = QString::fromStdString((tree.path() / "shots").string());
   const Finished run = autopilot({"--screenshots", screenshots});
   ASSERT_EQ(run.exitCode, 0) << run.err;
+  // The answer is the output: the libraries' own chatter (no sound card here) stays out of it.
+  EXPECT_EQ(run.err, "");
 
   // One JSON line: the completion response, with the stored results document's address.
   ASSERT_EQ(std::count(run.out.begin(), run.out.end(), '\n'), 1) << run.out;
@@ -141,17 +142,6 @@ TEST_F(DemoProgram, AutopilotCompletesADefaultRunAgainstTheAssetsServer) {
   EXPECT_EQ(shots.join(" ").toStdString(), expected.join(" ").toStdString());
 }
 
-TEST_F(DemoProgram, FirstVideoTestReadsItsStartCodeBackFromTheMirror) {
-  const Finished run = autopilot({"--screen", "device_front_video_v1"});
-  ASSERT_EQ(run.exitCode, 0) << run.err;
-  const Dictionary result = Dictionary::parse(run.out);
-  EXPECT_EQ(result["success"], true);
-  EXPECT_EQ(result["version"], "1");
-  EXPECT_EQ(result["start_qr_code"].get<std::string>().rfind("start;", 0), 0u);
-  // The start code and the end code were each felt as they were read.
-  EXPECT_NE(run.err.find("the device vibrated 2 times"), std::string::npos) << run.err;
-}
-
 TEST_F(DemoProgram, StrictUploadsTurnAWrongKeyIntoAFailedRun) {
   // The server refuses the key with 401 and an error object: a lenient run reports it stored, a
   // strict one shows the failure alert, whose last answer (try later) the autopilot takes.
@@ -171,11 +161,9 @@ TEST_F(DemoProgram, BadFlagsExplainAndExitWithTwo) {
   const std::vector<std::pair<QStringList, std::string>> cases = {
       {{"--language", "fr"}, "--language must be en or pt"},
       {{"--assets-host", "ftp://x"}, "--assets-host must be an http:// or https:// URL"},
-      {{"--app-id"}, "--app-id needs a value"},
-      {{"--frobnicate"}, "unknown option \"--frobnicate\""},
-      // A screen the build lacks and a film without a camera end at once, saying why.
-      {{"--screen", "device_front_video_v3"}, "no test screen \"device_front_video_v3\""},
-      {{"--screen", "device_front_video_v2"}, "has no camera"},
+      {{"--app-id"}, "Missing value after '--app-id'"},
+      {{"--frobnicate"}, "Unknown option 'frobnicate'"},
+      {{"--imei", "1", "--imei", "2"}, "--imei given twice"},
       // Without a display only the unattended run can work.
       {{}, "no display; use --autopilot"}};
   for (const auto& [arguments, reason] : cases) {
@@ -184,84 +172,10 @@ TEST_F(DemoProgram, BadFlagsExplainAndExitWithTwo) {
     EXPECT_NE(run.err.find(reason), std::string::npos)
         << arguments.join(' ').toStdString() << run.err;
   }
-}
-
-// Loudness every 50 ms.
-std::vector<double> envelope(const std::vector<std::int16_t>& samples, int rate) {
-  std::vector<double> levels;
-  for (double at = 0; at + 0.05 <= static_cast<double>(samples.size()) / rate; at += 0.05) {
-    levels.push_back(loudness(samples, rate, at, at + 0.05));
-  }
-  return levels;
-}
-
-// How well b follows a (Pearson) at the best shift of b's start within half a second.
-double followsBest(const std::vector<double>& a, const std::vector<double>& b) {
-  double best = -1;
-  for (std::size_t shift = 0; shift <= 10 && shift < b.size(); ++shift) {
-    const std::size_t n = std::min(a.size(), b.size() - shift);
-    double ma = 0, mb = 0;
-    for (std::size_t i = 0; i < n; ++i) ma += a[i], mb += b[i + shift];
-    ma /= n, mb /= n;
-    double ab = 0, aa = 0, bb = 0;
-    for (std::size_t i = 0; i < n; ++i) {
-      ab += (a[i] - ma) * (b[i + shift] - mb);
-      aa += (a[i] - ma) * (a[i] - ma);
-      bb += (b[i + shift] - mb) * (b[i + shift] - mb);
-    }
-    if (aa > 0 && bb > 0) best = std::max(best, ab / std::sqrt(aa * bb));
-  }
-  return best;
-}
-
-TEST_F(DemoProgram, SoundScreensPassAloneWithRealSoundInBothLanguages) {
-  const auto clip = VirtualSpeaker::assetSamples("testfile");
-  ASSERT_TRUE(clip);
-  for (const char* language : {"en", "pt"}) {
-    const auto& words =
-        language == std::string("en")
-            ? std::vector<std::string>{"computer", "dog", "paper", "purple", "table"}
-            : std::vector<std::string>{"cadeira", "computador", "livro", "mesa", "telefone"};
-    for (const char* key :
-         {"loudspeaker_v1", "earspeaker_v1", "speaker_recording_v1", "read_text_v1"}) {
-      const QString shots =
-          QString::fromStdString((tree.path() / (std::string(key) + language)).string());
-      const Finished run =
-          autopilot({"--screen", key, "--language", language, "--screenshots", shots});
-      ASSERT_EQ(run.exitCode, 0) << key << " " << language << "\n" << run.err;
-      const Dictionary result = Dictionary::parse(run.out);
-      ASSERT_EQ(result["success"], true) << result.dump();
-      const std::string heardOrShown = result.value("audio_word", result.value("text", ""));
-      if (!heardOrShown.empty()) {
-        EXPECT_NE(std::find(words.begin(), words.end(), heardOrShown), words.end()) << key;
-      }
-      if (result.contains("audio_word")) {
-        EXPECT_EQ(result["input_word"], heardOrShown);
-        // The autopilot's slip (the plural) was refused with the alert before the word passed.
-        EXPECT_FALSE(QDir(shots).entryList({"*-Alert.png"}).isEmpty()) << key << " no alert";
-      }
-      if (!result.contains("url")) continue;
-      const std::string recording = stored(result["url"]).string();
-      // A real recording: AAC, 12,000 Hz, one channel, of what was played or said.
-      const auto movie = probeMovie(recording);
-      ASSERT_TRUE(movie && movie->first("aac")) << key;
-      EXPECT_EQ(movie->first("aac")->sampleRate, 12000);
-      const auto heard = SoundDecoder::decodeFile(recording, 12000);
-      ASSERT_TRUE(heard);
-      if (std::string(key) == "speaker_recording_v1") {
-        const double expected = static_cast<double>(clip->size()) / VirtualRoom::kSampleRate;
-        EXPECT_NEAR(movie->first("aac")->seconds, expected, expected * 0.1);
-        const auto played = SoundDecoder::decodeFile(recording, VirtualRoom::kSampleRate);
-        EXPECT_GT(followsBest(envelope(*clip, VirtualRoom::kSampleRate),
-                              envelope(*played, VirtualRoom::kSampleRate)),
-                  0.8)
-            << "the recording does not follow the clip";
-      } else {
-        const auto levels = envelope(*heard, 12000);
-        EXPECT_GT(*std::max_element(levels.begin(), levels.end()), 0.05) << "a silent recording";
-      }
-    }
-  }
+  // Asked for its version, it answers at once, even without a display.
+  const Finished version = runDemo({"--version"}, false);
+  EXPECT_EQ(version.exitCode, 0);
+  EXPECT_EQ(version.out, "quorvel-demo " + std::string(QuorvelVersionString) + "\n");
 }
 
 }  // namespace

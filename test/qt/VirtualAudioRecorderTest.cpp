@@ -3,11 +3,11 @@
 #include <QTest>
 #include <cmath>
 
-#include "media/SoundDecoder.h"
 #include "platform/contracts/AudioRecorderContract.h"
 #include "qt/QtMainQueue.h"
 #include "quorvel/virtual/VirtualAudioRecorder.h"
 #include "support/MovieProbe.h"
+#include "support/SoundDecoder.h"
 
 namespace quorvel::testing {
 namespace {

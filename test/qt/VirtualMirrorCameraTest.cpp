@@ -4,13 +4,13 @@
 #include <QTest>
 
 #include "PictureWindow.h"
-#include "media/SoundDecoder.h"
 #include "qt/QtMainQueue.h"
 #include "quorvel/platform/Platform.h"
 #include "quorvel/quick/QuickFrontEnd.h"
 #include "quorvel/virtual/VirtualMirrorCamera.h"
 #include "quorvel/virtual/VirtualSpeaker.h"
 #include "support/MovieProbe.h"
+#include "support/SoundDecoder.h"
 #include "support/TemporaryTree.h"
 
 namespace quorvel::testing {

@@ -3,10 +3,12 @@
 #include <functional>
 #include <string>
 
+#include "quorvel/Export.h"
+
 namespace quorvel {
 
 // Plays a sound: a data asset of the SDK's bundle by name ("beep", "testfile" ...) or a file.
-class AudioPlayer {
+class QUORVEL_EXPORT AudioPlayer {
  public:
   virtual ~AudioPlayer() = default;
 

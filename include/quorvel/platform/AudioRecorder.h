@@ -4,10 +4,12 @@
 #include <memory>
 #include <string>
 
+#include "quorvel/Export.h"
+
 namespace quorvel {
 
 // A recording under way. It ends when stopped, when it fails, or when released.
-class AudioRecording {
+class QUORVEL_EXPORT AudioRecording {
  public:
   virtual ~AudioRecording() = default;
   // Ends the recording and completes its file; stopping twice does nothing.
@@ -18,7 +20,7 @@ class AudioRecording {
 };
 
 // Records the microphone into an AAC file (.m4a).
-class AudioRecorder {
+class QUORVEL_EXPORT AudioRecorder {
  public:
   struct Settings {
     int sampleRate = 12000;

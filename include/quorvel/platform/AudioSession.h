@@ -4,6 +4,7 @@
 #include <optional>
 #include <string>
 
+#include "quorvel/Export.h"
 #include "quorvel/platform/Subscription.h"
 
 namespace quorvel {
@@ -12,7 +13,7 @@ namespace quorvel {
 // recording tests set.
 enum class AudioCategory { playback, playAndRecord };
 enum class AudioMode { standard };
-struct AudioCategoryOptions {
+struct QUORVEL_EXPORT AudioCategoryOptions {
   // Play-and-record sound goes to the earpiece unless this sends it to the loudspeaker.
   bool defaultToSpeaker = false;
 };
@@ -21,7 +22,7 @@ enum class AudioRoute { loudspeaker, earpiece };
 
 // The application's shared audio session: what its sound is for and where it goes, whether it is
 // active, and the system's output volume with change observation.
-class AudioSession {
+class QUORVEL_EXPORT AudioSession {
  public:
   virtual ~AudioSession() = default;
 

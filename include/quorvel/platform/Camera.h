@@ -6,10 +6,12 @@
 #include <string>
 #include <vector>
 
+#include "quorvel/Export.h"
+
 namespace quorvel {
 
 // A running session of the front camera. It ends when stopped or released.
-class CameraSession {
+class QUORVEL_EXPORT CameraSession {
  public:
   virtual ~CameraSession() = default;
 
@@ -27,7 +29,7 @@ class CameraSession {
 
 // The front camera. One session runs at a time: starting one ends the one before. "No camera" is
 // an answer (a null session), never a placeholder picture.
-class Camera {
+class QUORVEL_EXPORT Camera {
  public:
   virtual ~Camera() = default;
 

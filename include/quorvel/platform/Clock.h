@@ -2,10 +2,12 @@
 
 #include <chrono>
 
+#include "quorvel/Export.h"
+
 namespace quorvel {
 
 // Wall-clock time and the local offset from UTC, for timestamps.
-class Clock {
+class QUORVEL_EXPORT Clock {
  public:
   using TimePoint = std::chrono::system_clock::time_point;
 

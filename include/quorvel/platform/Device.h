@@ -6,6 +6,7 @@
 #include <utility>
 #include <vector>
 
+#include "quorvel/Export.h"
 #include "quorvel/platform/ObserverList.h"
 
 namespace quorvel {
@@ -35,7 +36,7 @@ inline constexpr int unknown = -1;
 }  // namespace ThermalState
 
 // One cellular subscription's provider. Empty strings mean "not reported".
-struct Carrier {
+struct QUORVEL_EXPORT Carrier {
   std::string carrierName;
   bool allowsVOIP = false;
   std::string isoCountryCode;
@@ -45,7 +46,7 @@ struct Carrier {
 
 // What the device itself reports: identity, system, process, memory, storage, power, carriers.
 // Strings that the system does not report are empty.
-class Device {
+class QUORVEL_EXPORT Device {
  public:
   virtual ~Device() = default;
 

@@ -4,12 +4,13 @@
 #include <string>
 
 #include "quorvel/Dictionary.h"
+#include "quorvel/Export.h"
 
 namespace quorvel {
 
 // The host application's information dictionary ("NSCameraUsageDescription",
 // "NSMicrophoneUsageDescription", "CFBundleShortVersionString", "CFBundleVersion" ...).
-class HostBundle {
+class QUORVEL_EXPORT HostBundle {
  public:
   virtual ~HostBundle() = default;
   virtual Dictionary infoDictionary() const = 0;
@@ -26,7 +27,7 @@ class HostBundle {
 };
 
 // A host bundle that answers a fixed dictionary.
-class StaticHostBundle : public HostBundle {
+class QUORVEL_EXPORT StaticHostBundle : public HostBundle {
  public:
   explicit StaticHostBundle(Dictionary info = Dictionary::object()) : info_(std::move(info)) {}
   Dictionary infoDictionary() const override { return info_; }

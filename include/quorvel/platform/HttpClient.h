@@ -9,18 +9,20 @@
 #include <utility>
 #include <vector>
 
+#include "quorvel/Export.h"
+
 namespace quorvel {
 
 // A file streamed as part of a request body: exactly `size` bytes from its start. A file that
 // holds fewer bytes when they are read fails the request instead of sending a short body.
-struct HttpFileContent {
+struct QUORVEL_EXPORT HttpFileContent {
   std::string path;
   std::uint64_t size = 0;
 };
 
 // A request whose body is prefix + content + suffix, where the content is held in memory or
 // streamed from a file, so a large file is never loaded whole.
-struct HttpRequest {
+struct QUORVEL_EXPORT HttpRequest {
   std::string method = "POST";
   std::string url;
   std::vector<std::pair<std::string, std::string>> headers;
@@ -36,7 +38,7 @@ struct HttpRequest {
   }
 };
 
-struct HttpResponse {
+struct QUORVEL_EXPORT HttpResponse {
   int statusCode = 0;
   std::vector<std::uint8_t> body;  // empty when the server sent none
 };
@@ -46,7 +48,7 @@ struct HttpResponse {
 using HttpCompletion =
     std::function<void(std::optional<HttpResponse> response, std::optional<std::string> error)>;
 
-class HttpTask {
+class QUORVEL_EXPORT HttpTask {
  public:
   virtual ~HttpTask() = default;
   // Stops the request promptly; its completion then reports an error unless it already ran.
@@ -56,7 +58,7 @@ class HttpTask {
 // Sends requests in the background. Completions run on the client's own thread, never on the
 // main queue: callers hop to the main queue before touching shared state. A redirect is an answer
 // like any other (never followed); a compressed answer's body arrives decoded.
-class HttpClient {
+class QUORVEL_EXPORT HttpClient {
  public:
   virtual ~HttpClient() = default;
   virtual std::shared_ptr<HttpTask> send(HttpRequest request, HttpCompletion completion) = 0;

@@ -4,12 +4,13 @@
 #include <optional>
 #include <vector>
 
+#include "quorvel/Export.h"
 #include "quorvel/Image.h"
 
 namespace quorvel {
 
 // Turns an image into JPEG bytes. compressionQuality runs from 0 (smallest) to 1 (best).
-class ImageEncoder {
+class QUORVEL_EXPORT ImageEncoder {
  public:
   virtual ~ImageEncoder() = default;
   // No value when the image cannot be read or encoded.

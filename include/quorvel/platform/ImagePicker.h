@@ -3,13 +3,14 @@
 #include <functional>
 #include <optional>
 
+#include "quorvel/Export.h"
 #include "quorvel/Image.h"
 
 namespace quorvel {
 
 // The platform's photo picker. The completion runs on the main queue with the chosen image, or
 // with no value when the person cancelled.
-class ImagePicker {
+class QUORVEL_EXPORT ImagePicker {
  public:
   virtual ~ImagePicker() = default;
   virtual void pickImage(bool allowsEditing,

@@ -4,10 +4,12 @@
 #include <functional>
 #include <memory>
 
+#include "quorvel/Export.h"
+
 namespace quorvel {
 
 // A unit of delayed work that can be cancelled until it runs.
-class WorkItem {
+class QUORVEL_EXPORT WorkItem {
  public:
   explicit WorkItem(std::function<void()> work) : work_(std::move(work)) {}
 
@@ -27,7 +29,7 @@ class WorkItem {
 
 // The one queue on which all of the core runs. async may be called from any thread (adapters hop
 // back to it); everything else is called on the queue itself.
-class MainQueue {
+class QUORVEL_EXPORT MainQueue {
  public:
   virtual ~MainQueue() = default;
 

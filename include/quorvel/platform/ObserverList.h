@@ -7,6 +7,7 @@
 #include <utility>
 #include <vector>
 
+#include "quorvel/Export.h"
 #include "quorvel/platform/Subscription.h"
 
 namespace quorvel {
@@ -14,7 +15,7 @@ namespace quorvel {
 // The observers of one kind of event, for ports whose events the platform reports. Adding the same
 // observer twice registers it twice, as notification centres do.
 template <class... Args>
-class ObserverList {
+class QUORVEL_EXPORT ObserverList {
  public:
   using Observer = std::function<void(Args...)>;
 

@@ -2,6 +2,7 @@
 
 #include <memory>
 
+#include "quorvel/Export.h"
 #include "quorvel/platform/AudioPlayer.h"
 #include "quorvel/platform/AudioRecorder.h"
 #include "quorvel/platform/AudioSession.h"
@@ -55,7 +56,7 @@ class Application;
 // imagePicker may stay empty (without one, the photo route of the IMEI screen is not offered),
 // and the ports that need a front end: the Qt one fills the camera, the sound player and
 // recorder, and movie playback.
-struct Platform {
+struct QUORVEL_EXPORT Platform {
 #define QUORVEL_PORT_SLOT(Type, name) std::shared_ptr<Type> name;
   QUORVEL_PORTS(QUORVEL_PORT_SLOT)
 #undef QUORVEL_PORT_SLOT
@@ -63,13 +64,13 @@ struct Platform {
 
 // The build's default platform, defined by the default adapters that quorvel::quorvel links (on
 // Linux: platform/linux). Whoever links quorvel::core alone defines it.
-Platform makeDefaultPlatform();
+QUORVEL_EXPORT Platform makeDefaultPlatform();
 
 // The installed platform, or the default one until something is installed. Read it on the main
 // queue: an adapter working on another thread takes what it needs (the main queue) beforehand.
-Platform& platform();
+QUORVEL_EXPORT Platform& platform();
 
 // Installs p; ports left empty are taken from the default platform.
-void installPlatform(Platform p);
+QUORVEL_EXPORT void installPlatform(Platform p);
 
 }  // namespace quorvel

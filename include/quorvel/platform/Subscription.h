@@ -3,11 +3,13 @@
 #include <functional>
 #include <utility>
 
+#include "quorvel/Export.h"
+
 namespace quorvel {
 
 // Keeps an observer registered until it is cancelled or destroyed, so that an observer can never
 // outlive whoever registered it.
-class Subscription {
+class QUORVEL_EXPORT Subscription {
  public:
   Subscription() = default;
   explicit Subscription(std::function<void()> cancel) : cancel_(std::move(cancel)) {}

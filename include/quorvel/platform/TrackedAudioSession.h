@@ -2,6 +2,7 @@
 
 #include <functional>
 
+#include "quorvel/Export.h"
 #include "quorvel/platform/AudioSession.h"
 #include "quorvel/platform/ObserverList.h"
 #include "quorvel/platform/VolumeEvents.h"
@@ -11,7 +12,7 @@ namespace quorvel {
 // An audio session whose level is what whoever sees the volume keys (a front end, virtual keys)
 // says it is, starting from a level of its own: all there is on systems without a mixer the SDK
 // can read. A session that reads a mixer builds on it and also hears the system's own changes.
-class TrackedAudioSession : public AudioSession {
+class QUORVEL_EXPORT TrackedAudioSession : public AudioSession {
  public:
   explicit TrackedAudioSession(float outputVolume = 1.0f) : outputVolume_(outputVolume) {}
 

@@ -4,10 +4,12 @@
 #include <string>
 #include <string_view>
 
+#include "quorvel/Export.h"
+
 namespace quorvel {
 
 // The system's registry of file types.
-class TypeRegistry {
+class QUORVEL_EXPORT TypeRegistry {
  public:
   virtual ~TypeRegistry() = default;
   // The preferred media type of files with this extension (no dot), if the system knows one.

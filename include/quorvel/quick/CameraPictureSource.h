@@ -3,6 +3,8 @@
 #include <QImage>
 #include <functional>
 
+#include "quorvel/Export.h"
+
 namespace quorvel {
 
 // What a camera adapter gives the Qt front end's camera previews: the newest picture of its
@@ -12,7 +14,7 @@ namespace quorvel {
 //
 // A camera plugs in through QuickFrontEnd::useCamera(camera, pictures); usually one object is
 // both the Camera and its CameraPictureSource.
-class CameraPictureSource {
+class QUORVEL_EXPORT CameraPictureSource {
  public:
   virtual ~CameraPictureSource() = default;
 

@@ -15,6 +15,7 @@
 #include <string>
 #include <vector>
 
+#include "quorvel/Export.h"
 #include "quorvel/platform/Platform.h"
 #include "quorvel/quick/CameraPictureSource.h"
 #include "quorvel/quick/ViewControllerBridge.h"
@@ -43,7 +44,7 @@ class QuorvelImageProvider;
 // (<InterfaceName>.qml, the host's first, then the SDK's own).
 //
 // One front end at a time, made before any scene that uses it and outliving those scenes.
-class QuickFrontEnd : public QObject {
+class QUORVEL_EXPORT QuickFrontEnd : public QObject {
   Q_OBJECT
   Q_PROPERTY(QQuickItem* view READ view NOTIFY viewChanged)
   Q_PROPERTY(bool navigationBarHidden READ navigationBarHidden NOTIFY navigationChanged)

@@ -13,6 +13,7 @@
 #include <string>
 #include <vector>
 
+#include "quorvel/Export.h"
 #include "quorvel/ui/GestureRecognizer.h"
 #include "quorvel/ui/ViewController.h"
 
@@ -27,7 +28,7 @@ class QuorvelImageProvider;
 // back by name, text fields and touches through the methods below. The bridge holds its screen
 // weakly: a screen the core has let go of stays drawn as it was (during a pop animation) but takes
 // no more input.
-class ViewControllerBridge : public QObject {
+class QUORVEL_EXPORT ViewControllerBridge : public QObject {
   Q_OBJECT
   QML_NAMED_ELEMENT(Screen)
   QML_UNCREATABLE("screens come from the front end")

@@ -5,13 +5,14 @@
 #include <string>
 #include <vector>
 
+#include "quorvel/Export.h"
 #include "quorvel/ui/ViewController.h"
 
 namespace quorvel {
 
 enum class AlertActionStyle : int { standard = 0, cancel = 1, destructive = 2 };
 
-struct AlertAction {
+struct QUORVEL_EXPORT AlertAction {
   std::string title;
   AlertActionStyle style = AlertActionStyle::standard;
   std::function<void()> handler;
@@ -19,7 +20,7 @@ struct AlertAction {
 
 // A modal alert presented by a screen. Choosing an action dismisses the alert, then runs the
 // action's handler. The front end sends the actions as "action0", "action1" ...
-class AlertController : public ViewController {
+class QUORVEL_EXPORT AlertController : public ViewController {
  public:
   enum class Style { alert, actionSheet };
 

@@ -3,13 +3,14 @@
 #include <memory>
 #include <vector>
 
+#include "quorvel/Export.h"
 #include "quorvel/ui/Observable.h"
 #include "quorvel/ui/Window.h"
 
 namespace quorvel {
 
 // The application's windows, one of which may be the key window.
-class Application : public Observable {
+class QUORVEL_EXPORT Application : public Observable {
  public:
   const std::vector<std::shared_ptr<Window>>& windows() const { return windows_; }
   std::shared_ptr<Window> keyWindow() const;

@@ -10,6 +10,7 @@
 
 #include "quorvel/Customization.h"
 #include "quorvel/Dictionary.h"
+#include "quorvel/Export.h"
 #include "quorvel/ui/Geometry.h"
 
 namespace quorvel {
@@ -18,7 +19,7 @@ enum class KeyboardType : int { standard = 0, numberPad = 4 };
 
 class GestureRecognizer;
 
-struct Element {
+struct QUORVEL_EXPORT Element {
   virtual ~Element() = default;
   virtual const char* kind() const = 0;
   virtual Dictionary toJson() const;
@@ -35,11 +36,11 @@ struct Element {
   std::vector<std::shared_ptr<GestureRecognizer>> gestureRecognizers;
 };
 
-struct View : Element {
+struct QUORVEL_EXPORT View : Element {
   const char* kind() const override { return "View"; }
 };
 
-struct Label : Element {
+struct QUORVEL_EXPORT Label : Element {
   const char* kind() const override { return "Label"; }
   Dictionary toJson() const override;
 
@@ -52,7 +53,7 @@ struct Label : Element {
   bool mirrored = false;
 };
 
-struct Button : Element {
+struct QUORVEL_EXPORT Button : Element {
   const char* kind() const override { return "Button"; }
   Dictionary toJson() const override;
 
@@ -64,14 +65,14 @@ struct Button : Element {
   std::optional<BorderType> borderType;
 };
 
-struct ImageView : Element {
+struct QUORVEL_EXPORT ImageView : Element {
   const char* kind() const override { return "ImageView"; }
   Dictionary toJson() const override;
 
   std::optional<Image> image;
 };
 
-struct TextField : Element {
+struct QUORVEL_EXPORT TextField : Element {
   const char* kind() const override { return "TextField"; }
   Dictionary toJson() const override;
 
@@ -83,7 +84,7 @@ struct TextField : Element {
   bool isFirstResponder = false;
 };
 
-struct RadioButton : Element {
+struct QUORVEL_EXPORT RadioButton : Element {
   const char* kind() const override { return "RadioButton"; }
   Dictionary toJson() const override;
 
@@ -92,7 +93,7 @@ struct RadioButton : Element {
   bool isChecked = false;
 };
 
-struct CheckBox : Element {
+struct QUORVEL_EXPORT CheckBox : Element {
   const char* kind() const override { return "CheckBox"; }
   Dictionary toJson() const override;
 
@@ -103,7 +104,7 @@ struct CheckBox : Element {
 
 // A segmented bar: one segment per entry, filled with its colour or clear (no value), so that the
 // bar's background colour shows through.
-struct ProgressBar : Element {
+struct QUORVEL_EXPORT ProgressBar : Element {
   const char* kind() const override { return "ProgressBar"; }
   Dictionary toJson() const override;
 
@@ -112,7 +113,7 @@ struct ProgressBar : Element {
 };
 
 // A list of rows, each drawn by the cell the table registered under the row's "cell" name.
-struct Table : Element {
+struct QUORVEL_EXPORT Table : Element {
   const char* kind() const override { return "Table"; }
   Dictionary toJson() const override;
 
@@ -122,7 +123,7 @@ struct Table : Element {
   int reloadCount = 0;
 };
 
-struct ActivityIndicator : Element {
+struct QUORVEL_EXPORT ActivityIndicator : Element {
   const char* kind() const override { return "ActivityIndicator"; }
   Dictionary toJson() const override;
 
@@ -131,10 +132,10 @@ struct ActivityIndicator : Element {
 
 // Shows the picture of the camera session that is running (Camera::startCapture), scaled to fill
 // the element and cropped; nothing while no session runs.
-struct VideoPreview : Element {
+struct QUORVEL_EXPORT VideoPreview : Element {
   const char* kind() const override { return "VideoPreview"; }
 };
 
-Dictionary toJson(const Image& image);
+QUORVEL_EXPORT Dictionary toJson(const Image& image);
 
 }  // namespace quorvel

@@ -1,9 +1,11 @@
 #pragma once
 
+#include "quorvel/Export.h"
+
 namespace quorvel {
 
 // A position in an element's own coordinates, in points; y grows downwards.
-struct Point {
+struct QUORVEL_EXPORT Point {
   double x = 0;
   double y = 0;
 
@@ -11,7 +13,7 @@ struct Point {
 };
 
 // An element's size as the front end laid it out, in points.
-struct Size {
+struct QUORVEL_EXPORT Size {
   double width = 0;
   double height = 0;
 

@@ -6,6 +6,7 @@
 #include <vector>
 
 #include "quorvel/Dictionary.h"
+#include "quorvel/Export.h"
 #include "quorvel/ui/Geometry.h"
 
 namespace quorvel {
@@ -13,7 +14,7 @@ namespace quorvel {
 enum class TouchPhase { began, moved, ended, cancelled };
 
 // One finger on an element, identified for as long as it touches.
-struct Touch {
+struct QUORVEL_EXPORT Touch {
   int id = 0;
   Point location;
 };
@@ -24,7 +25,7 @@ enum class GestureState : int { possible = 0, began, changed, ended, cancelled, 
 
 // Turns the raw touches on one element into a gesture. A screen attaches recognisers to its
 // outlets; the front end feeds them the outlet's touches through ViewController::handleTouches.
-class GestureRecognizer {
+class QUORVEL_EXPORT GestureRecognizer {
  public:
   using Action = std::function<void(GestureRecognizer& sender)>;
 

@@ -2,6 +2,7 @@
 
 #include <memory>
 
+#include "quorvel/Export.h"
 #include "quorvel/platform/MainQueue.h"
 #include "quorvel/ui/Observable.h"
 #include "quorvel/ui/Window.h"
@@ -10,7 +11,8 @@ namespace quorvel {
 
 // A full-window busy overlay. The front end draws it over everything in its window and blocks
 // input beneath it while it is shown.
-class LoadingView : public Observable, public std::enable_shared_from_this<LoadingView> {
+class QUORVEL_EXPORT LoadingView : public Observable,
+                                   public std::enable_shared_from_this<LoadingView> {
  public:
   // Shows the overlay over window (moving it if it was shown elsewhere), fully opaque.
   void show(const std::shared_ptr<Window>& window);

@@ -3,13 +3,14 @@
 #include <memory>
 #include <vector>
 
+#include "quorvel/Export.h"
 #include "quorvel/ui/ViewController.h"
 
 namespace quorvel {
 
 // A stack of screens with a navigation bar that can be hidden. It calls the lifecycle of the
 // screens it shows and hides; the front end animates what lastTransition() describes.
-class NavigationController : public ViewController {
+class QUORVEL_EXPORT NavigationController : public ViewController {
  public:
   enum class TransitionKind { none, push, pop, replace };
   struct Transition {

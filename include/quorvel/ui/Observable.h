@@ -4,11 +4,13 @@
 #include <memory>
 #include <vector>
 
+#include "quorvel/Export.h"
+
 namespace quorvel {
 
 // Something a front end draws. Changes are announced to observers once per main-queue turn,
 // however many were made in that turn.
-class Observable {
+class QUORVEL_EXPORT Observable {
  public:
   using Observer = std::function<void()>;
 

@@ -1,5 +1,6 @@
 #pragma once
 
+#include "quorvel/Export.h"
 #include "quorvel/ui/GestureRecognizer.h"
 
 namespace quorvel {
@@ -7,7 +8,7 @@ namespace quorvel {
 // A drag with between minimumNumberOfTouches and maximumNumberOfTouches fingers. It begins once
 // their centroid has travelled minimumTravel, reports every move as changed, and ends when a
 // finger lifts. Fewer fingers never begin it; more fail it, or cancel it once it has begun.
-class PanGestureRecognizer : public GestureRecognizer {
+class QUORVEL_EXPORT PanGestureRecognizer : public GestureRecognizer {
  public:
   PanGestureRecognizer(int minimumNumberOfTouches, int maximumNumberOfTouches, Action action);
 

@@ -1,12 +1,13 @@
 #pragma once
 
+#include "quorvel/Export.h"
 #include "quorvel/ui/GestureRecognizer.h"
 
 namespace quorvel {
 
 // A single tap with exactly numberOfTouchesRequired fingers: that many touch at once, none moves
 // further than allowableMovement, and all lift. More fingers fail the tap, fewer do not make one.
-class TapGestureRecognizer : public GestureRecognizer {
+class QUORVEL_EXPORT TapGestureRecognizer : public GestureRecognizer {
  public:
   TapGestureRecognizer(int numberOfTouchesRequired, Action action);
 

@@ -7,6 +7,7 @@
 #include <vector>
 
 #include "quorvel/Dictionary.h"
+#include "quorvel/Export.h"
 #include "quorvel/Fatal.h"
 #include "quorvel/ui/Elements.h"
 #include "quorvel/ui/GestureRecognizer.h"
@@ -19,7 +20,8 @@ class NavigationController;
 // A screen: it owns all of the screen's behaviour, and a front end draws its outlets (loading
 // resources/interfaces/<interfaceName>.qml) and sends its actions by name. Create screens with
 // std::make_shared; the navigation and the front end hold them by shared pointer.
-class ViewController : public Observable, public std::enable_shared_from_this<ViewController> {
+class QUORVEL_EXPORT ViewController : public Observable,
+                                      public std::enable_shared_from_this<ViewController> {
  public:
   explicit ViewController(std::string interfaceName);
   ~ViewController() override;

@@ -4,6 +4,7 @@
 #include <string>
 #include <vector>
 
+#include "quorvel/Export.h"
 #include "quorvel/ui/Observable.h"
 #include "quorvel/ui/ViewController.h"
 
@@ -12,7 +13,7 @@ namespace quorvel {
 class LoadingView;
 
 // A window of the application: a root screen and, above it, full-window overlays.
-class Window : public Observable {
+class QUORVEL_EXPORT Window : public Observable {
  public:
   explicit Window(std::shared_ptr<ViewController> root = nullptr) : root_(std::move(root)) {}
 

@@ -3,6 +3,7 @@
 #include <memory>
 #include <string>
 
+#include "quorvel/Export.h"
 #include "quorvel/platform/AudioRecorder.h"
 #include "quorvel/platform/MainQueue.h"
 #include "quorvel/virtual/VirtualRoom.h"
@@ -12,7 +13,7 @@ namespace quorvel {
 // The app's microphone on a machine without one: it records what is heard in a virtual room (what
 // the app's virtual speaker plays, what a virtual person says) into real AAC files. Permission is
 // always granted. Used on the main queue, like any AudioRecorder.
-class VirtualAudioRecorder : public AudioRecorder {
+class QUORVEL_EXPORT VirtualAudioRecorder : public AudioRecorder {
  public:
   VirtualAudioRecorder(std::shared_ptr<const VirtualRoom> room,
                        std::shared_ptr<MainQueue> mainQueue);

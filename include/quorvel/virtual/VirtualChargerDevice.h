@@ -2,6 +2,7 @@
 
 #include <memory>
 
+#include "quorvel/Export.h"
 #include "quorvel/platform/Device.h"
 #include "quorvel/platform/MainQueue.h"
 
@@ -11,7 +12,7 @@ namespace quorvel {
 // the wrapped device; the battery starts unplugged at a chosen level. Like a real battery it
 // answers unknown and -1.0 while monitoring is off, and its notifications arrive on the main
 // queue, only while monitoring is on.
-class VirtualChargerDevice : public Device {
+class QUORVEL_EXPORT VirtualChargerDevice : public Device {
  public:
   VirtualChargerDevice(std::shared_ptr<Device> wrapped, std::shared_ptr<MainQueue> mainQueue,
                        float level = 0.8f);

@@ -4,12 +4,14 @@
 #include <QString>
 #include <QWindow>
 
+#include "quorvel/Export.h"
+
 namespace quorvel {
 
 // A hardware keyboard on a window: each key travels Qt's window-system input path, press then
 // release, and reaches the window's focused item as a person's typing does. Keys arrive on a
 // later turn of the event loop, in the order they were pressed.
-class VirtualKeyboard {
+class QUORVEL_EXPORT VirtualKeyboard {
  public:
   explicit VirtualKeyboard(QWindow* window);
 

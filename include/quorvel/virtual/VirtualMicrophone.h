@@ -4,12 +4,13 @@
 #include <memory>
 #include <vector>
 
+#include "quorvel/Export.h"
 #include "quorvel/virtual/VirtualRoom.h"
 
 namespace quorvel {
 
 // A microphone in a VirtualRoom: it hears the room from the moment it is made on.
-class VirtualMicrophone {
+class QUORVEL_EXPORT VirtualMicrophone {
  public:
   explicit VirtualMicrophone(std::shared_ptr<const VirtualRoom> room);
 

@@ -6,6 +6,7 @@
 #include <functional>
 #include <memory>
 
+#include "quorvel/Export.h"
 #include "quorvel/platform/Camera.h"
 #include "quorvel/quick/CameraPictureSource.h"
 #include "quorvel/virtual/VirtualRoom.h"
@@ -26,7 +27,7 @@ namespace quorvel {
 // Without a window there is no camera: sessions are null. Everything but the encoding and the
 // reading runs on the GUI thread, where the camera is made, used and destroyed; destroying it
 // stops its session.
-class VirtualMirrorCamera : public Camera, public CameraPictureSource {
+class QUORVEL_EXPORT VirtualMirrorCamera : public Camera, public CameraPictureSource {
  public:
   // room: where the microphone listens; null for a device without a microphone.
   VirtualMirrorCamera(QQuickWindow* window, std::shared_ptr<const VirtualRoom> room);

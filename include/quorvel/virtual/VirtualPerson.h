@@ -3,6 +3,7 @@
 #include <memory>
 #include <string>
 
+#include "quorvel/Export.h"
 #include "quorvel/virtual/VirtualRoom.h"
 
 namespace quorvel {
@@ -10,7 +11,7 @@ namespace quorvel {
 // A person in a virtual room, for unattended runs: told what the app's virtual speaker plays
 // (VirtualSpeaker::setListener), they know the word a word clip says, as a listener would; and
 // they say words aloud in the room in the clips' voice, for virtual microphones to hear.
-class VirtualPerson {
+class QUORVEL_EXPORT VirtualPerson {
  public:
   explicit VirtualPerson(std::shared_ptr<VirtualRoom> room);
 

@@ -7,12 +7,14 @@
 #include <span>
 #include <vector>
 
+#include "quorvel/Export.h"
+
 namespace quorvel {
 
 // The air around a device that has no real microphone: every sound made in it (what the app's
 // speaker plays; later, other voices) lies on one timeline, mixed, for virtual microphones to
 // hear. Mono 16-bit samples at kSampleRate; silence where nothing sounds. Any thread may use it.
-class VirtualRoom {
+class QUORVEL_EXPORT VirtualRoom {
  public:
   static constexpr int kSampleRate = 48000;
   using SoundId = std::uint64_t;

@@ -8,6 +8,7 @@
 #include <utility>
 #include <vector>
 
+#include "quorvel/Export.h"
 #include "quorvel/platform/AudioPlayer.h"
 #include "quorvel/virtual/VirtualRoom.h"
 
@@ -16,9 +17,10 @@ namespace quorvel {
 // The app's speaker as a virtual room hears it: it plays through the real player it wraps and
 // also puts each sound into the room, where a virtual microphone (the mirror camera's) picks it
 // up. Assets are the WAV files at ":/Quorvel/sounds/<name>.wav" in the Qt resources; files are
-// anything FFmpeg reads. Stopping, a new sound and a sound the real player cannot play all end
+// WAV sounds, or recordings (AAC in QuickTime or MPEG-4 files) that keep their length in the room
+// but sound silent there. Stopping, a new sound and a sound the real player cannot play all end
 // the sound in the room too. Used on the main queue, like any AudioPlayer.
-class VirtualSpeaker : public AudioPlayer {
+class QUORVEL_EXPORT VirtualSpeaker : public AudioPlayer {
  public:
   VirtualSpeaker(std::shared_ptr<AudioPlayer> speaker, std::shared_ptr<VirtualRoom> room);
 
@@ -31,6 +33,8 @@ class VirtualSpeaker : public AudioPlayer {
   using Samples = std::shared_ptr<const std::vector<std::int16_t>>;
   // An asset's sound at the room's rate; null when there is no such asset.
   static Samples assetSamples(const std::string& assetName);
+  // A file's sound at the room's rate (silence of a recording's length); null when it has none.
+  static Samples fileSamples(const std::string& path);
   // Told the name of each asset played from now on, as a person in the room would hear it.
   void setListener(std::function<void(const std::string& assetName)> listener) {
     listener_ = std::move(listener);

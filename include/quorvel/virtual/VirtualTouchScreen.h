@@ -11,13 +11,15 @@
 #include <functional>
 #include <vector>
 
+#include "quorvel/Export.h"
+
 namespace quorvel {
 
 // A multi-touch screen over a window. Touches travel Qt's window-system input path as a real
 // screen's do, so items, handlers and the front end cannot tell them from a person's fingers.
 // Gestures play out on the event loop, one step per interval, and queue behind one another;
 // done runs once a gesture's last event has been delivered. Points are in window coordinates.
-class VirtualTouchScreen : public QObject {
+class QUORVEL_EXPORT VirtualTouchScreen : public QObject {
   Q_OBJECT
 
  public:

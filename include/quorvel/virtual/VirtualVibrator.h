@@ -3,6 +3,7 @@
 #include <functional>
 #include <memory>
 
+#include "quorvel/Export.h"
 #include "quorvel/platform/Feedback.h"
 
 namespace quorvel {
@@ -10,7 +11,7 @@ namespace quorvel {
 // The vibration motor of a machine without one, for unattended runs and their tests: it counts
 // every vibration and tells its listener, and passes each on to the machine's own feedback where
 // there is one, so that a phone running the autopilot still buzzes.
-class VirtualVibrator : public Feedback {
+class QUORVEL_EXPORT VirtualVibrator : public Feedback {
  public:
   explicit VirtualVibrator(std::shared_ptr<Feedback> machine = nullptr);
 

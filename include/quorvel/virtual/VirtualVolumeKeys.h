@@ -4,6 +4,7 @@
 #include <QWindow>
 #include <memory>
 
+#include "quorvel/Export.h"
 #include "quorvel/platform/AudioSession.h"
 #include "quorvel/platform/VolumeEvents.h"
 
@@ -13,7 +14,7 @@ namespace quorvel {
 // presses do, so whatever listens to the window's keys hears them, on a later turn of the event
 // loop. The system's own volume changes (another app, the control centre) go straight to the
 // volume ports, at once.
-class VirtualVolumeKeys {
+class QUORVEL_EXPORT VirtualVolumeKeys {
  public:
   VirtualVolumeKeys(QWindow* window, std::shared_ptr<VolumeEvents> volume,
                     std::shared_ptr<AudioSession> session);

@@ -5,7 +5,7 @@
 #include <fstream>
 
 #include "media/MovieWriter.h"
-#include "media/SoundDecoder.h"
+#include "support/SoundDecoder.h"
 #include "support/MovieProbe.h"
 #include "support/TemporaryTree.h"
 

@@ -7,7 +7,7 @@
 #include <iterator>
 
 #include "media/MovieWriter.h"
-#include "media/SoundDecoder.h"
+#include "support/SoundDecoder.h"
 #include "support/MovieProbe.h"
 #include "support/TemporaryTree.h"
 

@@ -1,14 +1,26 @@
-#include "Autopilot.h"
+#include "quorvel/virtual/Autopilot.h"
 
+#include <QPointer>
 #include <QQuickItem>
+#include <QQuickWindow>
 #include <QTimer>
 #include <utility>
 
-#include "ScreenRecorder.h"
 #include "quorvel/platform/Platform.h"
+#include "quorvel/platform/TrackedAudioSession.h"
+#include "quorvel/quick/QuickFrontEnd.h"
+#include "quorvel/virtual/VirtualAudioRecorder.h"
+#include "quorvel/virtual/VirtualChargerDevice.h"
+#include "quorvel/virtual/VirtualKeyboard.h"
+#include "quorvel/virtual/VirtualMirrorCamera.h"
+#include "quorvel/virtual/VirtualPerson.h"
+#include "quorvel/virtual/VirtualSpeaker.h"
+#include "quorvel/virtual/VirtualTouchScreen.h"
+#include "quorvel/virtual/VirtualVibrator.h"
+#include "quorvel/virtual/VirtualVolumeKeys.h"
 #include "widgets/MultipleTestsTableViewCell.h"
 
-namespace quorvel::demo {
+namespace quorvel {
 
 namespace {
 
@@ -25,33 +37,90 @@ constexpr int kRowSucceeded = static_cast<int>(TestViewState::success);
 
 }  // namespace
 
-Autopilot::Autopilot(QuickFrontEnd& frontEnd, Devices devices, std::string imei,
-                     ScreenRecorder* recorder, QObject* parent)
+struct Autopilot::Devices {
+  std::shared_ptr<VirtualMirrorCamera> mirror;
+  std::shared_ptr<VirtualPerson> person;
+  std::shared_ptr<VirtualVibrator> vibrator;
+  std::shared_ptr<VirtualChargerDevice> charger;
+  std::shared_ptr<AudioSession> audioSession;
+  std::shared_ptr<VolumeEvents> volumeEvents;
+  // On the window, once there is one.
+  QPointer<QQuickWindow> window;
+  std::unique_ptr<VirtualVolumeKeys> volumeKeys;
+  std::unique_ptr<VirtualTouchScreen> touchScreen;
+  std::unique_ptr<VirtualKeyboard> keyboard;
+};
+
+Autopilot::Autopilot(QuickFrontEnd& frontEnd, QObject* parent)
+    : Autopilot(frontEnd, Options(), parent) {}
+
+Autopilot::Autopilot(QuickFrontEnd& frontEnd, Options options, QObject* parent)
     : QObject(parent),
       frontEnd_(frontEnd),
-      devices_(std::move(devices)),
-      imei_(std::move(imei)),
-      recorder_(recorder) {
+      options_(std::move(options)),
+      devices_(std::make_unique<Devices>()) {
+  // The mirror films the window as a mirror in front of the device shows it, and hears in its
+  // room what the speaker plays; the volume keys move a volume of their own, never the machine's.
+  auto room = std::make_shared<VirtualRoom>();
+  devices_->mirror = std::make_shared<VirtualMirrorCamera>(frontEnd_.window(), room);
+  frontEnd_.useCamera(devices_->mirror, devices_->mirror);
+  frontEnd_.useAudioSession(std::make_shared<TrackedAudioSession>());
+  // The host's platform when it installed the front end's, else the front end's own.
+  Platform platform = quorvel::platform();
+  if (platform.mainQueue != frontEnd_.platform().mainQueue) platform = frontEnd_.platform();
+  devices_->person = std::make_shared<VirtualPerson>(room);
+  auto speaker = std::make_shared<VirtualSpeaker>(platform.audioPlayer, room);
+  speaker->setListener(
+      [person = devices_->person](const std::string& assetName) { person->hear(assetName); });
+  platform.audioPlayer = speaker;
+  platform.audioRecorder = std::make_shared<VirtualAudioRecorder>(room, platform.mainQueue);
+  devices_->vibrator = std::make_shared<VirtualVibrator>(platform.feedback);
+  platform.feedback = devices_->vibrator;
+  devices_->charger = std::make_shared<VirtualChargerDevice>(platform.device, platform.mainQueue);
+  platform.device = devices_->charger;
+  devices_->audioSession = platform.audioSession;
+  devices_->volumeEvents = platform.volumeEvents;
+  installPlatform(platform);
+
+  connect(&frontEnd_, &QuickFrontEnd::viewChanged, this,
+          [this] { devices_->mirror->setWindow(frontEnd_.window()); });
   connect(&frontEnd_, &QuickFrontEnd::screenSettled, this, &Autopilot::screenSettled);
   connect(&frontEnd_, &QuickFrontEnd::alertChanged, this, [this] {
     if (frontEnd_.alert()) QTimer::singleShot(kLookMilliseconds, this, &Autopilot::answerAlert);
   });
+  // A screen already on display when the autopilot came is acted on too.
+  QTimer::singleShot(0, this, [this] {
+    if (auto top = frontEnd_.topViewController()) screenSettled(frontEnd_.bridgeFor(top));
+  });
 }
 
-void Autopilot::start() {
-  started_ = true;
-  if (auto top = frontEnd_.topViewController()) screenSettled(frontEnd_.bridgeFor(top));
+Autopilot::~Autopilot() = default;
+
+int Autopilot::vibrations() const { return devices_->vibrator->vibrations(); }
+
+bool Autopilot::readyDevices() {
+  QQuickWindow* window = frontEnd_.window();
+  if (!window) return false;
+  devices_->mirror->setWindow(window);
+  if (devices_->window == window) return true;
+  devices_->window = window;
+  devices_->volumeKeys =
+      std::make_unique<VirtualVolumeKeys>(window, devices_->volumeEvents, devices_->audioSession);
+  devices_->touchScreen = std::make_unique<VirtualTouchScreen>(window);
+  devices_->keyboard = std::make_unique<VirtualKeyboard>(window);
+  return true;
 }
 
 void Autopilot::screenSettled(ViewControllerBridge* screen) {
   auto controller = screen ? screen->controller() : nullptr;
-  if (!started_ || !controller || controller == current_.lock()) return;
+  if (!controller || controller == current_.lock() || !readyDevices()) return;
   current_ = controller;
   const int generation = ++generation_;
   const QString name = screen->interfaceName();
   QTimer::singleShot(kLookMilliseconds, this, [this, generation, name] {
     if (generation != generation_) return;
-    if (recorder_) recorder_->capture(name);
+    if (options_.capture) options_.capture(name);
+    if (options_.hostScreen && options_.hostScreen(name)) return;
     act(name);
   });
 }
@@ -61,10 +130,7 @@ void Autopilot::act(const QString& name) {
     when(
         "the Next button", [this] { return shows("uiBtNext"); }, [this] { tap("uiBtNext"); });
   };
-  if (name == "HostPageViewController") {
-    when(
-        "the start button", [this] { return shows("uiBtStart"); }, [this] { tap("uiBtStart"); });
-  } else if (name == "StartViewController") {
+  if (name == "StartViewController") {
     next();
   } else if (name == "IMEIViewController") {
     when(
@@ -72,7 +138,7 @@ void Autopilot::act(const QString& name) {
         [this, next] {
           tap("uiTfIMEI");
           QTimer::singleShot(200, this, [this, next] {
-            devices_.keyboard->type(QString::fromStdString(imei_));
+            devices_->keyboard->type(QString::fromStdString(options_.imei));
             next();
           });
         });
@@ -85,17 +151,17 @@ void Autopilot::act(const QString& name) {
       };
     };
     // Mid-level, so that both keys move the level as they would for a person.
-    devices_.volumeKeys->setLevel(0.5f);
-    devices_.charger->plug();
+    devices_->volumeKeys->setLevel(0.5f);
+    devices_->charger->plug();
     when("the charging row", rowDone(0), [this, rowDone, next] {
-      devices_.volumeKeys->pressUp();
+      devices_->volumeKeys->pressUp();
       when("the volume-up row", rowDone(1), [this, next] {
-        devices_.volumeKeys->pressDown();
+        devices_->volumeKeys->pressDown();
         next();
       });
     });
   } else if (name == "Charging_v1_ViewController") {
-    devices_.charger->plug();
+    devices_->charger->plug();
     next();
   } else if (name == "MultiTouch_v2_ViewController") {
     when(
@@ -106,10 +172,10 @@ void Autopilot::act(const QString& name) {
               slider->mapToScene(QPointF(slider->width() / 2, slider->height() * 0.04));
           const QPointF bottom =
               slider->mapToScene(QPointF(slider->width() / 2, slider->height() * 0.97));
-          devices_.touchScreen->slide(top, bottom, 2, 16, next);
+          devices_->touchScreen->slide(top, bottom, 2, 16, next);
         });
   } else if (name == "MultiTouch_v1_ViewController") {
-    devices_.touchScreen->tap(centerOf("view"), 3);
+    devices_->touchScreen->tap(centerOf("view"), 3);
   } else if (name == "DeviceFrontVideo_v2_ViewController") {
     filmInTheMirror(true);
   } else if (name == "DeviceFrontVideo_v1_ViewController") {
@@ -126,8 +192,6 @@ void Autopilot::act(const QString& name) {
   } else if (name == "TestsFinishedViewController") {
     when(
         "the Finish button", [this] { return shows("uiBtDone"); }, [this] { tap("uiBtDone"); });
-  } else if (name == "ResultPageViewController") {
-    emit arrived();
   } else if (frontEnd_.findItem("uiBtCouldntCompleteTest")) {
     // A screen this autopilot has no steps for: say so honestly rather than pass it.
     tap("uiBtCouldntCompleteTest");
@@ -145,7 +209,7 @@ void Autopilot::filmInTheMirror(bool byButton) {
       then();
       return;
     }
-    devices_.volumeKeys->pressUp();
+    devices_->volumeKeys->pressUp();
     QTimer::singleShot(kPollMilliseconds, this, [raiseVolume, then] {
       if (*raiseVolume) (*raiseVolume)(then);
     });
@@ -198,11 +262,7 @@ void Autopilot::filmInTheMirror(bool byButton) {
 }
 
 void Autopilot::typeTheWordHeard() {
-  if (!devices_.person) {
-    emit stuck("no one in the room to hear the word");
-    return;
-  }
-  auto person = devices_.person;
+  auto person = devices_->person;
   const std::string before = person->lastWordHeard();
   when(
       "the play button", [this] { return shows("uiBtPlay"); },
@@ -236,9 +296,9 @@ void Autopilot::typeWordAndNext(const QString& word, std::function<void()> then)
   tap("uiTfWord");
   QTimer::singleShot(200, this, [this, word, then] {
     // Over whatever the field holds; the return key ends the editing, which shows Next.
-    devices_.keyboard->pressKey(Qt::Key_A, Qt::ControlModifier);
-    devices_.keyboard->type(word);
-    devices_.keyboard->pressKey(Qt::Key_Return);
+    devices_->keyboard->pressKey(Qt::Key_A, Qt::ControlModifier);
+    devices_->keyboard->type(word);
+    devices_->keyboard->pressKey(Qt::Key_Return);
     when(
         "the Next button", [this] { return shows("uiBtNext"); },
         [this, then] {
@@ -249,10 +309,6 @@ void Autopilot::typeWordAndNext(const QString& word, std::function<void()> then)
 }
 
 void Autopilot::readTheWordAloud() {
-  if (!devices_.person) {
-    emit stuck("no one in the room to read the word");
-    return;
-  }
   auto word = [this] { return outletJson("uiLbWord").value("text", std::string()); };
   when(
       "the word and the record button",
@@ -261,7 +317,7 @@ void Autopilot::readTheWordAloud() {
         tap("uiBtRecord");
         // A breath, the word, a breath, then stop.
         QTimer::singleShot(400, this, [this, word] {
-          const double seconds = devices_.person->say(word());
+          const double seconds = devices_->person->say(word());
           if (seconds <= 0) {
             emit stuck("no voice for the word " + QString::fromStdString(word()));
             return;
@@ -279,13 +335,13 @@ void Autopilot::readTheWordAloud() {
 
 void Autopilot::captureStep(const QString& step) {
   auto controller = current_.lock();
-  if (recorder_ && controller) {
-    recorder_->capture(QString::fromStdString(controller->interfaceName()) + "-" + step);
+  if (options_.capture && controller) {
+    options_.capture(QString::fromStdString(controller->interfaceName()) + "-" + step);
   }
 }
 
 void Autopilot::captureFilm() {
-  if (!recorder_) return;
+  if (!options_.capture) return;
   // The screen's moments from the press: the start code at once, a colour each second from
   // 0.5 s, the end code at 5.5 s. Each is captured halfway through.
   const std::pair<int, const char*> moments[] = {
@@ -302,7 +358,7 @@ void Autopilot::captureFilm() {
 void Autopilot::answerAlert() {
   ViewControllerBridge* alert = frontEnd_.alert();
   if (!alert) return;
-  if (recorder_) recorder_->capture("Alert");
+  if (options_.capture) options_.capture("Alert");
   // The last action is the one that ends the matter (try later, cancel): the autopilot never
   // loops on a failing upload.
   const int actions = alert->alert().value("actions").toList().size();
@@ -360,7 +416,7 @@ QPointF Autopilot::centerOf(const QString& outlet) const {
   return item->mapToScene(QPointF(item->width() / 2, item->height() / 2));
 }
 
-void Autopilot::tap(const QString& outlet) { devices_.touchScreen->tap(centerOf(outlet), 1); }
+void Autopilot::tap(const QString& outlet) { devices_->touchScreen->tap(centerOf(outlet), 1); }
 
 Dictionary Autopilot::outletJson(const QString& outlet) const {
   auto controller = current_.lock();
@@ -368,4 +424,4 @@ Dictionary Autopilot::outletJson(const QString& outlet) const {
   return controller->snapshot()["outlets"][outlet.toStdString()];
 }
 
-}  // namespace quorvel::demo
+}  // namespace quorvel

@@ -1,0 +1,189 @@
+// A host written in QML alone: QuorvelRun starts a run from its properties, covers the scene with a
+// window of its own when the host placed no SdkView, and answers each start() once through
+// finished, the wrong settings included.
+#include <gtest/gtest.h>
+
+#include <QGuiApplication>
+#include <QJsonDocument>
+#include <QQmlComponent>
+#include <QQmlEngine>
+#include <QTest>
+#include <QWindow>
+#include <memory>
+
+#include "AssetsServer.h"
+#include "quorvel/QuorvelSDK.h"
+#include "quorvel/platform/Platform.h"
+#include "quorvel/quick/QuickFrontEnd.h"
+#include "quorvel/ui/NavigationController.h"
+#include "support/TemporaryTree.h"
+
+namespace quorvel::testing {
+namespace {
+
+// A test's result passed: its own "success", or for one made of several checks (the buttons'),
+// every check's.
+bool passed(const QVariantMap& result) {
+  if (result.contains("success")) return result.value("success").toBool();
+  int checks = 0;
+  for (const QVariant& entry : result) {
+    if (entry.typeId() != QMetaType::QVariantMap) continue;
+    if (!passed(entry.toMap())) return false;
+    ++checks;
+  }
+  return checks > 0;
+}
+
+int visibleWindows() {
+  int shown = 0;
+  for (QWindow* each : QGuiApplication::topLevelWindows()) shown += each->isVisible();
+  return shown;
+}
+
+class QuorvelRunTest : public ::testing::Test {
+ protected:
+  void SetUp() override {
+    qputenv("XDG_DOCUMENTS_DIR", QByteArray::fromStdString(documents.path().string()));
+    port = server.start();
+    engine.addImportPath("qrc:/");
+  }
+  void TearDown() override {
+    run.reset();
+    engine.collectGarbage();
+    // The front end the QML made for itself, as the application would at its end.
+    delete QuickFrontEnd::current();
+    installPlatform(makeDefaultPlatform());
+    QuorvelSDK::shared().hideStartScreen = false;
+    qunsetenv("XDG_DOCUMENTS_DIR");
+  }
+
+  // A QuorvelRun with the host's usual settings, those given in place of them, and none of those
+  // named in left; it keeps every answer it hears.
+  void make(const QVariantMap& settings = {}, const QStringList& left = {}) {
+    QVariantMap properties = {{"appId", "qml-host"},
+                              {"apiKey", "qml-key"},
+                              {"assetsHost", QString("http://127.0.0.1:%1").arg(port)},
+                              {"cameraUsage", "Films the screen"},
+                              {"microphoneUsage", "Records sound"}};
+    properties.insert(settings);
+    for (const QString& name : left) properties.remove(name);
+    QQmlComponent component(&engine);
+    component.setData(
+        "import QtQuick\nimport Quorvel\nQuorvelRun {\n"
+        "  property var answers: []\n"
+        "  onFinished: (response) => answers = answers.concat([response])\n}",
+        QUrl("qrc:/quorvel-tests/Host.qml"));
+    run.reset(component.createWithInitialProperties(properties));
+    ASSERT_NE(run, nullptr) << component.errorString().toStdString();
+  }
+  void start() { QMetaObject::invokeMethod(run.get(), "start"); }
+  QVariantList answers() const { return run->property("answers").toList(); }
+  QVariantMap answer(int index = 0) const { return answers().value(index).toMap(); }
+  bool running() const { return run->property("running").toBool(); }
+  std::string topInterface() const {
+    auto* frontEnd = QuickFrontEnd::current();
+    auto top = frontEnd ? frontEnd->topViewController() : nullptr;
+    return top ? top->interfaceName() : "";
+  }
+
+  TemporaryTree documents{"quorvel-run-documents"};
+  TemporaryTree storage{"quorvel-run-uploads"};
+  AssetsServer server{{storage.path(), {"qml-key"}}};
+  int port = 0;
+  QQmlEngine engine;
+  std::unique_ptr<QObject> run;
+};
+
+TEST_F(QuorvelRunTest, AHostInQmlAloneRunsUnattendedAndHearsTheUploadedResultsOnce) {
+  make({{"autopilot", true}});
+  EXPECT_EQ(visibleWindows(), 0);
+  start();
+  EXPECT_TRUE(running());
+  // The host placed no SdkView: the run shows in a window of its own.
+  EXPECT_EQ(visibleWindows(), 1);
+  // A film takes its seconds, and a loaded machine stretches them.
+  ASSERT_TRUE(QTest::qWaitFor([&] { return !answers().isEmpty(); }, 150000)) << topInterface();
+  QTest::qWait(200);
+  ASSERT_EQ(answers().size(), 1);
+  const QVariantMap response = answer();
+  EXPECT_EQ(response.value("status_code").toInt(), 200)
+      << QJsonDocument::fromVariant(response).toJson().toStdString();
+  // The default run's four tests, each passed through the virtual devices.
+  const QVariantMap results = response.value("tests_results").toMap();
+  EXPECT_EQ(results.keys(),
+            (QStringList{"buttons", "charging", "device_front_video", "multi_touch"}));
+  for (auto result = results.begin(); result != results.end(); ++result) {
+    EXPECT_TRUE(passed(result.value().toMap()))
+        << result.key().toStdString() << ": "
+        << QJsonDocument::fromVariant(result.value()).toJson().toStdString();
+  }
+  const QString url = response.value("uploaded_results_info").toMap().value("url").toString();
+  EXPECT_TRUE(url.startsWith(QString("http://127.0.0.1:%1/").arg(port))) << url.toStdString();
+  EXPECT_FALSE(running());
+  // The run's window goes with the run.
+  EXPECT_TRUE(QTest::qWaitFor([] { return visibleWindows() == 0; }, 2000));
+}
+
+TEST_F(QuorvelRunTest, WrongSettingsAnswerOnceThroughFinishedWithTheirStatus) {
+  struct Case {
+    QVariantMap settings;
+    int status;
+    QString says;
+  };
+  const std::vector<Case> cases = {
+      {{{"environment", "staging"}}, 400, "environment must be production, qa or integrations"},
+      {{{"language", "fr"}}, 400, "language must be en or pt"},
+      {{{"themeColor", "blue"}}, 400, "themeColor must look like #0B7BFB"},
+      // The arguments performTests checks answer as it does.
+      {{{"appId", ""}}, 401, ""},
+      {{{"imei", "12345"}}, 403, ""},
+      {{}, 404, ""}};
+  for (const auto& each : cases) {
+    const std::string name =
+        each.settings.isEmpty() ? "no usage texts" : each.settings.firstKey().toStdString();
+    make(each.settings,
+         each.status == 404 ? QStringList{"cameraUsage", "microphoneUsage"} : QStringList{});
+    start();
+    // Never inside start(): a handler may start the next run.
+    EXPECT_TRUE(answers().isEmpty()) << name;
+    ASSERT_TRUE(QTest::qWaitFor([&] { return !answers().isEmpty(); }, 5000));
+    QTest::qWait(50);
+    ASSERT_EQ(answers().size(), 1) << name;
+    EXPECT_EQ(answer().value("status_code").toInt(), each.status) << name;
+    EXPECT_TRUE(answer().value("status_message").toString().contains(each.says))
+        << answer().value("status_message").toString().toStdString();
+    EXPECT_FALSE(running());
+    EXPECT_EQ(visibleWindows(), 0) << name;
+  }
+}
+
+TEST_F(QuorvelRunTest, CancelEndsTheRunAsThePersonsCancelDoesAndAStartWhileRunningIsRefused) {
+  make();
+  start();
+  ASSERT_TRUE(QTest::qWaitFor([&] { return topInterface() == "StartViewController"; }, 10000));
+  start();  // refused: the run in progress answers once
+  QMetaObject::invokeMethod(run.get(), "cancel");
+  ASSERT_TRUE(QTest::qWaitFor([&] { return !answers().isEmpty(); }, 5000));
+  QTest::qWait(100);
+  ASSERT_EQ(answers().size(), 1);
+  EXPECT_EQ(answer().value("status_code").toInt(), 301);
+  EXPECT_FALSE(running());
+  // The navigation is given back: only the empty scene beneath the run is left.
+  auto navigation = std::dynamic_pointer_cast<NavigationController>(
+      QuickFrontEnd::current()->coreWindow()->rootViewController());
+  ASSERT_NE(navigation, nullptr);
+  EXPECT_TRUE(QTest::qWaitFor([&] { return navigation->viewControllers().size() == 1; }, 2000));
+  EXPECT_EQ(navigation->viewControllers().front()->interfaceName(), "QuorvelRunScene");
+  EXPECT_TRUE(QTest::qWaitFor([] { return visibleWindows() == 0; }, 2000));
+
+  // The same element runs again, and its cancel while nothing runs does nothing.
+  QMetaObject::invokeMethod(run.get(), "cancel");
+  start();
+  ASSERT_TRUE(QTest::qWaitFor([&] { return topInterface() == "StartViewController"; }, 10000));
+  QMetaObject::invokeMethod(run.get(), "cancel");
+  ASSERT_TRUE(QTest::qWaitFor([&] { return answers().size() == 2; }, 5000));
+  EXPECT_EQ(answer(1).value("status_code").toInt(), 301);
+}
+
+}  // namespace
+}  // namespace quorvel::testing

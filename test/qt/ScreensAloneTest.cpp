@@ -1,0 +1,155 @@
+// The first-generation screens that no run holds any more (the first video test, the word and
+// recording tests), each shown alone and driven by the library's autopilot through the virtual
+// devices, with real sound in the room and real uploads to the reference assets server.
+#include <QTest>
+#include <algorithm>
+#include <cmath>
+#include <filesystem>
+
+#include "AssetsServer.h"
+#include "QuickFixture.h"
+#include "backend/AssetUploaderWebService.h"
+#include "device/DeviceInfoHelper.h"
+#include "quorvel/virtual/Autopilot.h"
+#include "quorvel/virtual/VirtualRoom.h"
+#include "quorvel/virtual/VirtualSpeaker.h"
+#include "run/ScreenTable.h"
+#include "support/JsonText.h"
+#include "support/MovieProbe.h"
+#include "support/RecordingTestDelegate.h"
+#include "support/SoundDecoder.h"
+
+namespace quorvel::testing {
+namespace {
+
+// Loudness every 50 ms.
+std::vector<double> envelope(const std::vector<std::int16_t>& samples, int rate) {
+  std::vector<double> levels;
+  for (double at = 0; at + 0.05 <= static_cast<double>(samples.size()) / rate; at += 0.05) {
+    levels.push_back(loudness(samples, rate, at, at + 0.05));
+  }
+  return levels;
+}
+
+// How well b follows a (Pearson) at the best shift of b's start within half a second.
+double followsBest(const std::vector<double>& a, const std::vector<double>& b) {
+  double best = -1;
+  for (std::size_t shift = 0; shift <= 10 && shift < b.size(); ++shift) {
+    const std::size_t n = std::min(a.size(), b.size() - shift);
+    double ma = 0, mb = 0;
+    for (std::size_t i = 0; i < n; ++i) ma += a[i], mb += b[i + shift];
+    ma /= n, mb /= n;
+    double ab = 0, aa = 0, bb = 0;
+    for (std::size_t i = 0; i < n; ++i) {
+      ab += (a[i] - ma) * (b[i + shift] - mb);
+      aa += (a[i] - ma) * (a[i] - ma);
+      bb += (b[i + shift] - mb) * (b[i + shift] - mb);
+    }
+    if (aa > 0 && bb > 0) best = std::max(best, ab / std::sqrt(aa * bb));
+  }
+  return best;
+}
+
+class ScreensAloneTest : public QuickFixture {
+ protected:
+  void SetUp() override {
+    QuickFixture::SetUp();
+    useAssetsHost("http://127.0.0.1:" + std::to_string(server.start()));
+  }
+
+  // Shows the screen of key alone, as the only screen of a run in language, and lets the
+  // autopilot drive it to its report.
+  RecordingTestDelegate::Report drive(const std::string& key, SupportedLanguage language) {
+    sdk.language = language;
+    ScreenContext context = contextFor(key);
+    context.uploader = std::make_shared<AssetUploaderWebService>(Environment::production,
+                                                                 "alone-app", "alone-key", false);
+    context.deviceInfoSHA256 = jsonDigest(DeviceInfoHelper::getDeviceInfo({}));
+    // One autopilot for the test: it puts its devices into the platform once.
+    if (!autopilot) {
+      autopilot = std::make_unique<Autopilot>(*frontEnd);
+      QObject::connect(autopilot.get(), &Autopilot::stuck,
+                       [this](const QString& what) { stuck = what; });
+    }
+    stuck.clear();
+    auto delegate = std::make_shared<RecordingTestDelegate>();
+    auto screen = ScreenTable().makeScreen(key, context, delegate);
+    EXPECT_NE(screen, nullptr) << key;
+    if (!screen) return {};
+    hostNavigation->pushViewController(screen, false);
+    // A film takes its seconds, and a loaded machine stretches them.
+    EXPECT_TRUE(waitFor([&] { return !delegate->reports.empty() || !stuck.isEmpty(); }, 120000))
+        << key;
+    EXPECT_TRUE(stuck.isEmpty()) << key << ": " << stuck.toStdString();
+    if (delegate->reports.empty()) return {};
+    return delegate->reports.front();
+  }
+  std::filesystem::path stored(const std::string& url) const {
+    return storage.path() / "alone-app" / url.substr(url.rfind('/') + 1);
+  }
+
+  TemporaryTree storage{"quorvel-alone-uploads"};
+  AssetsServer server{{storage.path(), {"alone-key"}}};
+  std::unique_ptr<Autopilot> autopilot;
+  QString stuck;
+};
+
+TEST_F(ScreensAloneTest, FirstVideoTestReadsItsStartCodeBackFromTheMirrorAndVibratesForEachCode) {
+  const auto report = drive("device_front_video_v1", SupportedLanguage::english);
+  ASSERT_FALSE(report.cancelled);
+  EXPECT_EQ(report.result["success"], true) << report.result.dump();
+  EXPECT_EQ(report.result["version"], "1");
+  EXPECT_EQ(report.result.value("start_qr_code", "").rfind("start;", 0), 0u);
+  // The start code and the end code were each felt as they were read.
+  EXPECT_EQ(autopilot->vibrations(), 2);
+}
+
+TEST_F(ScreensAloneTest, SoundScreensPassWithRealSoundInBothLanguages) {
+  const auto clip = VirtualSpeaker::assetSamples("testfile");
+  ASSERT_TRUE(clip);
+  for (const auto language : {SupportedLanguage::english, SupportedLanguage::portuguese}) {
+    const auto& words =
+        language == SupportedLanguage::english
+            ? std::vector<std::string>{"computer", "dog", "paper", "purple", "table"}
+            : std::vector<std::string>{"cadeira", "computador", "livro", "mesa", "telefone"};
+    for (const char* key :
+         {"loudspeaker_v1", "earspeaker_v1", "speaker_recording_v1", "read_text_v1"}) {
+      const auto report = drive(key, language);
+      const Dictionary& result = report.result;
+      ASSERT_EQ(result.value("success", false), true) << key << " " << result.dump();
+      const std::string heardOrShown = result.value("audio_word", result.value("text", ""));
+      if (!heardOrShown.empty()) {
+        EXPECT_NE(std::find(words.begin(), words.end(), heardOrShown), words.end()) << key;
+      }
+      if (result.contains("audio_word")) EXPECT_EQ(result["input_word"], heardOrShown);
+      hostNavigation->popToRootViewController(false);
+      settle("HostTestPage");
+      if (!result.contains("url")) continue;
+      const std::string recording = stored(result["url"]).string();
+      // A real recording: AAC, 12,000 Hz, one channel, of what was played or said.
+      const auto movie = probeMovie(recording);
+      ASSERT_TRUE(movie && movie->first("aac")) << key;
+      EXPECT_EQ(movie->first("aac")->sampleRate, 12000);
+      const auto heard = SoundDecoder::decodeFile(recording, 12000);
+      ASSERT_TRUE(heard);
+      if (std::string(key) == "speaker_recording_v1") {
+        const double expected = static_cast<double>(clip->size()) / VirtualRoom::kSampleRate;
+        // The clip whole; the recording stops once the player says the sound is over, which a
+        // player without a sound device may say a moment late.
+        EXPECT_GE(movie->first("aac")->seconds, expected * 0.95);
+        EXPECT_LE(movie->first("aac")->seconds, expected + 1.0);
+        const auto played = SoundDecoder::decodeFile(recording, VirtualRoom::kSampleRate);
+        EXPECT_GT(followsBest(envelope(*clip, VirtualRoom::kSampleRate),
+                              envelope(*played, VirtualRoom::kSampleRate)),
+                  0.8)
+            << "the recording does not follow the clip";
+      } else {
+        const auto levels = envelope(*heard, 12000);
+        EXPECT_GT(*std::max_element(levels.begin(), levels.end()), 0.05) << "a silent recording";
+      }
+    }
+  }
+}
+
+}  // namespace
+}  // namespace quorvel::testing
