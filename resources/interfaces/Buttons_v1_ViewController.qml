@@ -60,7 +60,7 @@ Outlet {
                     controller: screen.controller
                     name: "uiLbTitle"
                     Layout.fillWidth: true
-                    font.pixelSize: 26
+                    textSize: 26
                     font.weight: Font.Bold
                 }
                 OutletLabel {

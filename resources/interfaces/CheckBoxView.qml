@@ -1,6 +1,6 @@
 // A check box outlet: a rounded box, filled in its tint colour with a tick while checked, and its
-// title beside it (wrapping, as consent texts run long). The core owns the checked state; a tap
-// only sends the outlet's action.
+// title beside it (wrapping, as consent texts run long). The core owns the checked state; a tap,
+// or assistive technology's toggle, only sends the outlet's action.
 import QtQuick
 import QtQuick.Controls.Basic
 import Quorvel
@@ -10,6 +10,8 @@ Outlet {
     readonly property var o: controller ? controller.outlets[name] : undefined
     readonly property bool checked: o ? o.isChecked : false
     readonly property color tint: o ? o.tintColor : "transparent"
+    // The title's pixel size at Qt's stock 12 px application font.
+    property real textSize: 16
 
     objectName: name
     visible: o ? !o.hidden : false
@@ -17,9 +19,19 @@ Outlet {
     implicitWidth: box.width + 12 + title.implicitWidth
     implicitHeight: Math.max(44, title.implicitHeight + 16)
 
+    // On the outlet, not the inner button: once accessibility is on, a control calls itself a
+    // plain button whatever role it is given.
+    Accessible.role: Accessible.CheckBox
+    Accessible.name: o ? o.title : ""
+    Accessible.checkable: true
+    Accessible.checked: checked
+    Accessible.onToggleAction: if (button.enabled) button.clicked()
+    Accessible.onPressAction: if (button.enabled) button.clicked()
+
     AbstractButton {
         id: button
         anchors.fill: parent
+        Accessible.ignored: true
         enabled: outlet.o ? outlet.o.userInteractionEnabled : false
         checkable: false
         text: outlet.o ? outlet.o.title : ""
@@ -52,7 +64,7 @@ Outlet {
                       top: parent.top; topMargin: 8 }
             text: button.text
             wrapMode: Text.Wrap
-            font.pixelSize: 16
+            font.pixelSize: Math.round(outlet.textSize * Qt.application.font.pixelSize / 12)
             lineHeight: 1.1
             color: outlet.o ? outlet.o.textColor : "transparent"
         }

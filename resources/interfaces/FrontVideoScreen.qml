@@ -44,7 +44,7 @@ Outlet {
                     controller: screen.controller
                     name: "uiLbTitle"
                     Layout.fillWidth: true
-                    font.pixelSize: 24
+                    textSize: 24
                     font.weight: Font.Bold
                 }
                 IconButton {
@@ -120,7 +120,6 @@ Outlet {
                     controller: screen.controller
                     name: "uiBtNext"
                     Layout.fillWidth: true
-                    Layout.preferredHeight: 52
                 }
             }
         }
@@ -142,7 +141,7 @@ Outlet {
                     controller: screen.controller
                     name: "uiLbVideoReviewTitle"
                     Layout.fillWidth: true
-                    font.pixelSize: 24
+                    textSize: 24
                     font.weight: Font.Bold
                 }
                 OutletLabel {
@@ -194,7 +193,6 @@ Outlet {
                     // The screen's action keeps its historical spelling.
                     action: "uiBtVideoReviewNext_TouchUpInsde"
                     Layout.fillWidth: true
-                    Layout.preferredHeight: 52
                 }
                 TextButton {
                     controller: screen.controller
@@ -219,7 +217,7 @@ Outlet {
             anchors.centerIn: parent
             width: parent.width - 32
             horizontalAlignment: Text.AlignHCenter
-            font.pixelSize: 22
+            textSize: 22
             font.weight: Font.Bold
         }
     }

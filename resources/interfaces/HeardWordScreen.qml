@@ -52,7 +52,7 @@ Outlet {
                         controller: screen.controller
                         name: "uiLbTitle"
                         Layout.fillWidth: true
-                        font.pixelSize: 26
+                        textSize: 26
                         font.weight: Font.Bold
                     }
                     IconButton { controller: screen.controller; name: "uiBtInfo"; implicitWidth: 32; implicitHeight: 32 }
@@ -87,32 +87,22 @@ Outlet {
                     objectName: name
                     visible: !screen.field.hidden
                     Layout.fillWidth: true
-                    Layout.preferredHeight: 52
+                    Layout.preferredHeight: input.implicitHeight
 
-                    TextField {
+                    InputField {
                         id: input
                         objectName: "uiTfWordInput"
                         anchors.fill: parent
                         text: screen.field.text
                         placeholderText: screen.field.placeholder
-                        placeholderTextColor: "#9AA0AA"
+                        accent: screen.field.tintColor
                         enabled: screen.field.enabled && screen.field.userInteractionEnabled
                         inputMethodHints: Qt.ImhNoPredictiveText | Qt.ImhNoAutoUppercase
                         color: screen.field.textColor
-                        selectionColor: screen.field.tintColor
-                        font.pixelSize: 17
-                        leftPadding: 16
-                        rightPadding: 16
                         onTextEdited: screen.controller.editText("uiTfWord", text)
                         onAccepted: screen.resignField()
                         // However the editing ends (the return key, a tap elsewhere), the core hears it.
                         onActiveFocusChanged: if (!activeFocus) screen.controller.send("uiTfWord_EditingDidEnd")
-                        background: Rectangle {
-                            radius: 12
-                            color: "#F5F6F8"
-                            border.width: input.activeFocus ? 2 : 1
-                            border.color: input.activeFocus ? screen.field.tintColor : "#D9DCE1"
-                        }
                     }
                 }
             }
@@ -131,7 +121,6 @@ Outlet {
                 controller: screen.controller
                 name: "uiBtNext"
                 Layout.fillWidth: true
-                Layout.preferredHeight: 52
             }
         }
     }

@@ -37,7 +37,7 @@ Outlet {
             controller: screen.controller
             name: "uiBtCancel"
             anchors { left: parent.left; top: parent.top; topMargin: 8; leftMargin: -12 }
-            pixelSize: 17
+            textSize: 17
         }
 
         Flickable {
@@ -58,7 +58,7 @@ Outlet {
                     controller: screen.controller
                     name: "uiLbTitle"
                     Layout.fillWidth: true
-                    font.pixelSize: 26
+                    textSize: 26
                     font.weight: Font.Bold
                 }
                 OutletLabel {
@@ -67,7 +67,9 @@ Outlet {
                     Layout.fillWidth: true
                 }
 
-                RowLayout {
+                // Side by side while they fit, one under the other when large text needs the room.
+                Flow {
+                    Layout.fillWidth: true
                     Layout.topMargin: 4
                     spacing: 28
                     RadioButtonView { controller: screen.controller; name: "uiRBIMEI" }
@@ -84,33 +86,23 @@ Outlet {
                         visible: !screen.field.hidden
                         opacity: screen.field.alpha
                         Layout.fillWidth: true
-                        Layout.preferredHeight: 52
+                        Layout.preferredHeight: input.implicitHeight
 
-                        TextField {
+                        InputField {
                             id: input
                             objectName: "uiTfIMEIInput"
                             anchors.fill: parent
                             text: screen.field.text
                             placeholderText: screen.field.placeholder
-                            placeholderTextColor: "#9AA0AA"
+                            accent: screen.accent
                             enabled: screen.field.enabled && screen.field.userInteractionEnabled
                             // The core's number pad: digits on a virtual keyboard.
                             inputMethodHints: screen.field.keyboardType === 4
                                               ? Qt.ImhDigitsOnly | Qt.ImhNoPredictiveText
                                               : Qt.ImhNoPredictiveText
                             color: screen.field.textColor
-                            selectionColor: screen.accent
-                            font.pixelSize: 17
-                            leftPadding: 16
-                            rightPadding: 16
                             onTextEdited: screen.controller.editText("uiTfIMEI", text)
                             onAccepted: screen.resignField()
-                            background: Rectangle {
-                                radius: 12
-                                color: "#F5F6F8"
-                                border.width: input.activeFocus ? 2 : 1
-                                border.color: input.activeFocus ? screen.accent : "#D9DCE1"
-                            }
                         }
                     }
                     // The keyboard's done key, while the field has the keyboard.
@@ -122,16 +114,20 @@ Outlet {
                         visible: input.activeFocus && !b.hidden
                         Layout.preferredHeight: 52
                         Layout.preferredWidth: doneButton.implicitWidth
+                        Accessible.role: Accessible.Button
+                        Accessible.name: b.title
+                        Accessible.onPressAction: doneButton.clicked()
                         Button {
                             id: doneButton
                             anchors.fill: parent
+                            Accessible.ignored: true
                             flat: true
                             // Taking focus would close the keyboard before the tap completes.
                             focusPolicy: Qt.NoFocus
                             text: parent.b.title
                             contentItem: Text {
                                 text: doneButton.text
-                                font.pixelSize: 17
+                                font.pixelSize: Math.round(17 * Qt.application.font.pixelSize / 12)
                                 font.weight: Font.DemiBold
                                 color: screen.accent
                                 verticalAlignment: Text.AlignVCenter
@@ -156,7 +152,7 @@ Outlet {
                     OutletLabel {
                         controller: screen.controller
                         name: "uiLbOr"
-                        font.pixelSize: 15
+                        textSize: 15
                         font.capitalization: Font.AllUppercase
                     }
                     Rectangle { Layout.fillWidth: true; height: 1; color: "#D9DCE1" }
@@ -175,7 +171,7 @@ Outlet {
                     visible: !screen.o.uiViewNoImage.hidden
                     opacity: screen.o.uiViewNoImage.alpha
                     Layout.fillWidth: true
-                    implicitHeight: attach.visible ? 112 : 0
+                    implicitHeight: attach.visible ? Math.max(112, attachButton.implicitHeight) : 0
 
                     Outlet {
                         id: attach
@@ -187,9 +183,13 @@ Outlet {
                         anchors.fill: parent
                         visible: !b.hidden
                         opacity: b.alpha
+                        Accessible.role: Accessible.Button
+                        Accessible.name: b.title
+                        Accessible.onPressAction: if (attachButton.enabled) attachButton.clicked()
                         Button {
                             id: attachButton
                             anchors.fill: parent
+                            Accessible.ignored: true
                             enabled: attach.b.enabled && attach.b.userInteractionEnabled
                             focusPolicy: Qt.NoFocus
                             text: attach.b.title
@@ -200,16 +200,20 @@ Outlet {
                                     width: 36; height: 36
                                     source: "image://quorvel/asset/photo?tint=" + screen.argb(attach.tint)
                                     sourceSize: Qt.size(72, 72)
+                                    Accessible.ignored: true
                                 }
                                 Text {
-                                    anchors.horizontalCenter: parent.horizontalCenter
+                                    width: parent.width
+                                    horizontalAlignment: Text.AlignHCenter
+                                    wrapMode: Text.Wrap
                                     text: attachButton.text
-                                    font.pixelSize: 16
+                                    font.pixelSize: Math.round(16 * Qt.application.font.pixelSize / 12)
                                     font.weight: Font.DemiBold
                                     color: attach.b.titleColor
                                 }
                             }
                             topPadding: 22
+                            bottomPadding: 22
                             background: Rectangle {
                                 radius: 14
                                 color: Qt.rgba(attach.tint.r, attach.tint.g, attach.tint.b,
@@ -236,6 +240,8 @@ Outlet {
                     OutletImage {
                         controller: screen.controller
                         name: "uiIvImage"
+                        // The attached photo is the one the attach text asks for.
+                        accessibleName: screen.o.uiLbAttachText.text
                         anchors { fill: parent; margins: 8 }
                     }
                     Outlet {
@@ -248,8 +254,14 @@ Outlet {
                         opacity: b.alpha
                         width: 44; height: 44
                         anchors { right: parent.right; top: parent.top; margins: -6 }
+                        Accessible.role: Accessible.Button
+                        // The core gives the cross no title, and has no words for it.
+                        Accessible.name: b.title || "Remove image"
+                        Accessible.onPressAction: removeButton.clicked()
                         AbstractButton {
+                            id: removeButton
                             anchors.fill: parent
+                            Accessible.ignored: true
                             focusPolicy: Qt.NoFocus
                             Rectangle {
                                 anchors.centerIn: parent
@@ -272,12 +284,13 @@ Outlet {
         Item {
             id: footer
             anchors { left: parent.left; right: parent.right; bottom: parent.bottom }
-            height: 92
+            height: next.height + 40
             MainButton {
+                id: next
                 controller: screen.controller
                 name: "uiBtNext"
                 anchors { left: parent.left; right: parent.right; verticalCenter: parent.verticalCenter }
-                height: 52
+                height: implicitHeight
             }
         }
     }

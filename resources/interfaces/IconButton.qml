@@ -7,12 +7,25 @@ import Quorvel
 Outlet {
     id: outlet
     readonly property var o: controller ? controller.outlets[name] : undefined
+    // What assistive technology reads while the core gives the button no title: its pictures have
+    // no copy of their own.
+    property string fallbackName: ({
+        uiBtInfo: "Information",
+        uiBtPlay: "Play",
+        uiBtRecord: "Record",
+        uiBtStartRecording: "Start recording",
+        uiBtPlayVideo: "Play video"
+    })[name] || ""
 
     objectName: name
     visible: o ? !o.hidden : false
     opacity: o ? o.alpha : 1
     implicitWidth: 44
     implicitHeight: 44
+
+    Accessible.role: Accessible.Button
+    Accessible.name: o && o.title ? o.title : fallbackName
+    Accessible.onPressAction: if (button.enabled) button.clicked()
 
     // A round plate in the button's background colour (clear unless the core sets one).
     Rectangle {
@@ -23,6 +36,7 @@ Outlet {
     AbstractButton {
         id: button
         anchors.fill: parent
+        Accessible.ignored: true
         enabled: outlet.o ? outlet.o.enabled && outlet.o.userInteractionEnabled : false
         Image {
             anchors.fill: parent

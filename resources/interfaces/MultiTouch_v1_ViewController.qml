@@ -35,7 +35,7 @@ Outlet {
                 controller: screen.controller
                 name: "uiLbTitle"
                 Layout.fillWidth: true
-                font.pixelSize: 26
+                textSize: 26
                 font.weight: Font.Bold
             }
             OutletLabel {
@@ -45,9 +45,11 @@ Outlet {
             }
         }
 
-        // A hint of three fingertips in the free space; it takes no input of its own.
+        // A hint of three fingertips in the free space; it takes no input of its own, and says
+        // nothing the description does not.
         Item {
             anchors { left: parent.left; right: parent.right; top: texts.bottom; bottom: footer.top }
+            Accessible.ignored: true
             Rectangle {
                 id: pad
                 anchors.centerIn: parent

@@ -62,7 +62,7 @@ Outlet {
                     controller: screen.controller
                     name: "uiLbTitle"
                     Layout.fillWidth: true
-                    font.pixelSize: 26
+                    textSize: 26
                     font.weight: Font.Bold
                 }
                 OutletLabel {
@@ -101,7 +101,6 @@ Outlet {
                 controller: screen.controller
                 name: "uiBtNext"
                 Layout.fillWidth: true
-                Layout.preferredHeight: 52
             }
         }
     }

@@ -1,6 +1,6 @@
 // One row of the combined tests: the test's icon, title and description in a card. The row under
 // test is outlined in its border colour, finished rows carry their outcome's mark, and rows still
-// waiting are dimmed, all as the row says.
+// waiting are dimmed, all as the row says. Assistive technology reads the row as one item.
 import QtQuick
 import QtQuick.Layouts
 
@@ -19,6 +19,12 @@ Rectangle {
     border.width: row.borderColor.a > 0 ? 2 : 0
     border.color: row.borderColor
 
+    Accessible.role: Accessible.ListItem
+    Accessible.name: row.title || ""
+    Accessible.description: row.description || ""
+    // The row under test is the selected one.
+    Accessible.selected: row.state === 0
+
     RowLayout {
         anchors { fill: parent; leftMargin: 16; rightMargin: 16 }
         spacing: 14
@@ -35,6 +41,7 @@ Rectangle {
                 source: typeof cell.row.icon === "string" ? cell.row.icon : ""
                 sourceSize: Qt.size(56, 56)
                 fillMode: Image.PreserveAspectFit
+                Accessible.ignored: true
             }
         }
         ColumnLayout {
@@ -46,7 +53,7 @@ Rectangle {
                 Layout.fillWidth: true
                 text: cell.row.title || ""
                 color: cell.row.titleColor
-                font.pixelSize: 17
+                font.pixelSize: Math.round(17 * Qt.application.font.pixelSize / 12)
                 font.weight: Font.DemiBold
                 wrapMode: Text.Wrap
             }
@@ -55,10 +62,11 @@ Rectangle {
                 Layout.fillWidth: true
                 text: cell.row.description || ""
                 color: cell.row.descriptionColor
-                font.pixelSize: 14
+                font.pixelSize: Math.round(14 * Qt.application.font.pixelSize / 12)
                 wrapMode: Text.Wrap
             }
         }
+        // The outcome's mark. The core has no words for outcomes, so it is read in English.
         Image {
             objectName: (cell.row.key || "") + "Status"
             visible: cell.hasStatus
@@ -67,6 +75,8 @@ Rectangle {
             source: cell.hasStatus ? cell.row.status.image : ""
             sourceSize: Qt.size(52, 52)
             fillMode: Image.PreserveAspectFit
+            Accessible.role: Accessible.Graphic
+            Accessible.name: cell.row.state === 1 ? "Passed" : "Failed"
         }
     }
 }

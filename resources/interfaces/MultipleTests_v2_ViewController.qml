@@ -93,7 +93,6 @@ Outlet {
                 controller: screen.controller
                 name: "uiBtNext"
                 Layout.fillWidth: true
-                Layout.preferredHeight: 52
             }
         }
     }

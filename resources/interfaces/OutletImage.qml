@@ -1,5 +1,6 @@
 // An image outlet, scaled to fit its place. Bitmaps (QR codes) load at their own size and are
-// scaled without smoothing, so every pixel stays a sharp block.
+// scaled without smoothing, so every pixel stays a sharp block. Decorative unless the screen names
+// it: assistive technology skips pictures whose meaning the screen's texts already carry.
 import QtQuick
 import Quorvel
 
@@ -7,10 +8,16 @@ Outlet {
     id: outlet
     readonly property var o: controller ? controller.outlets[name] : undefined
     property alias fillMode: image.fillMode
+    // What the picture shows, from the screen's copy; empty for a decorative picture.
+    property string accessibleName
 
     objectName: name
     visible: o ? !o.hidden : false
     opacity: o ? o.alpha : 1
+
+    Accessible.role: Accessible.Graphic
+    Accessible.name: accessibleName
+    Accessible.ignored: accessibleName.length === 0
 
     Image {
         id: image

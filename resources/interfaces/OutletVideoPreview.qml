@@ -1,5 +1,6 @@
 // A camera preview outlet: the running capture session's picture, filling the outlet and cropped
-// to it, over the outlet's background colour; only the colour while no session runs.
+// to it, over the outlet's background colour; only the colour while no session runs. The screen's
+// texts say what it shows, so assistive technology skips it.
 import QtQuick
 import Quorvel
 
@@ -13,6 +14,7 @@ Outlet {
     visible: o ? !o.hidden : false
     opacity: o ? o.alpha : 1
     clip: true
+    Accessible.ignored: true
 
     Rectangle {
         anchors.fill: parent

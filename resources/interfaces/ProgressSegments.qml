@@ -1,5 +1,6 @@
 // The header's segmented progress bar: one segment per screen of the run, filled ones in their
-// colour, later ones clear over the bar's background colour.
+// colour, later ones clear over the bar's background colour. Decorative: the header's counter
+// says the same in words.
 import QtQuick
 import Quorvel
 
@@ -11,6 +12,7 @@ Outlet {
     objectName: name
     visible: o ? !o.hidden : false
     implicitHeight: o ? o.segmentHeight : 3
+    Accessible.ignored: true
 
     Rectangle {
         anchors.fill: parent

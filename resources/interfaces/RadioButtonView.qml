@@ -1,6 +1,8 @@
-// A radio button outlet: a ring, filled in its tint colour while checked, and its title. The core
-// decides which one is checked, so a tap only sends the outlet's action.
+// A radio button outlet: a ring, filled in its tint colour while checked, and its title (wrapping
+// when the line is too short). The core decides which one is checked, so a tap, or assistive
+// technology's toggle, only sends the outlet's action.
 import QtQuick
+import QtQuick.Layouts
 import QtQuick.Controls.Basic
 import Quorvel
 
@@ -9,16 +11,30 @@ Outlet {
     readonly property var o: controller ? controller.outlets[name] : undefined
     readonly property bool checked: o ? o.isChecked : false
     readonly property color tint: o ? o.tintColor : "transparent"
+    // The title's pixel size at Qt's stock 12 px application font.
+    property real textSize: 16
 
     objectName: name
     visible: o ? !o.hidden : false
     opacity: o ? o.alpha : 1
     implicitWidth: button.implicitWidth
-    implicitHeight: 44
+    implicitHeight: Math.max(44, title.implicitHeight + 12)
+    // In a layout, never wider than the layout: the title wraps instead.
+    Layout.maximumWidth: parent ? parent.width : Number.POSITIVE_INFINITY
+
+    // On the outlet, not the inner button: once accessibility is on, a control calls itself a
+    // plain button whatever role it is given.
+    Accessible.role: Accessible.RadioButton
+    Accessible.name: o ? o.title : ""
+    Accessible.checkable: true
+    Accessible.checked: checked
+    Accessible.onToggleAction: if (button.enabled) button.clicked()
+    Accessible.onPressAction: if (button.enabled) button.clicked()
 
     AbstractButton {
         id: button
         anchors.fill: parent
+        Accessible.ignored: true
         enabled: outlet.o ? outlet.o.userInteractionEnabled : false
         checkable: false
         text: outlet.o ? outlet.o.title : ""
@@ -42,8 +58,10 @@ Outlet {
         Text {
             id: title
             anchors { left: ring.right; leftMargin: 10; verticalCenter: parent.verticalCenter }
+            width: button.width - ring.width - 10
             text: button.text
-            font.pixelSize: 16
+            wrapMode: Text.Wrap
+            font.pixelSize: Math.round(outlet.textSize * Qt.application.font.pixelSize / 12)
             font.weight: outlet.checked ? Font.DemiBold : Font.Normal
             color: outlet.o ? outlet.o.textColor : "transparent"
         }

@@ -31,7 +31,7 @@ Outlet {
                 controller: screen.controller
                 name: "uiLbTitle"
                 Layout.fillWidth: true
-                font.pixelSize: 26
+                textSize: 26
                 font.weight: Font.Bold
             }
             OutletLabel {
@@ -45,7 +45,7 @@ Outlet {
                 Layout.fillWidth: true
                 Layout.topMargin: 16
                 horizontalAlignment: Text.AlignHCenter
-                font.pixelSize: 34
+                textSize: 34
                 font.weight: Font.Bold
             }
             OutletLabel {
@@ -53,7 +53,7 @@ Outlet {
                 name: "uiLbTimer"
                 Layout.fillWidth: true
                 horizontalAlignment: Text.AlignHCenter
-                font.pixelSize: 20
+                textSize: 20
                 font.family: "monospace"
             }
             RowLayout {
@@ -81,7 +81,6 @@ Outlet {
                 controller: screen.controller
                 name: "uiBtNext"
                 Layout.fillWidth: true
-                Layout.preferredHeight: 52
             }
         }
     }

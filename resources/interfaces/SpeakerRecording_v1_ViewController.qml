@@ -33,7 +33,7 @@ Outlet {
                     controller: screen.controller
                     name: "uiLbTitle"
                     Layout.fillWidth: true
-                    font.pixelSize: 26
+                    textSize: 26
                     font.weight: Font.Bold
                 }
                 IconButton { controller: screen.controller; name: "uiBtInfo"; implicitWidth: 32; implicitHeight: 32 }
@@ -57,7 +57,6 @@ Outlet {
                 controller: screen.controller
                 name: "uiBtStartTest"
                 Layout.fillWidth: true
-                Layout.preferredHeight: 52
             }
         }
     }

@@ -34,12 +34,14 @@ Outlet {
                     controller: screen.controller
                     name: "uiBtBack"
                     anchors { left: parent.left; verticalCenter: parent.verticalCenter; leftMargin: -12 }
-                    pixelSize: 17
+                    textSize: 17
                 }
             }
             OutletImage {
                 controller: screen.controller
                 name: "uiImage"
+                // The device's picture: its model's name says what it shows.
+                accessibleName: screen.o.uiLbPhoneModel.text
                 Layout.alignment: Qt.AlignHCenter
                 Layout.preferredWidth: Math.min(content.width, 220)
                 Layout.preferredHeight: Layout.preferredWidth * 0.8
@@ -48,7 +50,7 @@ Outlet {
                 controller: screen.controller
                 name: "uiLbTitle"
                 Layout.fillWidth: true
-                font.pixelSize: 26
+                textSize: 26
                 font.weight: Font.Bold
             }
             OutletLabel {
@@ -70,7 +72,7 @@ Outlet {
                         controller: screen.controller
                         name: "uiLbPhoneModel"
                         Layout.fillWidth: true
-                        font.pixelSize: 18
+                        textSize: 18
                         font.weight: Font.DemiBold
                     }
                     Outlet {
@@ -115,7 +117,7 @@ Outlet {
                     id: hints
                     anchors { left: parent.left; right: parent.right }
                     spacing: 8
-                    OutletLabel { controller: screen.controller; name: "uiLbSuggestionsTitle"; Layout.fillWidth: true; font.pixelSize: 17; font.weight: Font.DemiBold }
+                    OutletLabel { controller: screen.controller; name: "uiLbSuggestionsTitle"; Layout.fillWidth: true; textSize: 17; font.weight: Font.DemiBold }
                     OutletLabel { controller: screen.controller; name: "uiLbSuggestionChargingCable"; Layout.fillWidth: true }
                     OutletLabel { controller: screen.controller; name: "uiLbSuggestionMirror"; Layout.fillWidth: true }
                     OutletLabel { controller: screen.controller; name: "uiLbSuggestionNoise"; Layout.fillWidth: true }
@@ -127,12 +129,13 @@ Outlet {
     Item {
         id: footer
         anchors { left: parent.left; right: parent.right; bottom: parent.bottom }
-        height: 92
+        height: next.height + 40
         MainButton {
+            id: next
             controller: screen.controller
             name: "uiBtNext"
             anchors { left: parent.left; right: parent.right; verticalCenter: parent.verticalCenter; margins: 24 }
-            height: 52
+            height: implicitHeight
         }
     }
 }

@@ -23,7 +23,7 @@ Outlet {
             OutletLabel {
                 controller: header.controller
                 name: "uiLbTestCounter"
-                font.pixelSize: 15
+                textSize: 15
                 font.weight: Font.DemiBold
                 Layout.rightMargin: 4
             }

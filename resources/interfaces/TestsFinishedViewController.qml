@@ -62,7 +62,7 @@ Outlet {
                     name: "uiLbText"
                     Layout.fillWidth: true
                     horizontalAlignment: Text.AlignHCenter
-                    font.pixelSize: 26
+                    textSize: 26
                     font.weight: Font.Bold
                 }
             }
@@ -76,13 +76,11 @@ Outlet {
                 controller: screen.controller
                 name: "uiBtDone"
                 Layout.fillWidth: true
-                Layout.preferredHeight: 52
             }
             MainButton {
                 controller: screen.controller
                 name: "uiBtTestAgain"
                 Layout.fillWidth: true
-                Layout.preferredHeight: 52
             }
             OutletLabel {
                 controller: screen.controller
@@ -90,7 +88,7 @@ Outlet {
                 Layout.fillWidth: true
                 Layout.topMargin: 4
                 horizontalAlignment: Text.AlignHCenter
-                font.pixelSize: 13
+                textSize: 13
             }
         }
     }

@@ -16,12 +16,13 @@ Outlet {
         readonly property var f: controller.outlets[name]
         objectName: name
         Layout.fillWidth: true
-        implicitHeight: 44
-        TextField {
+        implicitHeight: input.implicitHeight
+        InputField {
+            id: input
             anchors.fill: parent
             text: field.f.text
             placeholderText: field.f.placeholder
-            font.pixelSize: 16
+            textSize: 16
             leftPadding: 12
             background: Rectangle { radius: 10; color: "white"; border.color: parent.activeFocus ? "#0B7BFB" : "#D1D1D6" }
             onTextEdited: field.controller.editText(field.name, text)
@@ -39,15 +40,15 @@ Outlet {
             x: (parent.width - width) / 2
             y: 24
             spacing: 10
-            OutletLabel { controller: screen.controller; name: "uiLbTitle"; Layout.fillWidth: true; font.pixelSize: 28; font.weight: Font.Bold }
-            OutletLabel { controller: screen.controller; name: "uiLbSubtitle"; Layout.fillWidth: true; font.pixelSize: 15 }
+            OutletLabel { controller: screen.controller; name: "uiLbTitle"; Layout.fillWidth: true; textSize: 28; font.weight: Font.Bold }
+            OutletLabel { controller: screen.controller; name: "uiLbSubtitle"; Layout.fillWidth: true; textSize: 15 }
             Field { controller: screen.controller; name: "uiTfAppID"; Layout.topMargin: 8 }
             Field { controller: screen.controller; name: "uiTfApiKey" }
             Field { controller: screen.controller; name: "uiTfTests" }
             Field { controller: screen.controller; name: "uiTfIMEI" }
             Field { controller: screen.controller; name: "uiTfSerial" }
             Field { controller: screen.controller; name: "uiTfThemeColor" }
-            OutletLabel { controller: screen.controller; name: "uiLbEnvironment"; Layout.topMargin: 8; font.pixelSize: 15; font.weight: Font.DemiBold }
+            OutletLabel { controller: screen.controller; name: "uiLbEnvironment"; Layout.topMargin: 8; textSize: 15; font.weight: Font.DemiBold }
             Flow {
                 Layout.fillWidth: true
                 spacing: 16
@@ -55,7 +56,7 @@ Outlet {
                 RadioButtonView { controller: screen.controller; name: "uiRBQA" }
                 RadioButtonView { controller: screen.controller; name: "uiRBIntegrations" }
             }
-            OutletLabel { controller: screen.controller; name: "uiLbLanguage"; font.pixelSize: 15; font.weight: Font.DemiBold }
+            OutletLabel { controller: screen.controller; name: "uiLbLanguage"; textSize: 15; font.weight: Font.DemiBold }
             Flow {
                 Layout.fillWidth: true
                 spacing: 16
@@ -70,13 +71,14 @@ Outlet {
     Item {
         id: footer
         anchors { left: parent.left; right: parent.right; bottom: parent.bottom }
-        height: 92
+        height: start.height + 40
         MainButton {
+            id: start
             controller: screen.controller
             name: "uiBtStart"
             width: Math.min(parent.width - 40, 560)
             anchors { horizontalCenter: parent.horizontalCenter; verticalCenter: parent.verticalCenter }
-            height: 52
+            height: implicitHeight
         }
     }
 }

@@ -12,10 +12,10 @@ Outlet {
     Rectangle { anchors.fill: parent; color: screen.o.view.backgroundColor }
 
     ColumnLayout {
-        anchors { fill: parent; margins: 20; bottomMargin: 92 }
+        anchors { fill: parent; margins: 20; bottomMargin: back.height + 40 }
         spacing: 10
-        OutletLabel { controller: screen.controller; name: "uiLbTitle"; Layout.fillWidth: true; font.pixelSize: 28; font.weight: Font.Bold }
-        OutletLabel { controller: screen.controller; name: "uiLbStatus"; Layout.fillWidth: true; font.pixelSize: 20; font.weight: Font.DemiBold }
+        OutletLabel { controller: screen.controller; name: "uiLbTitle"; Layout.fillWidth: true; textSize: 28; font.weight: Font.Bold }
+        OutletLabel { controller: screen.controller; name: "uiLbStatus"; Layout.fillWidth: true; textSize: 20; font.weight: Font.DemiBold }
         Rectangle {
             Layout.fillWidth: true
             Layout.fillHeight: true
@@ -31,15 +31,16 @@ Outlet {
                     name: "uiLbResponse"
                     width: parent.width
                     font.family: "monospace"
-                    font.pixelSize: 12
+                    textSize: 12
                 }
             }
         }
     }
     MainButton {
+        id: back
         controller: screen.controller
         name: "uiBtBack"
         anchors { left: parent.left; right: parent.right; bottom: parent.bottom; margins: 20 }
-        height: 52
+        height: implicitHeight
     }
 }

@@ -27,6 +27,7 @@ Rectangle {
         Item {
             id: spinner
             objectName: "loadingSpinner"
+            Accessible.ignored: true
             anchors.centerIn: parent
             width: 44; height: 44
             Repeater {

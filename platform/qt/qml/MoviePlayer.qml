@@ -35,12 +35,16 @@ Rectangle {
         id: picture
         objectName: "moviePicture"
         anchors.fill: parent
+        // A film has nothing to read out; the close button is what assistive technology offers.
+        Accessible.ignored: true
     }
 
     ToolButton {
         objectName: "moviePlayerClose"
         anchors { top: parent.top; right: parent.right; margins: 8 }
         width: 44; height: 44
+        // The cross says nothing to a screen reader; the front end has no copy to give.
+        Accessible.name: "Close"
         contentItem: Text {
             text: "✕"
             font.pixelSize: 22

@@ -29,7 +29,7 @@ Item {
         id: bar
         visible: !view.handedOver && !FrontEnd.navigationBarHidden
         anchors { left: parent.left; right: parent.right; top: parent.top }
-        height: visible ? 44 : 0
+        height: visible ? Math.max(44, Math.round(44 * Qt.application.font.pixelSize / 12)) : 0
         color: "#F9F9F9"
         Rectangle { anchors { left: parent.left; right: parent.right; bottom: parent.bottom }
                     height: 1; color: "#D1D1D6" }
@@ -38,7 +38,9 @@ Item {
             visible: FrontEnd.canGoBack
             anchors { left: parent.left; verticalCenter: parent.verticalCenter; leftMargin: 4 }
             text: "‹"
-            font.pixelSize: 28
+            // The chevron says nothing to a screen reader; the front end has no copy to give.
+            Accessible.name: "Back"
+            font.pixelSize: Math.round(28 * Qt.application.font.pixelSize / 12)
             onClicked: FrontEnd.goBack()
         }
     }

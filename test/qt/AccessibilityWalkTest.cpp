@@ -1,0 +1,369 @@
+// Every screen as assistive technology meets it, in both languages: each control is named from
+// the core's copy, the check box and radio buttons report the core's state, and a press through
+// accessibility does what a tap does. With the application font at one and a half times its size,
+// no text on any screen is cut off.
+#include <QAccessible>
+#include <QFont>
+#include <QFontInfo>
+#include <QGuiApplication>
+#include <QMetaEnum>
+#include <QTest>
+
+#include "QuickFixture.h"
+#include "device/IMEIViewController.h"
+#include "qt/OutletItem.h"
+#include "quorvel/ScreenType.h"
+#include "quorvel/virtual/VirtualAudioRecorder.h"
+#include "quorvel/virtual/VirtualMirrorCamera.h"
+#include "quorvel/virtual/VirtualRoom.h"
+#include "quorvel/virtual/VirtualSpeaker.h"
+#include "screens/TestsFinishedViewController.h"
+#include "support/ScriptedDevice.h"
+#include "tests/audio/Earspeaker_v1_ViewController.h"
+#include "tests/audio/Loudspeaker_v1_ViewController.h"
+#include "tests/audio/ReadText_v1_ViewController.h"
+#include "tests/audio/SpeakerRecording_v1_ViewController.h"
+#include "tests/physical/Buttons_v1_ViewController.h"
+#include "tests/physical/Charging_v1_ViewController.h"
+#include "tests/physical/MultiTouch_v1_ViewController.h"
+#include "tests/physical/MultiTouch_v2_ViewController.h"
+#include "tests/physical/MultipleTests_v2_ViewController.h"
+#include "tests/video/DeviceFrontVideo_v1_ViewController.h"
+#include "tests/video/DeviceFrontVideo_v2_ViewController.h"
+
+namespace quorvel::testing {
+namespace {
+
+// What a person reads or operates: each is of no use to assistive technology without a name.
+bool needsName(QAccessible::Role role) {
+  switch (role) {
+    case QAccessible::Button:
+    case QAccessible::CheckBox:
+    case QAccessible::RadioButton:
+    case QAccessible::EditableText:
+    case QAccessible::Slider:
+    case QAccessible::SpinBox:
+    case QAccessible::ComboBox:
+    case QAccessible::Link:
+    case QAccessible::Graphic:
+    case QAccessible::StaticText:
+    case QAccessible::ListItem:
+    case QAccessible::AlertMessage:
+    case QAccessible::Dialog:
+      return true;
+    default:
+      return false;
+  }
+}
+
+// An item in a failure message: its own object name or its nearest named ancestor's, and its type.
+std::string describe(QObject* object) {
+  std::string type = object ? object->metaObject()->className() : "?";
+  for (auto* each = qobject_cast<QQuickItem*>(object); each; each = each->parentItem()) {
+    if (!each->objectName().isEmpty()) return each->objectName().toStdString() + " (" + type + ")";
+  }
+  return type;
+}
+
+class AccessibilityWalkTest : public QuickFixture,
+                              public ::testing::WithParamInterface<SupportedLanguage> {
+ protected:
+  void SetUp() override {
+    QuickFixture::SetUp();
+    sdk.language = GetParam();
+    // The machine's own camera, microphone and battery are replaced by a room the tests control.
+    auto room = std::make_shared<VirtualRoom>();
+    camera = std::make_shared<VirtualMirrorCamera>(frontEnd->window(), room);
+    frontEnd->useCamera(camera, camera);
+    Platform changed = platform();
+    changed.camera = camera;
+    changed.audioPlayer = std::make_shared<VirtualSpeaker>(changed.audioPlayer, room);
+    changed.audioRecorder = std::make_shared<VirtualAudioRecorder>(room, changed.mainQueue);
+    auto device = std::make_shared<ScriptedDevice>();
+    device->battery = BatteryState::unplugged;
+    changed.device = device;
+    installPlatform(changed);
+  }
+
+  void TearDown() override {
+    QuickFixture::TearDown();
+    QGuiApplication::setFont(defaultFont);
+  }
+
+  std::string language() const { return GetParam() == SupportedLanguage::english ? "en" : "pt"; }
+
+  // The accessible elements on show, in the order a screen reader walks them.
+  std::vector<QAccessibleInterface*> shownElements() {
+    // The offscreen platform has no assistive technology to switch accessibility on; controls
+    // made since the last call set up their roles only when told.
+    QAccessible::setActive(true);
+    std::vector<QAccessibleInterface*> found;
+    std::function<void(QAccessibleInterface*)> walk = [&](QAccessibleInterface* node) {
+      for (int i = 0; i < node->childCount(); ++i) {
+        QAccessibleInterface* child = node->child(i);
+        if (!child || child->state().invisible) continue;
+        found.push_back(child);
+        walk(child);
+      }
+    };
+    QAccessibleInterface* window = QAccessible::queryAccessibleInterface(frontEnd->window());
+    if (window) walk(window);
+    return found;
+  }
+
+  // The shown element of the item named name; fails the test when there is none.
+  QAccessibleInterface* element(const QString& name) {
+    for (QAccessibleInterface* each : shownElements()) {
+      if (each->object() && each->object()->objectName() == name) return each;
+    }
+    ADD_FAILURE() << "no accessible " << name.toStdString() << " on " << topInterface();
+    return nullptr;
+  }
+
+  void act(const QString& name, const QString& action) {
+    QAccessibleInterface* target = element(name);
+    ASSERT_TRUE(target && target->actionInterface()) << name.toStdString();
+    EXPECT_TRUE(target->actionInterface()->actionNames().contains(action)) << name.toStdString();
+    target->actionInterface()->doAction(action);
+  }
+  void press(const QString& name) { act(name, QAccessibleActionInterface::pressAction()); }
+
+  // Whether the check box or radio button named name reads as checked.
+  bool checked(const QString& name) {
+    QAccessibleInterface* target = element(name);
+    if (!target) return false;
+    EXPECT_TRUE(target->role() == QAccessible::CheckBox ||
+                target->role() == QAccessible::RadioButton)
+        << name.toStdString() << " reads as a "
+        << QMetaEnum::fromType<QAccessible::Role>().valueToKey(target->role());
+    EXPECT_TRUE(target->state().checkable) << name.toStdString();
+    return target->state().checked;
+  }
+
+  // Every element that needs a name has one.
+  void expectNamed(const std::string& step) {
+    int controls = 0;
+    for (QAccessibleInterface* each : shownElements()) {
+      if (!needsName(each->role())) continue;
+      ++controls;
+      EXPECT_FALSE(each->text(QAccessible::Name).trimmed().isEmpty())
+          << step << ": " << describe(each->object()) << " is a "
+          << QMetaEnum::fromType<QAccessible::Role>().valueToKey(each->role()) << " without a name";
+    }
+    EXPECT_GT(controls, 0) << step << " shows nothing to assistive technology";
+  }
+
+  // Every text on show follows the application font, none smaller than it, and is whole: not
+  // elided, and drawn inside its own box, its outlet, whatever clips it and the window; a
+  // scrolling area clips to its content, which scrolls into view.
+  void expectTextFits(const std::string& step) {
+    const QRectF window(QPointF(), frontEnd->window()->size());
+    const int smallest = QFontInfo(QGuiApplication::font()).pixelSize();
+    std::function<void(QQuickItem*, qreal)> visit = [&](QQuickItem* item, qreal opacity) {
+      opacity *= item->opacity();
+      if (!item->isVisible() || qFuzzyIsNull(opacity)) return;
+      for (QQuickItem* child : item->childItems()) visit(child, opacity);
+      const bool isText = item->inherits("QQuickText");
+      if ((!isText && !item->inherits("QQuickTextInput")) ||
+          item->property("text").toString().isEmpty()) {
+        return;
+      }
+      const std::string what = step + ": " + describe(item) + " \"" +
+                               item->property("text").toString().left(40).toStdString() + "\"";
+      EXPECT_GE(QFontInfo(item->property("font").value<QFont>()).pixelSize(), smallest)
+          << what << " keeps a size of its own";
+      EXPECT_FALSE(item->property("truncated").toBool()) << what << " is elided";
+      // Within a pixel: glyphs' antialiasing and rounding.
+      auto inside = [](const QRectF& drawn, const QRectF& bounds) {
+        return bounds.adjusted(-1, -1, 1, 1).contains(drawn);
+      };
+      const QRectF own = item->boundingRect();
+      // An input's own text scrolls inside it; only its placeholder, a text item, must fit.
+      if (isText) {
+        EXPECT_TRUE(inside(own, QRectF(0, 0, item->width(), item->height())))
+            << what << " overflows its box: " << own.width() << "x" << own.height() << " in "
+            << item->width() << "x" << item->height();
+      }
+      const QRectF drawn = item->mapRectToScene(own);
+      auto sceneRectOf = [](QQuickItem* bounds) {
+        return bounds->mapRectToScene(QRectF(0, 0, bounds->width(), bounds->height()));
+      };
+      bool inOutlet = false;
+      for (QQuickItem* ancestor = item->parentItem(); ancestor; ancestor = ancestor->parentItem()) {
+        // The outlet is the box the screen lays the text out in; a text beyond it overlaps others.
+        if (!inOutlet && qobject_cast<OutletItem*>(ancestor)) {
+          inOutlet = true;
+          EXPECT_TRUE(inside(drawn, sceneRectOf(ancestor)))
+              << what << " overflows its outlet " << describe(ancestor);
+        }
+        if (ancestor->inherits("QQuickFlickable")) {
+          // What lies beyond the view scrolls into it; what lies beyond the content never shows.
+          EXPECT_TRUE(
+              inside(drawn, sceneRectOf(ancestor->property("contentItem").value<QQuickItem*>())))
+              << what << " lies outside the content of " << describe(ancestor);
+          return;
+        }
+        if (ancestor->clip()) {
+          EXPECT_TRUE(inside(drawn, sceneRectOf(ancestor)))
+              << what << " is cut off by " << describe(ancestor);
+        }
+      }
+      EXPECT_TRUE(inside(drawn, window)) << what << " runs off the window";
+    };
+    visit(frontEnd->window()->contentItem(), 1);
+  }
+
+  // Shows every screen of the SDK, the steps of those that change, the alert and the navigation
+  // bar, calling check at each; moves between steps through accessibility's press.
+  void visitEveryScreen(const std::function<void(const std::string& step)>& check) {
+    auto at = [&](const std::string& step) {
+      SCOPED_TRACE(step);
+      check(step);
+      grab(step + suffix + "-" + language());
+    };
+
+    show<IMEIViewController>(ScreenType::imei_screen);
+    at("IMEIViewController");
+    show<TestsFinishedViewController>(ScreenType::end_screen);
+    at("TestsFinishedViewController");
+    show<Charging_v1_ViewController>(ScreenType::charging_v1);
+    at("Charging_v1_ViewController");
+    show<Buttons_v1_ViewController>(ScreenType::buttons_v1);
+    at("Buttons_v1_ViewController");
+    show<MultiTouch_v1_ViewController>(ScreenType::multi_touch_v1);
+    at("MultiTouch_v1_ViewController");
+    show<MultiTouch_v2_ViewController>(ScreenType::multi_touch_v2);
+    at("MultiTouch_v2_ViewController");
+    auto combined = std::make_shared<MultipleTests_v2_ViewController>(
+        contextFor(ScreenType::multiple_tests_v2));
+    combined->selectedTests = {ScreenType::charging_v2, ScreenType::buttons_v2};
+    show(combined);
+    at("MultipleTests_v2_ViewController");
+    press("uiBtCouldntCompleteTest");
+    ASSERT_TRUE(waitFor([&] { return frontEnd->findItem("charging_v2Status") != nullptr; }));
+    QTest::qWait(50);
+    at("MultipleTests_v2_ViewController-one-failed");
+    show<SpeakerRecording_v1_ViewController>(ScreenType::speaker_recording_v1);
+    at("SpeakerRecording_v1_ViewController");
+    show<Earspeaker_v1_ViewController>(ScreenType::earspeaker_v1);
+    at("Earspeaker_v1_ViewController");
+
+    show<Loudspeaker_v1_ViewController>(ScreenType::loudspeaker_v1);
+    at("Loudspeaker_v1_ViewController");
+    press("uiBtInfo");
+    ASSERT_TRUE(waitFor([&] { return frontEnd->alert() && frontEnd->findItem("action0"); }));
+    QTest::qWait(50);
+    at("alert");
+    press("action0");
+    ASSERT_TRUE(waitFor([&] { return !frontEnd->alert(); }));
+
+    auto reading = show<ReadText_v1_ViewController>(ScreenType::read_text_v1);
+    ASSERT_TRUE(waitFor([&] { return !reading->word().empty(); }));
+    QTest::qWait(50);
+    at("ReadText_v1_ViewController");
+    press("uiBtRecord");
+    // A second's recording, which the screen offers for review.
+    ASSERT_TRUE(waitFor([&] { return reading->outlet<Label>("uiLbTimer").text == "00:01"; }, 5000));
+    press("uiBtRecord");
+    ASSERT_TRUE(waitFor([&] { return frontEnd->findItem("uiBtRecordAgain") != nullptr; }));
+    QTest::qWait(50);
+    at("ReadText_v1_ViewController-review");
+
+    show<DeviceFrontVideo_v1_ViewController>(ScreenType::device_front_video_v1);
+    at("DeviceFrontVideo_v1_ViewController");
+    auto video = show<DeviceFrontVideo_v2_ViewController>(ScreenType::device_front_video_v2);
+    at("DeviceFrontVideo_v2_ViewController");
+    press("uiBtNext");
+    ASSERT_TRUE(waitFor([&] { return frontEnd->findItem("uiBtStartRecording") != nullptr; }));
+    QTest::qWait(50);
+    at("DeviceFrontVideo_v2_ViewController-preview");
+    press("uiBtStartRecording");
+    ASSERT_TRUE(waitFor([&] { return !video->outlet<View>("uiColorsView").hidden; }));
+    QTest::qWait(50);
+    at("DeviceFrontVideo_v2_ViewController-colours");
+    ASSERT_TRUE(waitFor([&] { return frontEnd->findItem("uiCheckBoxTerms") != nullptr; }, 20000));
+    QTest::qWait(50);
+    at("DeviceFrontVideo_v2_ViewController-review");
+
+    // Under the host's navigation bar the back button shows.
+    hostNavigation->setNavigationBarHidden(false, false);
+    auto charging =
+        std::make_shared<Charging_v1_ViewController>(contextFor(ScreenType::charging_v1));
+    hostNavigation->pushViewController(charging, false);
+    settle(charging->interfaceName());
+    ASSERT_NE(chrome("navigationBack"), nullptr);
+    at("Charging_v1_ViewController-navigation-bar");
+
+    // The start screen comes from a run, with its identifiers and hints.
+    hostNavigation->setNavigationBarHidden(true, false);
+    start(std::nullopt, "490154203237518", "C02XK0AB");
+    settle("StartViewController");
+    at("StartViewController");
+  }
+
+  std::shared_ptr<VirtualMirrorCamera> camera;
+  std::string suffix = "-accessible";
+  const QFont defaultFont = QGuiApplication::font();
+};
+
+TEST_P(AccessibilityWalkTest, EveryControlIsNamedAndReportsTheCoreState) {
+  visitEveryScreen([&](const std::string& step) {
+    expectNamed(step);
+    if (step == "IMEIViewController") {
+      // The radio buttons follow the core's mode, whichever way it changes.
+      auto screen = std::dynamic_pointer_cast<IMEIViewController>(frontEnd->topViewController());
+      EXPECT_TRUE(checked("uiRBIMEI"));
+      EXPECT_FALSE(checked("uiRBSerialNumber"));
+      act("uiRBSerialNumber", QAccessibleActionInterface::toggleAction());
+      ASSERT_TRUE(waitFor([&] { return checked("uiRBSerialNumber"); }));
+      EXPECT_EQ(screen->mode(), IMEIViewController::Mode::serialNumber);
+      EXPECT_FALSE(checked("uiRBIMEI"));
+      tap("uiRBIMEI");
+      ASSERT_TRUE(waitFor([&] { return checked("uiRBIMEI"); }));
+      EXPECT_FALSE(checked("uiRBSerialNumber"));
+      // The keyboard's done key shows while the field has the keyboard.
+      screen->outlet<TextField>("uiTfIMEI").isFirstResponder = true;
+      ASSERT_TRUE(waitFor([&] { return frontEnd->findItem("uiBtKeyboardDone") != nullptr; }));
+      expectNamed("IMEIViewController-typing");
+      press("uiBtKeyboardDone");
+      EXPECT_FALSE(screen->outlet<TextField>("uiTfIMEI").isFirstResponder);
+    }
+    if (step == "DeviceFrontVideo_v2_ViewController-review") {
+      // The check box shows the core's state: toggled through accessibility, then tapped.
+      auto screen = std::dynamic_pointer_cast<DeviceFrontVideo_v2_ViewController>(
+          frontEnd->topViewController());
+      const auto& box = screen->outlet<CheckBox>("uiCheckBoxTerms");
+      EXPECT_FALSE(checked("uiCheckBoxTerms"));
+      act("uiCheckBoxTerms", QAccessibleActionInterface::toggleAction());
+      ASSERT_TRUE(waitFor([&] { return checked("uiCheckBoxTerms"); }));
+      EXPECT_TRUE(box.isChecked);
+      tap("uiCheckBoxTerms");
+      ASSERT_TRUE(waitFor([&] { return !checked("uiCheckBoxTerms"); }));
+      EXPECT_FALSE(box.isChecked);
+    }
+  });
+}
+
+TEST_P(AccessibilityWalkTest, TextFollowsALargerApplicationFontAndIsNeverCut) {
+  // What a desktop's font scale does: a larger application font for the screens made after it.
+  QFont large = defaultFont;
+  if (defaultFont.pointSizeF() > 0) {
+    large.setPointSizeF(defaultFont.pointSizeF() * 1.5);
+  } else {
+    large.setPixelSize(qRound(defaultFont.pixelSize() * 1.5));
+  }
+  QGuiApplication::setFont(large);
+  suffix = "-large";
+  visitEveryScreen([&](const std::string& step) { expectTextFits(step); });
+}
+
+INSTANTIATE_TEST_SUITE_P(Languages, AccessibilityWalkTest,
+                         ::testing::Values(SupportedLanguage::english,
+                                           SupportedLanguage::portuguese),
+                         [](const auto& language) {
+                           return language.param == SupportedLanguage::english ? "English"
+                                                                               : "Portuguese";
+                         });
+
+}  // namespace
+}  // namespace quorvel::testing
