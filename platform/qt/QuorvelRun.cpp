@@ -11,6 +11,7 @@
 
 #include "qt/FrontEndSingleton.h"
 #include "quorvel/QuorvelSDK.h"
+#include "quorvel/StatusCodes.h"
 #include "quorvel/platform/HostBundle.h"
 #include "quorvel/quick/QuickFrontEnd.h"
 #include "quorvel/ui/NavigationController.h"
@@ -67,8 +68,16 @@ void QuorvelRun::start() {
   }
   const int generation = ++generation_;
   running_ = true;
+  begun_ = false;
   emit runningChanged();
+  // From the event loop: a host calls start() as its scene completes, and the SdkView it placed
+  // beside this element may not be there yet.
+  QTimer::singleShot(0, this, [this, generation] {
+    if (generation == generation_) begin(generation);
+  });
+}
 
+void QuorvelRun::begin(int generation) {
   static const QStringList environments = {"production", "qa", "integrations"};
   static const QStringList languages = {"en", "pt"};
   const auto environment = environments.indexOf(environment_);
@@ -86,9 +95,7 @@ void QuorvelRun::start() {
     problem = "autopilot: this build's Quorvel module has no virtual devices";
   }
   if (!problem.isEmpty()) {
-    QTimer::singleShot(0, this, [this, generation, problem] {
-      if (generation == generation_) answer(invalid(problem));
-    });
+    answer(invalid(problem));
     return;
   }
 
@@ -141,6 +148,7 @@ void QuorvelRun::start() {
     for (const QString& key : tests_) tests->push_back(key.toStdString());
   }
   QPointer<QuorvelRun> self = this;
+  begun_ = true;
   sdk.performTests(appId_.toStdString(), apiKey_.toStdString(), tests, nonEmpty(imei_),
                    nonEmpty(serialNumber_), nullptr,
                    [self, generation](std::optional<Dictionary> response) {
@@ -155,6 +163,18 @@ void QuorvelRun::start() {
 
 void QuorvelRun::cancel() {
   if (!running_) return;
+  if (!begun_) {
+    // Cancelled before the run reached the SDK: the answer a cancel gives.
+    ++generation_;
+    const int cancelled = StatusCodes::cancelledByUser;
+    QTimer::singleShot(0, this, [this, generation = generation_, cancelled] {
+      if (generation != generation_) return;
+      answer(QVariantMap{
+          {"status_code", cancelled},
+          {"status_message", QString::fromStdString(StatusCodes::getDescription(cancelled))}});
+    });
+    return;
+  }
   if (!cancelRunInProgress()) {
     // Nothing reached the SDK yet (a wrong setting answers on its own).
     qWarning("QuorvelRun: cancel() found no run in progress");
@@ -178,6 +198,10 @@ bool QuorvelRun::coverScene(QuickFrontEnd& frontEnd) {
   ownWindow_ = window;
   window->resize(390, 844);
   window->show();
+  // A host's SdkView that comes later draws the run: the empty window goes.
+  connect(&frontEnd, &QuickFrontEnd::viewChanged, window, [window, &frontEnd] {
+    if (frontEnd.view() && frontEnd.view()->window() != window) window->close();
+  });
   return true;
 }
 

@@ -78,6 +78,8 @@ class QUORVEL_EXPORT QuorvelRun : public QObject {
   void runningChanged();
 
  private:
+  // The run itself, one event-loop turn after start().
+  void begin(int generation);
   void answer(const QVariant& response);
   // The run's window when the host placed no SdkView; null when it did.
   bool coverScene(QuickFrontEnd& frontEnd);
@@ -89,6 +91,8 @@ class QUORVEL_EXPORT QuorvelRun : public QObject {
   bool strictUploads_ = false;
   bool autopilot_ = false;
   bool running_ = false;
+  // Whether the run reached the SDK (a cancel before that answers by itself).
+  bool begun_ = false;
   // Each start() answers once; an answer of an earlier start() is dropped.
   int generation_ = 0;
   QPointer<QQuickWindow> ownWindow_;

@@ -113,7 +113,10 @@ bool Autopilot::readyDevices() {
 
 void Autopilot::screenSettled(ViewControllerBridge* screen) {
   auto controller = screen ? screen->controller() : nullptr;
-  if (!controller || controller == current_.lock() || !readyDevices()) return;
+  if (!controller || !frontEnd_.window()) return;
+  // The same screen again is news only when another window shows it now.
+  const bool moved = devices_->window != frontEnd_.window();
+  if ((controller == current_.lock() && !moved) || !readyDevices()) return;
   current_ = controller;
   const int generation = ++generation_;
   const QString name = screen->interfaceName();
