@@ -8,7 +8,7 @@ namespace quorvel {
 
 // The installed camera's picture (QML type Quorvel.CameraPicture), filling the item, cropped and
 // centred; nothing while no capture session runs.
-class CameraPictureItem : public PictureItem {
+class CameraPictureItem : public quorvel::PictureItem {
   Q_OBJECT
   QML_NAMED_ELEMENT(CameraPicture)
 

@@ -10,7 +10,7 @@ namespace quorvel {
 
 // A movie's picture (QML type Quorvel.MoviePicture), whole and centred: a media player's video
 // output is this item's videoSink. Unlike VideoOutput, it draws under the software scene graph too.
-class MoviePictureItem : public PictureItem {
+class MoviePictureItem : public quorvel::PictureItem {
   Q_OBJECT
   QML_NAMED_ELEMENT(MoviePicture)
   Q_PROPERTY(QVideoSink* videoSink READ videoSink CONSTANT)

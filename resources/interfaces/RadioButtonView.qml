@@ -20,7 +20,7 @@ Outlet {
     implicitWidth: button.implicitWidth
     implicitHeight: Math.max(44, title.implicitHeight + 12)
     // In a layout, never wider than the layout: the title wraps instead.
-    Layout.maximumWidth: parent ? parent.width : Number.POSITIVE_INFINITY
+    Layout.maximumWidth: parent ? parent.width : Infinity
 
     // On the outlet, not the inner button: once accessibility is on, a control calls itself a
     // plain button whatever role it is given.

@@ -18,7 +18,7 @@ Outlet {
     implicitWidth: button.leftPadding + (icon.visible ? icon.width + row.spacing : 0)
                    + title.implicitWidth + button.rightPadding
     // In a layout, never wider than the layout: the title wraps instead.
-    Layout.maximumWidth: parent ? parent.width : Number.POSITIVE_INFINITY
+    Layout.maximumWidth: parent ? parent.width : Infinity
 
     Accessible.role: Accessible.Button
     Accessible.name: o ? o.title : ""
