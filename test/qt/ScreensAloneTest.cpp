@@ -121,7 +121,9 @@ TEST_F(ScreensAloneTest, SoundScreensPassWithRealSoundInBothLanguages) {
       if (!heardOrShown.empty()) {
         EXPECT_NE(std::find(words.begin(), words.end(), heardOrShown), words.end()) << key;
       }
-      if (result.contains("audio_word")) EXPECT_EQ(result["input_word"], heardOrShown);
+      if (result.contains("audio_word")) {
+        EXPECT_EQ(result["input_word"], heardOrShown);
+      }
       hostNavigation->popToRootViewController(false);
       settle("HostTestPage");
       if (!result.contains("url")) continue;
