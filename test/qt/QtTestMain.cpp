@@ -5,8 +5,9 @@
 // Qt, fontconfig and items that QML owns until the process ends are still allocated at exit, which
 // LeakSanitizer would report on every test; the rest of the sanitizers stay on. Freed memory is
 // filled, so that libraries without instrumentation that read it after the free (Qt's GStreamer
-// player does) fail at once rather than on a loaded machine.
-extern "C" const char* __asan_default_options() {
+// player does) fail at once rather than on a loaded machine. Visible, so that the sanitizer's
+// runtime finds it in a build whose symbols are hidden by default.
+extern "C" __attribute__((visibility("default"))) const char* __asan_default_options() {
   return "detect_leaks=0:max_free_fill_size=4096:free_fill_byte=165";
 }
 
