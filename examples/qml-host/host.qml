@@ -22,7 +22,7 @@ Window {
         assetsHost: "http://127.0.0.1:8731"
         cameraUsage: "The screen test films this phone in a mirror."
         microphoneUsage: "The audio tests record what the speaker plays."
-        autopilot: Qt.application.arguments.includes("--autopilot")
+        autopilot: Array.from(Qt.application.arguments).includes("--autopilot")
         onFinished: (response) => {
             console.log("finished:", JSON.stringify(response))
             Qt.exit(response && response.status_code === 200 ? 0 : 1)

@@ -29,8 +29,8 @@ class VirtualVolumeKeys;
 // listens and reads aloud, volume keys with a volume of their own, a charger, a vibrator) and from
 // then on acts on every screen of the SDK that settles: it taps what is on screen, types on the
 // keyboard, plugs the charger and presses the volume keys, one screen at a time, waiting for what
-// the screen shows before each step. Screens it has no steps for get "I couldn't complete this
-// test", honestly, rather than a pass.
+// the screen shows before each step. Test screens it has no steps for get "I couldn't complete
+// this test", honestly, rather than a pass; the host's own pages are left to the host.
 //
 //   quorvel::Autopilot autopilot(frontEnd);   // then performTests as usual
 class QUORVEL_EXPORT Autopilot : public QObject {
