@@ -14,6 +14,8 @@
 #include "qt/QtVideoPlayback.h"
 #include "qt/QuorvelImageProvider.h"
 #include "quorvel/Fatal.h"
+#include "quorvel/Localization.h"
+#include "quorvel/QuorvelSDK.h"
 #include "quorvel/ui/AlertController.h"
 #include "quorvel/ui/LoadingView.h"
 #include "quorvel/ui/NavigationController.h"
@@ -77,6 +79,7 @@ QuickFrontEnd::QuickFrontEnd(QObject* parent)
   platform_.application->makeKeyWindow(coreWindow_);
   observe(coreWindow_);
   observe(platform_.application);
+  updateChromeCopy();
 }
 
 QuickFrontEnd::~QuickFrontEnd() {
@@ -199,6 +202,7 @@ void QuickFrontEnd::scheduleSync() {
 
 void QuickFrontEnd::sync() {
   syncScheduled_ = false;
+  updateChromeCopy();
   for (auto& [weak, token] : observed_) {
     if (auto observable = weak.lock()) observable->removeObserver(token);
   }
@@ -360,6 +364,18 @@ void QuickFrontEnd::showMovie(const QUrl& movie, std::function<void(const std::s
   movie_ = movie;
   movieClosed_ = std::move(closed);
   emit movieChanged();
+}
+
+void QuickFrontEnd::updateChromeCopy() {
+  const SupportedLanguage language = QuorvelSDK::shared().language;
+  // A language the core does not know is the run's to report; the chrome keeps its words.
+  if (language != SupportedLanguage::english && language != SupportedLanguage::portuguese) return;
+  QVariantMap copy;
+  copy.insert("back", QString::fromStdString(Localization::copy("back", language)));
+  copy.insert("close", QString::fromStdString(Localization::copy("accessibility_close", language)));
+  if (copy == chromeCopy_) return;
+  chromeCopy_ = copy;
+  emit chromeCopyChanged();
 }
 
 void QuickFrontEnd::closeMovie(const QString& problem) {

@@ -152,6 +152,7 @@ void ViewControllerBridge::update(const std::string& name, const Element& elemen
   set(map, "tintColor", toQColor(element.tintColor));
   set(map, "cornerRadius", element.cornerRadius);
   set(map, "userInteractionEnabled", element.userInteractionEnabled);
+  set(map, "accessibilityLabel", toQString(element.accessibilityLabel));
 
   if (const auto* label = dynamic_cast<const Label*>(&element)) {
     set(map, "text", toQString(label->text));

@@ -22,7 +22,7 @@ Outlet {
     // On the outlet, not the inner button: once accessibility is on, a control calls itself a
     // plain button whatever role it is given.
     Accessible.role: Accessible.CheckBox
-    Accessible.name: o ? o.title : ""
+    Accessible.name: o ? o.accessibilityLabel || o.title : ""
     Accessible.checkable: true
     Accessible.checked: checked
     Accessible.onToggleAction: if (button.enabled) button.clicked()

@@ -95,6 +95,7 @@ Outlet {
                         anchors.fill: parent
                         text: screen.field.text
                         placeholderText: screen.field.placeholder
+                        Accessible.name: screen.field.accessibilityLabel || placeholderText
                         accent: screen.field.tintColor
                         enabled: screen.field.enabled && screen.field.userInteractionEnabled
                         inputMethodHints: Qt.ImhNoPredictiveText | Qt.ImhNoAutoUppercase

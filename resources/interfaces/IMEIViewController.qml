@@ -94,6 +94,7 @@ Outlet {
                             anchors.fill: parent
                             text: screen.field.text
                             placeholderText: screen.field.placeholder
+                            Accessible.name: screen.field.accessibilityLabel || placeholderText
                             accent: screen.accent
                             enabled: screen.field.enabled && screen.field.userInteractionEnabled
                             // The core's number pad: digits on a virtual keyboard.
@@ -115,7 +116,7 @@ Outlet {
                         Layout.preferredHeight: 52
                         Layout.preferredWidth: doneButton.implicitWidth
                         Accessible.role: Accessible.Button
-                        Accessible.name: b.title
+                        Accessible.name: b.accessibilityLabel || b.title
                         Accessible.onPressAction: doneButton.clicked()
                         Button {
                             id: doneButton
@@ -184,7 +185,7 @@ Outlet {
                         visible: !b.hidden
                         opacity: b.alpha
                         Accessible.role: Accessible.Button
-                        Accessible.name: b.title
+                        Accessible.name: b.accessibilityLabel || b.title
                         Accessible.onPressAction: if (attachButton.enabled) attachButton.clicked()
                         Button {
                             id: attachButton
@@ -255,8 +256,8 @@ Outlet {
                         width: 44; height: 44
                         anchors { right: parent.right; top: parent.top; margins: -6 }
                         Accessible.role: Accessible.Button
-                        // The core gives the cross no title, and has no words for it.
-                        Accessible.name: b.title || "Remove image"
+                        // The cross says nothing to a screen reader: the core names it.
+                        Accessible.name: b.accessibilityLabel || b.title
                         Accessible.onPressAction: removeButton.clicked()
                         AbstractButton {
                             id: removeButton

@@ -7,15 +7,6 @@ import Quorvel
 Outlet {
     id: outlet
     readonly property var o: controller ? controller.outlets[name] : undefined
-    // What assistive technology reads while the core gives the button no title: its pictures have
-    // no copy of their own.
-    property string fallbackName: ({
-        uiBtInfo: "Information",
-        uiBtPlay: "Play",
-        uiBtRecord: "Record",
-        uiBtStartRecording: "Start recording",
-        uiBtPlayVideo: "Play video"
-    })[name] || ""
 
     objectName: name
     visible: o ? !o.hidden : false
@@ -24,7 +15,8 @@ Outlet {
     implicitHeight: 44
 
     Accessible.role: Accessible.Button
-    Accessible.name: o && o.title ? o.title : fallbackName
+    // The picture says nothing to a screen reader: the core names the button in its language.
+    Accessible.name: o ? o.accessibilityLabel || o.title : ""
     Accessible.onPressAction: if (button.enabled) button.clicked()
 
     // A round plate in the button's background colour (clear unless the core sets one).

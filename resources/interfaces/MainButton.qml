@@ -20,7 +20,7 @@ Outlet {
 
     // The outlet speaks for the button, so that assistive technology meets one element.
     Accessible.role: Accessible.Button
-    Accessible.name: o ? o.title : ""
+    Accessible.name: o ? o.accessibilityLabel || o.title : ""
     Accessible.onPressAction: if (button.enabled) button.clicked()
 
     Button {

@@ -66,7 +66,7 @@ Rectangle {
                 wrapMode: Text.Wrap
             }
         }
-        // The outcome's mark. The core has no words for outcomes, so it is read in English.
+        // The outcome's mark, read as the core's words for it.
         Image {
             objectName: (cell.row.key || "") + "Status"
             visible: cell.hasStatus
@@ -76,7 +76,7 @@ Rectangle {
             sourceSize: Qt.size(52, 52)
             fillMode: Image.PreserveAspectFit
             Accessible.role: Accessible.Graphic
-            Accessible.name: cell.row.state === 1 ? "Passed" : "Failed"
+            Accessible.name: cell.hasStatus ? cell.row.status.accessibilityLabel || "" : ""
         }
     }
 }

@@ -8,16 +8,19 @@ Outlet {
     id: outlet
     readonly property var o: controller ? controller.outlets[name] : undefined
     property alias fillMode: image.fillMode
-    // What the picture shows, from the screen's copy; empty for a decorative picture.
+    // What the picture shows, from the screen's copy, unless the core names it; empty for a
+    // decorative picture.
     property string accessibleName
+    readonly property string spokenName: o && o.accessibilityLabel ? o.accessibilityLabel
+                                                                   : accessibleName
 
     objectName: name
     visible: o ? !o.hidden : false
     opacity: o ? o.alpha : 1
 
     Accessible.role: Accessible.Graphic
-    Accessible.name: accessibleName
-    Accessible.ignored: accessibleName.length === 0
+    Accessible.name: spokenName
+    Accessible.ignored: spokenName.length === 0
 
     Image {
         id: image

@@ -21,8 +21,8 @@ Outlet {
 
     // Read as plain text, without the link's markup; an empty label is not read at all.
     Accessible.role: Accessible.StaticText
-    Accessible.name: o ? o.text : ""
-    Accessible.ignored: !o || o.text.length === 0
+    Accessible.name: o ? o.accessibilityLabel || o.text : ""
+    Accessible.ignored: !o || (o.accessibilityLabel || o.text).length === 0
 
     Label {
         id: label

@@ -21,7 +21,7 @@ Outlet {
     Layout.maximumWidth: parent ? parent.width : Infinity
 
     Accessible.role: Accessible.Button
-    Accessible.name: o ? o.title : ""
+    Accessible.name: o ? o.accessibilityLabel || o.title : ""
     Accessible.onPressAction: if (button.enabled) button.clicked()
 
     Button {

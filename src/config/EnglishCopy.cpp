@@ -155,10 +155,22 @@ constexpr std::pair<std::string_view, std::string_view> kEntries[] = {
      "Press volume down button on the side of the device"},
     {"multi_touch_v2_title", "Slide fingers"},
     {"multi_touch_v2_description", "Slide your two fingers over the lines"},
+    // What assistive technology reads for controls drawn as pictures alone.
+    {"accessibility_more_information", "More information"},
+    {"accessibility_play_word", "Play the word"},
+    {"accessibility_play_recording", "Play the recording"},
+    {"accessibility_record", "Record"},
+    {"accessibility_stop_recording", "Stop recording"},
+    {"accessibility_start_recording", "Start recording"},
+    {"accessibility_play_video", "Play the video"},
+    {"accessibility_remove_image", "Remove image"},
+    {"accessibility_test_passed", "Passed"},
+    {"accessibility_test_failed", "Failed"},
+    {"accessibility_close", "Close"},
 };
 
 // Every language table carries the same keys, including those of other platforms.
-static_assert(std::size(kEntries) == 100);
+static_assert(std::size(kEntries) == 111);
 
 }  // namespace
 

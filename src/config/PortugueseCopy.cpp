@@ -163,10 +163,22 @@ constexpr std::pair<std::string_view, std::string_view> kEntries[] = {
      "Prima o botão de diminuir o volume na lateral do dispositivo"},
     {"multi_touch_v2_title", "Deslizar os dedos"},
     {"multi_touch_v2_description", "Deslize os dois dedos sobre as linhas"},
+    // What assistive technology reads for controls drawn as pictures alone.
+    {"accessibility_more_information", "Mais informações"},
+    {"accessibility_play_word", "Reproduzir a palavra"},
+    {"accessibility_play_recording", "Reproduzir a gravação"},
+    {"accessibility_record", "Gravar"},
+    {"accessibility_stop_recording", "Parar a gravação"},
+    {"accessibility_start_recording", "Iniciar a gravação"},
+    {"accessibility_play_video", "Reproduzir o vídeo"},
+    {"accessibility_remove_image", "Remover imagem"},
+    {"accessibility_test_passed", "Passou"},
+    {"accessibility_test_failed", "Falhou"},
+    {"accessibility_close", "Fechar"},
 };
 
 // Every language table carries the same keys, including those of other platforms.
-static_assert(std::size(kEntries) == 100);
+static_assert(std::size(kEntries) == 111);
 
 }  // namespace
 

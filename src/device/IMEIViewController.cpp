@@ -133,6 +133,7 @@ void IMEIViewController::viewDidLoad() {
   auto& remove = outlet<Button>("uiBtRemoveImage");
   remove.image = Image::asset("xmark.circle.fill", true);
   remove.tintColor = look_.themeColor();
+  remove.accessibilityLabel = look_.copy("accessibility_remove_image");
 
   auto& cancel = outlet<Button>("uiBtCancel");
   cancel.title = look_.copy("cancel");

@@ -36,6 +36,7 @@ Dictionary Element::toJson() const {
           {"tintColor", colorJson(tintColor)},
           {"cornerRadius", cornerRadius},
           {"userInteractionEnabled", userInteractionEnabled},
+          {"accessibilityLabel", accessibilityLabel},
           {"bounds", {{"width", bounds.width}, {"height", bounds.height}}},
           {"gestureRecognizers", recognizers}};
 }

@@ -71,6 +71,8 @@ MultipleTestsTableViewCell MultipleTestsTableViewCell::make(const ScreenContext&
   cell.description = look.text(source.descriptionKey, source.descriptionCopy);
   cell.icon = look.image(source.imageKey).value_or(Image::asset(source.icon, true));
   cell.state = state;
+  if (state == TestViewState::success) cell.statusLabel = look.copy("accessibility_test_passed");
+  if (state == TestViewState::failed) cell.statusLabel = look.copy("accessibility_test_failed");
   cell.titleColor = look.textAccentColor();
   cell.descriptionColor = look.textColor();
   cell.accentColor = look.themeColor();
@@ -89,11 +91,13 @@ Dictionary MultipleTestsTableViewCell::toJson() const {
       break;
     case TestViewState::success:
       status = {{"image", quorvel::toJson(Image::asset("checkmark.circle.fill", true))},
-                {"tintColor", kSuccessColor.hex()}};
+                {"tintColor", kSuccessColor.hex()},
+                {"accessibilityLabel", statusLabel}};
       break;
     case TestViewState::failed:
       status = {{"image", quorvel::toJson(Image::asset("xmark.circle.fill", true))},
-                {"tintColor", kFailedColor.hex()}};
+                {"tintColor", kFailedColor.hex()},
+                {"accessibilityLabel", statusLabel}};
       break;
     case TestViewState::unfocused:
       alpha = 0.4;

@@ -27,6 +27,9 @@ struct MultipleTestsTableViewCell {
   std::string description;
   Image icon;
   TestViewState state = TestViewState::unfocused;
+  // The outcome's words for a finished row, which its mark shows as a picture alone; empty
+  // otherwise.
+  std::string statusLabel;
   Color titleColor;
   Color descriptionColor;
   Color accentColor;

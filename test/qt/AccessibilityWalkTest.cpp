@@ -1,23 +1,29 @@
 // Every screen as assistive technology meets it, in both languages: each control is named from
-// the core's copy, the check box and radio buttons report the core's state, and a press through
-// accessibility does what a tap does. With the application font at one and a half times its size,
-// no text on any screen is cut off.
+// the core's copy (those drawn as pictures alone too, and the front end's chrome), the check box
+// and radio buttons report the core's state, and a press through accessibility does what a tap
+// does. With the application font at one and a half times its size, no text on any screen is cut
+// off.
 #include <QAccessible>
 #include <QFont>
 #include <QFontInfo>
 #include <QGuiApplication>
 #include <QMetaEnum>
 #include <QTest>
+#include <map>
+#include <set>
+#include <string>
 
 #include "QuickFixture.h"
 #include "device/IMEIViewController.h"
 #include "qt/OutletItem.h"
+#include "quorvel/Localization.h"
 #include "quorvel/ScreenType.h"
 #include "quorvel/virtual/VirtualAudioRecorder.h"
 #include "quorvel/virtual/VirtualMirrorCamera.h"
 #include "quorvel/virtual/VirtualRoom.h"
 #include "quorvel/virtual/VirtualSpeaker.h"
 #include "screens/TestsFinishedViewController.h"
+#include "support/MovieProbe.h"
 #include "support/ScriptedDevice.h"
 #include "tests/audio/Earspeaker_v1_ViewController.h"
 #include "tests/audio/Loudspeaker_v1_ViewController.h"
@@ -56,6 +62,33 @@ bool needsName(QAccessible::Role role) {
   }
 }
 
+// The copy key that names an element drawn as a picture alone (a button, a row's mark, the
+// chrome's back and close) at a step of the walk; "" for any other element. Nothing on screen
+// says what these are, so only the core's copy can.
+std::string pictureNameKey(const std::string& step, const QString& name) {
+  static const std::map<QString, std::string> keys = {
+      {"uiBtInfo", "accessibility_more_information"},
+      {"uiBtPlayVideo", "accessibility_play_video"},
+      {"uiBtStartRecording", "accessibility_start_recording"},
+      {"uiBtRemoveImage", "accessibility_remove_image"},
+      {"charging_v2Status", "accessibility_test_passed"},
+      {"buttons_v2_volume_upStatus", "accessibility_test_failed"},
+      {"navigationBack", "back"},
+      {"moviePlayerClose", "accessibility_close"},
+  };
+  // The play button plays the word to be heard, or one's own recording back.
+  if (name == "uiBtPlay") {
+    return step.starts_with("ReadText") ? "accessibility_play_recording"
+                                        : "accessibility_play_word";
+  }
+  // While recording, the record button stops.
+  if (name == "uiBtRecord") {
+    return step.ends_with("-recording") ? "accessibility_stop_recording" : "accessibility_record";
+  }
+  auto it = keys.find(name);
+  return it == keys.end() ? std::string() : it->second;
+}
+
 // An item in a failure message: its own object name or its nearest named ancestor's, and its type.
 std::string describe(QObject* object) {
   std::string type = object ? object->metaObject()->className() : "?";
@@ -79,7 +112,7 @@ class AccessibilityWalkTest : public QuickFixture,
     changed.camera = camera;
     changed.audioPlayer = std::make_shared<VirtualSpeaker>(changed.audioPlayer, room);
     changed.audioRecorder = std::make_shared<VirtualAudioRecorder>(room, changed.mainQueue);
-    auto device = std::make_shared<ScriptedDevice>();
+    device = std::make_shared<ScriptedDevice>();
     device->battery = BatteryState::unplugged;
     changed.device = device;
     installPlatform(changed);
@@ -153,6 +186,24 @@ class AccessibilityWalkTest : public QuickFixture,
     EXPECT_GT(controls, 0) << step << " shows nothing to assistive technology";
   }
 
+  // Every element drawn as a picture alone reads the core's copy in the run's language; in any
+  // language but English, never the English words.
+  void expectPicturesNamedFromCopy(const std::string& step) {
+    for (QAccessibleInterface* each : shownElements()) {
+      if (!each->object()) continue;
+      const std::string key = pictureNameKey(step, each->object()->objectName());
+      if (key.empty()) continue;
+      picturesMet.insert(key);
+      const QString name = each->text(QAccessible::Name);
+      const std::string what = step + ": " + describe(each->object());
+      EXPECT_EQ(name, QString::fromStdString(Localization::copy(key, GetParam()))) << what;
+      if (GetParam() != SupportedLanguage::english) {
+        EXPECT_NE(name, QString::fromStdString(Localization::copy(key, SupportedLanguage::english)))
+            << what << " is read in English";
+      }
+    }
+  }
+
   // Every text on show follows the application font, none smaller than it, and is whole: not
   // elided, and drawn inside its own box, its outlet, whatever clips it and the window; a
   // scrolling area clips to its content, which scrolls into view.
@@ -224,6 +275,23 @@ class AccessibilityWalkTest : public QuickFixture,
 
     show<IMEIViewController>(ScreenType::imei_screen);
     at("IMEIViewController");
+    // A photo attached, with its remove button.
+    QImage photo(240, 160, QImage::Format_RGB32);
+    photo.fill(QColor(40, 160, 90));
+    const QString path = QString::fromStdString((documents->path() / "imei-photo.png").string());
+    ASSERT_TRUE(photo.save(path));
+    press("uiBtAttachImage");
+    frontEnd->imagePicked(QUrl::fromLocalFile(path));
+    for (QObject* each : frontEnd->window()->findChildren<QObject*>()) {
+      if (QString(each->metaObject()->className()) == "QQuickFileDialog") {
+        QMetaObject::invokeMethod(each, "close");
+      }
+    }
+    ASSERT_TRUE(waitFor([&] { return frontEnd->findItem("uiBtRemoveImage") != nullptr; }));
+    QTest::qWait(50);
+    at("IMEIViewController-photo");
+    press("uiBtRemoveImage");
+    ASSERT_TRUE(waitFor([&] { return frontEnd->findItem("uiBtRemoveImage") == nullptr; }));
     show<TestsFinishedViewController>(ScreenType::end_screen);
     at("TestsFinishedViewController");
     show<Charging_v1_ViewController>(ScreenType::charging_v1);
@@ -239,10 +307,14 @@ class AccessibilityWalkTest : public QuickFixture,
     combined->selectedTests = {ScreenType::charging_v2, ScreenType::buttons_v2};
     show(combined);
     at("MultipleTests_v2_ViewController");
-    press("uiBtCouldntCompleteTest");
+    // The cable goes in and the first row passes; the next is given up and fails.
+    device->setBattery(BatteryState::charging);
     ASSERT_TRUE(waitFor([&] { return frontEnd->findItem("charging_v2Status") != nullptr; }));
+    press("uiBtCouldntCompleteTest");
+    ASSERT_TRUE(
+        waitFor([&] { return frontEnd->findItem("buttons_v2_volume_upStatus") != nullptr; }));
     QTest::qWait(50);
-    at("MultipleTests_v2_ViewController-one-failed");
+    at("MultipleTests_v2_ViewController-passed-and-failed");
     show<SpeakerRecording_v1_ViewController>(ScreenType::speaker_recording_v1);
     at("SpeakerRecording_v1_ViewController");
     show<Earspeaker_v1_ViewController>(ScreenType::earspeaker_v1);
@@ -264,10 +336,10 @@ class AccessibilityWalkTest : public QuickFixture,
     press("uiBtRecord");
     // A second's recording, which the screen offers for review.
     ASSERT_TRUE(waitFor([&] { return reading->outlet<Label>("uiLbTimer").text == "00:01"; }, 5000));
+    at("ReadText_v1_ViewController-recording");
     press("uiBtRecord");
     // The recording's file is finished on the encoder's thread, which a loaded machine slows.
-    ASSERT_TRUE(
-        waitFor([&] { return frontEnd->findItem("uiBtRecordAgain") != nullptr; }, 30000));
+    ASSERT_TRUE(waitFor([&] { return frontEnd->findItem("uiBtRecordAgain") != nullptr; }, 30000));
     QTest::qWait(50);
     at("ReadText_v1_ViewController-review");
 
@@ -287,6 +359,17 @@ class AccessibilityWalkTest : public QuickFixture,
     QTest::qWait(50);
     at("DeviceFrontVideo_v2_ViewController-review");
 
+    // The movie player, over a film long enough to be met playing.
+    const std::string movie = (documents->path() / "walk.mp4").string();
+    ASSERT_TRUE(makeMovie(movie, 60, false)) << "ffmpeg could not make the movie";
+    bool closed = false;
+    platform().videoPlayback->play(movie, [&](const std::string&) { closed = true; });
+    ASSERT_TRUE(waitFor([&] { return chrome("moviePlayerClose") != nullptr; }));
+    QTest::qWait(50);
+    at("movie-player");
+    press("moviePlayerClose");
+    ASSERT_TRUE(waitFor([&] { return closed; }));
+
     // Under the host's navigation bar the back button shows.
     hostNavigation->setNavigationBarHidden(false, false);
     auto charging =
@@ -295,6 +378,9 @@ class AccessibilityWalkTest : public QuickFixture,
     settle(charging->interfaceName());
     ASSERT_NE(chrome("navigationBack"), nullptr);
     at("Charging_v1_ViewController-navigation-bar");
+    press("navigationBack");
+    ASSERT_TRUE(waitFor([&] { return hostNavigation->viewControllers().back() == video; }));
+    settle(video->interfaceName());
 
     // The start screen comes from a run, with its identifiers and hints.
     hostNavigation->setNavigationBarHidden(true, false);
@@ -304,13 +390,17 @@ class AccessibilityWalkTest : public QuickFixture,
   }
 
   std::shared_ptr<VirtualMirrorCamera> camera;
+  std::shared_ptr<ScriptedDevice> device;
   std::string suffix = "-accessible";
+  // The copy keys of the pictures' names met so far.
+  std::set<std::string> picturesMet;
   const QFont defaultFont = QGuiApplication::font();
 };
 
 TEST_P(AccessibilityWalkTest, EveryControlIsNamedAndReportsTheCoreState) {
   visitEveryScreen([&](const std::string& step) {
     expectNamed(step);
+    expectPicturesNamedFromCopy(step);
     if (step == "IMEIViewController") {
       // The radio buttons follow the core's mode, whichever way it changes.
       auto screen = std::dynamic_pointer_cast<IMEIViewController>(frontEnd->topViewController());
@@ -344,6 +434,14 @@ TEST_P(AccessibilityWalkTest, EveryControlIsNamedAndReportsTheCoreState) {
       EXPECT_FALSE(box.isChecked);
     }
   });
+  // Each picture's name was checked somewhere on the walk.
+  EXPECT_EQ(picturesMet,
+            (std::set<std::string>{"accessibility_more_information", "accessibility_play_word",
+                                   "accessibility_play_recording", "accessibility_record",
+                                   "accessibility_stop_recording", "accessibility_start_recording",
+                                   "accessibility_play_video", "accessibility_remove_image",
+                                   "accessibility_test_passed", "accessibility_test_failed", "back",
+                                   "accessibility_close"}));
 }
 
 TEST_P(AccessibilityWalkTest, TextFollowsALargerApplicationFontAndIsNeverCut) {

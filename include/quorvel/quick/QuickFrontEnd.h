@@ -10,6 +10,7 @@
 #include <QTimer>
 #include <QUrl>
 #include <QVariantList>
+#include <QVariantMap>
 #include <functional>
 #include <memory>
 #include <string>
@@ -55,6 +56,9 @@ class QUORVEL_EXPORT QuickFrontEnd : public QObject {
   Q_PROPERTY(int overlayFadeMilliseconds READ overlayFadeMilliseconds NOTIFY overlayChanged)
   // The movie the view's player shows; empty while it is closed.
   Q_PROPERTY(QUrl movie READ movie NOTIFY movieChanged)
+  // The chrome's own words for assistive technology ("back", "close"), from the core's copy in
+  // QuorvelSDK's language, read again whenever the front end draws a change.
+  Q_PROPERTY(QVariantMap chromeCopy READ chromeCopy NOTIFY chromeCopyChanged)
 
  public:
   // Needs a QGuiApplication.
@@ -112,6 +116,7 @@ class QUORVEL_EXPORT QuickFrontEnd : public QObject {
   qreal overlayOpacity() const { return overlayOpacity_; }
   int overlayFadeMilliseconds() const { return overlayFadeMilliseconds_; }
   QUrl movie() const { return movie_; }
+  QVariantMap chromeCopy() const { return chromeCopy_; }
 
   // From the SdkView: it draws the core window from now on (the last one attached does), or no
   // longer.
@@ -140,6 +145,7 @@ class QUORVEL_EXPORT QuickFrontEnd : public QObject {
   void overlayChanged();
   void movieChanged();
   void cameraPictureChanged();
+  void chromeCopyChanged();
 
  private:
   QUrl interfaceUrl(const QString& interfaceName) const;
@@ -149,6 +155,8 @@ class QUORVEL_EXPORT QuickFrontEnd : public QObject {
   // Deletes the bridges of screens no longer shown, once their animations are over.
   void dropUnusedBridges();
   void showMovie(const QUrl& movie, std::function<void(const std::string& problem)> closed);
+  // Reads the chrome's words again: the host may change the language between runs.
+  void updateChromeCopy();
 
   std::unique_ptr<QuorvelImageProvider> images_;  // engines get providers that share its images
   Platform platform_;
@@ -172,6 +180,7 @@ class QUORVEL_EXPORT QuickFrontEnd : public QObject {
   qreal overlayOpacity_ = 0;
   int overlayFadeMilliseconds_ = 0;
   QUrl movie_;
+  QVariantMap chromeCopy_;
   std::function<void(const std::string& problem)> movieClosed_;
   std::shared_ptr<CameraPictureSource> pictures_;
 };

@@ -30,6 +30,9 @@ struct QUORVEL_EXPORT Element {
   std::optional<Color> tintColor;
   double cornerRadius = 0;
   bool userInteractionEnabled = true;
+  // What assistive technology reads for an element whose own text does not say what it is (a
+  // button drawn as a picture alone), in the screen's language; empty: its own text.
+  std::string accessibilityLabel;
   // The size the front end laid the element out at.
   Size bounds;
   // Attached by the screen (ViewController::addGestureRecognizer), fed by the front end.

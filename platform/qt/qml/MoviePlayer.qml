@@ -43,8 +43,10 @@ Rectangle {
         objectName: "moviePlayerClose"
         anchors { top: parent.top; right: parent.right; margins: 8 }
         width: 44; height: 44
-        // The cross says nothing to a screen reader; the front end has no copy to give.
-        Accessible.name: "Close"
+        // The cross says nothing to a screen reader: the front end gives the core's word.
+        Accessible.name: FrontEnd.chromeCopy.close || ""
+        // A control's own press action does nothing here; a screen reader's press is a click.
+        Accessible.onPressAction: clicked()
         contentItem: Text {
             text: "✕"
             font.pixelSize: 22

@@ -38,8 +38,10 @@ Item {
             visible: FrontEnd.canGoBack
             anchors { left: parent.left; verticalCenter: parent.verticalCenter; leftMargin: 4 }
             text: "‹"
-            // The chevron says nothing to a screen reader; the front end has no copy to give.
-            Accessible.name: "Back"
+            // The chevron says nothing to a screen reader: the front end gives the core's word.
+            Accessible.name: FrontEnd.chromeCopy.back || ""
+            // A control's own press action does nothing here; a screen reader's press is a click.
+            Accessible.onPressAction: clicked()
             font.pixelSize: Math.round(28 * Qt.application.font.pixelSize / 12)
             onClicked: FrontEnd.goBack()
         }

@@ -56,6 +56,8 @@ void HeardWordViewController::viewDidLoad() {
   auto& info = outlet<Button>("uiBtInfo");
   info.image = Image::asset("info.circle", true);
   info.tintColor = look().themeColor();
+  info.accessibilityLabel = look().copy("accessibility_more_information");
+  outlet<Button>("uiBtPlay").accessibilityLabel = look().copy("accessibility_play_word");
   outlet<ActivityIndicator>("uiActivityIndicator").hidden = true;
 
   words_ = WordLists::heardWords(look().context().language);

@@ -51,6 +51,7 @@ void ReadText_v1_ViewController::viewDidLoad() {
   auto& play = outlet<Button>("uiBtPlay");
   play.image = Image::asset("play.circle.fill", true);
   play.tintColor = look().themeColor();
+  play.accessibilityLabel = look().copy("accessibility_play_recording");
   auto& again = outlet<Button>("uiBtRecordAgain");
   again.title = look().copy("record_again");
   again.titleColor = look().themeColor();
@@ -115,6 +116,8 @@ void ReadText_v1_ViewController::showRecordButton(bool recording) {
   auto& button = outlet<Button>("uiBtRecord");
   button.tintColor = recording ? Color::white() : look().themeColor();
   button.backgroundColor = recording ? std::optional<Color>(look().themeColor()) : std::nullopt;
+  button.accessibilityLabel =
+      look().copy(recording ? "accessibility_stop_recording" : "accessibility_record");
 }
 
 void ReadText_v1_ViewController::recordingEnded(bool successfully) {

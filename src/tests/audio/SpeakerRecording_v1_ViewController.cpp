@@ -35,6 +35,7 @@ void SpeakerRecording_v1_ViewController::viewDidLoad() {
   auto& info = outlet<Button>("uiBtInfo");
   info.image = Image::asset("info.circle", true);
   info.tintColor = look().themeColor();
+  info.accessibilityLabel = look().copy("accessibility_more_information");
   warnIfVolumeLow(platform().audioSession->outputVolume());
   RecordingViewController::viewDidLoad();
 }

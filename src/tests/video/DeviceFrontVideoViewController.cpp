@@ -91,9 +91,11 @@ void DeviceFrontVideoViewController::viewDidLoad() {
   auto& info = outlet<Button>("uiBtInfo");
   info.image = Image::asset("info.circle", true);
   info.tintColor = look().themeColor();
+  info.accessibilityLabel = look().copy("accessibility_more_information");
   auto& play = outlet<Button>("uiBtPlayVideo");
   play.image = Image::asset("play.circle.fill", true);
   play.tintColor = Color::white();
+  play.accessibilityLabel = look().copy("accessibility_play_video");
   outlet<Button>("uiBtTryAgain").titleColor = look().themeColor();
 
   // Read in the mirror, the label must be written backwards.

@@ -27,8 +27,10 @@ void DeviceFrontVideo_v2_ViewController::viewDidLoad() {
   currentVolume_ = session.outputVolume();
   volumeObservation_ = session.observeOutputVolume(
       whileAlive<float>([this](float volume) { currentVolume_ = volume; }));
-  // A round record button, as cameras have: it needs no words.
-  outlet<Button>("uiBtStartRecording").image = Image::asset("record.circle");
+  // A round record button, as cameras have: it needs no words on screen, only for a screen reader.
+  auto& record = outlet<Button>("uiBtStartRecording");
+  record.image = Image::asset("record.circle");
+  record.accessibilityLabel = look().copy("accessibility_start_recording");
   auto& box = outlet<CheckBox>("uiCheckBoxTerms");
   box.title = text(keys::Copy::video_review_checkbox_text, "screen_test_review_checkbox_text");
   box.tintColor = look().themeColor();
