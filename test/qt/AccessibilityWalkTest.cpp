@@ -114,6 +114,8 @@ class AccessibilityWalkTest : public QuickFixture,
     changed.audioRecorder = std::make_shared<VirtualAudioRecorder>(room, changed.mainQueue);
     device = std::make_shared<ScriptedDevice>();
     device->battery = BatteryState::unplugged;
+    // Recordings and films go to the test's own folder, never the working directory.
+    device->documents = documents->path().string();
     changed.device = device;
     installPlatform(changed);
   }

@@ -44,6 +44,7 @@ class ScreenFixture : public QuickFixture {
   std::shared_ptr<ScriptedDevice> unpluggedDevice() {
     auto device = std::make_shared<ScriptedDevice>();
     device->battery = BatteryState::unplugged;
+    device->documents = documents->path().string();
     Platform changed = platform();
     changed.device = device;
     installPlatform(changed);
