@@ -5,8 +5,8 @@
 #include <fstream>
 
 #include "media/MovieWriter.h"
-#include "support/SoundDecoder.h"
 #include "support/MovieProbe.h"
+#include "support/SoundDecoder.h"
 #include "support/TemporaryTree.h"
 
 namespace quorvel::testing {

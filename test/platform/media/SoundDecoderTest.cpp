@@ -7,8 +7,8 @@
 #include <iterator>
 
 #include "media/MovieWriter.h"
-#include "support/SoundDecoder.h"
 #include "support/MovieProbe.h"
+#include "support/SoundDecoder.h"
 #include "support/TemporaryTree.h"
 
 namespace quorvel::testing {
