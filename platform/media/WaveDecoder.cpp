@@ -98,9 +98,17 @@ std::optional<std::vector<std::int16_t>> WaveDecoder::decode(const std::vector<s
 std::optional<std::vector<std::int16_t>> WaveDecoder::decodeFile(const std::string& path,
                                                                  int sampleRate) {
   std::ifstream file(path, std::ios::binary);
-  if (!file) return std::nullopt;
+  if (!file || sampleRate <= 0) return std::nullopt;
+  // Read whole only when it is a WAVE file: callers try other readers on anything else.
+  char head[12] = {};
+  file.read(head, sizeof head);
+  if (file.gcount() != 12 || std::memcmp(head, "RIFF", 4) != 0 ||
+      std::memcmp(head + 8, "WAVE", 4) != 0) {
+    return std::nullopt;
+  }
+  file.seekg(0);
   std::vector<std::uint8_t> bytes((std::istreambuf_iterator<char>(file)), {});
-  return decode(bytes, sampleRate);
+  return decodeWave(bytes, sampleRate);
 }
 
 }  // namespace quorvel

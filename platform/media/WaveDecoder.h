@@ -13,7 +13,8 @@ namespace quorvel {
 // at a chosen rate: channels are mixed down and the rate converted.
 class QUORVEL_EXPORT WaveDecoder {
  public:
-  // Nothing when the bytes or the file hold no WAVE sound this reads.
+  // Nothing when the bytes or the file hold no WAVE sound this reads (a file that is not one is
+  // not read past its first bytes).
   static std::optional<std::vector<std::int16_t>> decode(const std::vector<std::uint8_t>& bytes,
                                                          int sampleRate);
   static std::optional<std::vector<std::int16_t>> decodeFile(const std::string& path,

@@ -41,13 +41,6 @@ QVariant invalid(const QString& message) {
   return QVariantMap{{"status_code", QuorvelRun::invalidSetting}, {"status_message", message}};
 }
 
-// The page beneath the run's screens when the host has no core navigation of its own: it draws
-// nothing, so the host's scene shows once the run has given the navigation back.
-class SceneBeneath : public ViewController {
- public:
-  SceneBeneath() : ViewController("QuorvelRunScene") {}
-};
-
 }  // namespace
 
 QuorvelRun::QuorvelRun(QObject* parent) : QObject(parent) {}
@@ -130,7 +123,10 @@ void QuorvelRun::begin(int generation) {
 
   auto window = frontEnd->coreWindow();
   if (!window->rootViewController()) {
-    auto navigation = NavigationController::make(std::make_shared<SceneBeneath>());
+    // Beneath the run's screens when the host has no core navigation of its own: a page that
+    // draws nothing, so the host's scene shows once the run has given the navigation back.
+    auto navigation =
+        NavigationController::make(std::make_shared<ViewController>("QuorvelRunScene"));
     navigation->setNavigationBarHidden(true, false);
     window->setRootViewController(navigation);
   }
@@ -181,19 +177,19 @@ void QuorvelRun::cancel() {
   }
 }
 
-bool QuorvelRun::coverScene(QuickFrontEnd& frontEnd) {
-  if (frontEnd.view()) return false;
+void QuorvelRun::coverScene(QuickFrontEnd& frontEnd) {
+  if (frontEnd.view()) return;
   QQmlEngine* engine = qmlEngine(this);
   if (!engine) {
     // Made from C++ rather than QML: the front end's own window.
     frontEnd.show();
-    return true;
+    return;
   }
   QQmlComponent component(engine, QUrl("qrc:/Quorvel/SdkWindow.qml"));
   auto* window = qobject_cast<QQuickWindow*>(component.create());
   if (!window) {
     qWarning("QuorvelRun: the run's window did not load: %s", qPrintable(component.errorString()));
-    return false;
+    return;
   }
   ownWindow_ = window;
   window->resize(390, 844);
@@ -202,7 +198,6 @@ bool QuorvelRun::coverScene(QuickFrontEnd& frontEnd) {
   connect(&frontEnd, &QuickFrontEnd::viewChanged, window, [window, &frontEnd] {
     if (frontEnd.view() && frontEnd.view()->window() != window) window->close();
   });
-  return true;
 }
 
 void QuorvelRun::answer(const QVariant& response) {

@@ -81,8 +81,8 @@ class QUORVEL_EXPORT QuorvelRun : public QObject {
   // The run itself, one event-loop turn after start().
   void begin(int generation);
   void answer(const QVariant& response);
-  // The run's window when the host placed no SdkView; null when it did.
-  bool coverScene(QuickFrontEnd& frontEnd);
+  // Shows the run in a window of its own when the host placed no SdkView.
+  void coverScene(QuickFrontEnd& frontEnd);
 
   QString appId_, apiKey_, assetsHost_, environment_ = "production";
   QStringList tests_;

@@ -44,7 +44,7 @@ struct Autopilot::Devices {
   std::shared_ptr<VirtualChargerDevice> charger;
   std::shared_ptr<AudioSession> audioSession;
   std::shared_ptr<VolumeEvents> volumeEvents;
-  // On the window, once there is one.
+  // The window they act on (the mirror films it), taken when a screen settles in it.
   QPointer<QQuickWindow> window;
   std::unique_ptr<VirtualVolumeKeys> volumeKeys;
   std::unique_ptr<VirtualTouchScreen> touchScreen;
@@ -82,8 +82,6 @@ Autopilot::Autopilot(QuickFrontEnd& frontEnd, Options options, QObject* parent)
   devices_->volumeEvents = platform.volumeEvents;
   installPlatform(platform);
 
-  connect(&frontEnd_, &QuickFrontEnd::viewChanged, this,
-          [this] { devices_->mirror->setWindow(frontEnd_.window()); });
   connect(&frontEnd_, &QuickFrontEnd::screenSettled, this, &Autopilot::screenSettled);
   connect(&frontEnd_, &QuickFrontEnd::alertChanged, this, [this] {
     if (frontEnd_.alert()) QTimer::singleShot(kLookMilliseconds, this, &Autopilot::answerAlert);
@@ -101,9 +99,9 @@ int Autopilot::vibrations() const { return devices_->vibrator->vibrations(); }
 bool Autopilot::readyDevices() {
   QQuickWindow* window = frontEnd_.window();
   if (!window) return false;
-  devices_->mirror->setWindow(window);
   if (devices_->window == window) return true;
   devices_->window = window;
+  devices_->mirror->setWindow(window);
   devices_->volumeKeys =
       std::make_unique<VirtualVolumeKeys>(window, devices_->volumeEvents, devices_->audioSession);
   devices_->touchScreen = std::make_unique<VirtualTouchScreen>(window);

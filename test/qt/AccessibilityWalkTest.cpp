@@ -18,10 +18,6 @@
 #include "qt/OutletItem.h"
 #include "quorvel/Localization.h"
 #include "quorvel/ScreenType.h"
-#include "quorvel/virtual/VirtualAudioRecorder.h"
-#include "quorvel/virtual/VirtualMirrorCamera.h"
-#include "quorvel/virtual/VirtualRoom.h"
-#include "quorvel/virtual/VirtualSpeaker.h"
 #include "screens/TestsFinishedViewController.h"
 #include "support/MovieProbe.h"
 #include "support/ScriptedDevice.h"
@@ -104,14 +100,9 @@ class AccessibilityWalkTest : public QuickFixture,
   void SetUp() override {
     QuickFixture::SetUp();
     sdk.language = GetParam();
-    // The machine's own camera, microphone and battery are replaced by a room the tests control.
-    auto room = std::make_shared<VirtualRoom>();
-    camera = std::make_shared<VirtualMirrorCamera>(frontEnd->window(), room);
-    frontEnd->useCamera(camera, camera);
+    // The machine's own camera, microphone and battery are replaced by ones the tests control.
+    camera = useVirtualRoom();
     Platform changed = platform();
-    changed.camera = camera;
-    changed.audioPlayer = std::make_shared<VirtualSpeaker>(changed.audioPlayer, room);
-    changed.audioRecorder = std::make_shared<VirtualAudioRecorder>(room, changed.mainQueue);
     device = std::make_shared<ScriptedDevice>();
     device->battery = BatteryState::unplugged;
     // Recordings and films go to the test's own folder, never the working directory.

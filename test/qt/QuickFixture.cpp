@@ -6,6 +6,8 @@
 #include "qt/OutletItem.h"
 #include "quorvel/platform/HostBundle.h"
 #include "quorvel/platform/TrackedAudioSession.h"
+#include "quorvel/virtual/VirtualAudioRecorder.h"
+#include "quorvel/virtual/VirtualSpeaker.h"
 
 namespace quorvel::testing {
 
@@ -67,6 +69,18 @@ ScreenContext QuickFixture::contextFor(const std::string& key, std::vector<std::
   context.customization = customization ? customization : std::make_shared<Customization>();
   context.header = HeaderPosition::of(key, run);
   return context;
+}
+
+std::shared_ptr<VirtualMirrorCamera> QuickFixture::useVirtualRoom() {
+  auto room = std::make_shared<VirtualRoom>();
+  auto camera = std::make_shared<VirtualMirrorCamera>(frontEnd->window(), room);
+  frontEnd->useCamera(camera, camera);
+  Platform changed = platform();
+  changed.camera = camera;
+  changed.audioPlayer = std::make_shared<VirtualSpeaker>(changed.audioPlayer, room);
+  changed.audioRecorder = std::make_shared<VirtualAudioRecorder>(room, changed.mainQueue);
+  installPlatform(changed);
+  return camera;
 }
 
 void QuickFixture::useAssetsHost(const std::string& origin) {

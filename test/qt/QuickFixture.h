@@ -13,6 +13,7 @@
 #include "quorvel/QuorvelSDK.h"
 #include "quorvel/quick/QuickFrontEnd.h"
 #include "quorvel/ui/NavigationController.h"
+#include "quorvel/virtual/VirtualMirrorCamera.h"
 #include "support/TemporaryTree.h"
 #include "widgets/ScreenContext.h"
 
@@ -62,6 +63,10 @@ class QuickFixture : public ::testing::Test {
     settle(screen->interfaceName());
     return screen;
   }
+
+  // The machine's camera, speaker and microphone replaced by a virtual room's: a mirror camera
+  // filming the fixture's window, a speaker and a recorder in the room. Returns the mirror.
+  std::shared_ptr<VirtualMirrorCamera> useVirtualRoom();
 
   // Uploads go to origin ("http://127.0.0.1:PORT") in every environment.
   void useAssetsHost(const std::string& origin);

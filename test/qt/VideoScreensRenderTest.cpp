@@ -5,9 +5,6 @@
 
 #include "QuickFixture.h"
 #include "quorvel/ScreenType.h"
-#include "quorvel/virtual/VirtualMirrorCamera.h"
-#include "quorvel/virtual/VirtualRoom.h"
-#include "quorvel/virtual/VirtualSpeaker.h"
 #include "tests/video/DeviceFrontVideo_v2_ViewController.h"
 
 namespace quorvel::testing {
@@ -18,13 +15,7 @@ class VideoScreensRenderTest : public QuickFixture,
  protected:
   void SetUp() override {
     QuickFixture::SetUp();
-    auto room = std::make_shared<VirtualRoom>();
-    camera = std::make_shared<VirtualMirrorCamera>(frontEnd->window(), room);
-    frontEnd->useCamera(camera, camera);
-    Platform withMirror = platform();
-    withMirror.camera = camera;
-    withMirror.audioPlayer = std::make_shared<VirtualSpeaker>(withMirror.audioPlayer, room);
-    installPlatform(withMirror);
+    camera = useVirtualRoom();
   }
 
   std::string suffix() const { return GetParam() == SupportedLanguage::english ? "-en" : "-pt"; }

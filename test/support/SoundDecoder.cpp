@@ -3,9 +3,6 @@
 #include <neaacdec.h>
 
 #include <algorithm>
-#include <cstring>
-#include <fstream>
-#include <iterator>
 
 #include "media/IsoMovieReader.h"
 #include "media/WaveDecoder.h"
@@ -96,16 +93,9 @@ std::optional<std::vector<std::int16_t>> SoundDecoder::decode(
 
 std::optional<std::vector<std::int16_t>> SoundDecoder::decodeFile(const std::string& path,
                                                                   int sampleRate) {
-  std::ifstream file(path, std::ios::binary);
-  if (!file || sampleRate <= 0) return std::nullopt;
+  if (sampleRate <= 0) return std::nullopt;
   // A WAVE file is read whole; a movie only through its index and sound samples.
-  char head[12] = {};
-  file.read(head, sizeof head);
-  if (file.gcount() == 12 && std::memcmp(head, "RIFF", 4) == 0) {
-    file.seekg(0);
-    std::vector<std::uint8_t> bytes((std::istreambuf_iterator<char>(file)), {});
-    return WaveDecoder::decode(bytes, sampleRate);
-  }
+  if (auto wave = WaveDecoder::decodeFile(path, sampleRate)) return wave;
   std::string error;
   auto movie = IsoMovieReader::open(path, error);
   if (!movie) return std::nullopt;
