@@ -259,9 +259,28 @@ class AccessibilityWalkTest : public QuickFixture,
 
   // Shows every screen of the SDK, the steps of those that change, the alert and the navigation
   // bar, calling check at each; moves between steps through accessibility's press.
+  // Whether every text on show is laid out within its box yet; a loaded machine can be a few
+  // frames late with a screen's layout after the screen shows.
+  bool textsLaidOut() {
+    bool laidOut = true;
+    std::function<void(QQuickItem*)> visit = [&](QQuickItem* item) {
+      if (!item->isVisible()) return;
+      for (QQuickItem* child : item->childItems()) visit(child);
+      if (item->inherits("QQuickText") && !QRectF(0, 0, item->width(), item->height())
+                                               .adjusted(-1, -1, 1, 1)
+                                               .contains(item->boundingRect())) {
+        laidOut = false;
+      }
+    };
+    visit(frontEnd->window()->contentItem());
+    return laidOut;
+  }
+
   void visitEveryScreen(const std::function<void(const std::string& step)>& check) {
     auto at = [&](const std::string& step) {
       SCOPED_TRACE(step);
+      // A text that never fits is reported by the check itself.
+      waitFor([&] { return textsLaidOut(); }, 3000);
       check(step);
       grab(step + suffix + "-" + language());
     };
