@@ -168,7 +168,7 @@ double sdkUpload(const fs::path& file) {
   bool finished = false;
   std::optional<std::string> error;
   auto begun = SteadyClock::now();
-  AssetUploaderWebService(Environment::production, kAppID, kApiKey)
+  AssetUploaderWebService(platform(), Environment::production, kAppID, kApiKey)
       .uploadFile(file.string(),
                   [&](std::optional<Dictionary> response, std::optional<std::string> failure) {
                     std::lock_guard lock(mutex);

@@ -21,19 +21,13 @@ bool isSafeHeaderValue(std::string_view text) {
   return text.find_first_of("\"\r\n") == std::string_view::npos;
 }
 
-std::shared_ptr<HttpClient> httpClient() {
-  auto client = platform().httpClient;
-  if (!client) QUORVEL_FATAL("No HttpClient is installed in the platform");
-  return client;
-}
-
 }  // namespace
 
 HttpRequest AssetUploaderWebService::baseRequest(std::string_view boundary) const {
   if (apiKey_.empty()) QUORVEL_FATAL("Uploads need an API key: call performTests first");
   HttpRequest request;
   request.method = "POST";
-  request.url = Endpoints::assetUploadURL(environment_, appID_);
+  request.url = Endpoints::assetUploadURL(environment_, appID_, *hostBundle_);
   request.timeout = timeoutInterval;
   request.headers = {{"Content-Type", "multipart/form-data; boundary=" + std::string(boundary)},
                      {"Authorization", "Bearer " + apiKey_}};
@@ -59,9 +53,7 @@ std::string AssetUploaderWebService::bodySuffix(std::string_view boundary) {
 
 std::shared_ptr<HttpTask> AssetUploaderWebService::uploadImage(const Image& image,
                                                                Completion completion) const {
-  auto encoder = platform().imageEncoder;
-  if (!encoder) QUORVEL_FATAL("No ImageEncoder is installed in the platform");
-  auto jpeg = encoder->jpegData(image, imageCompressionQuality);
+  auto jpeg = imageEncoder_->jpegData(image, imageCompressionQuality);
   if (!jpeg) QUORVEL_FATAL("The image cannot be encoded as JPEG");
   HttpRequest request = baseRequest(imageBoundary);
   request.bodyPrefix = bodyPrefix(imageBoundary, "image.png", "image/png");
@@ -78,9 +70,7 @@ std::shared_ptr<HttpTask> AssetUploaderWebService::uploadFile(const std::string&
   std::string extension = path.extension().string();
   if (!extension.empty()) extension.erase(0, 1);
   std::string mediaType = std::string(octetStream);
-  if (auto registry = platform().typeRegistry) {
-    mediaType = registry->preferredMIMEType(extension).value_or(mediaType);
-  }
+  mediaType = typeRegistry_->preferredMIMEType(extension).value_or(mediaType);
   if (!isSafeHeaderValue(fileName) || !isSafeHeaderValue(mediaType)) {
     completion(std::nullopt, "The file name or media type of " + filePath +
                                  " holds a quote or a line break and cannot be sent");
@@ -105,7 +95,7 @@ std::shared_ptr<HttpTask> AssetUploaderWebService::uploadFile(const std::string&
 std::shared_ptr<HttpTask> AssetUploaderWebService::send(HttpRequest request, bool logsDetails,
                                                         Completion completion) const {
   auto handle = strict_ ? &handleStrictly : &handleResponse;
-  return httpClient()->send(
+  return httpClient_->send(
       std::move(request),
       [handle, logsDetails, completion = std::move(completion)](
           std::optional<HttpResponse> response, std::optional<std::string> error) {

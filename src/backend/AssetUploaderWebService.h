@@ -10,6 +10,7 @@
 #include "quorvel/Environment.h"
 #include "quorvel/Image.h"
 #include "quorvel/platform/HttpClient.h"
+#include "quorvel/platform/Platform.h"
 
 namespace quorvel {
 
@@ -20,10 +21,15 @@ class AssetUploaderWebService {
  public:
   // Empty credentials are a programming error when a request is built. A strict uploader takes
   // only a 2xx answer whose body is a JSON object with a non-empty string "url"; every other
-  // answer is an error, so its completion always runs.
-  AssetUploaderWebService(Environment environment, std::string appID, std::string apiKey,
-                          bool strict = false)
-      : environment_(environment),
+  // answer is an error, so its completion always runs. It sends through ports' HTTP client, encodes
+  // images with its encoder, names media types by its registry and reads hosts from its bundle.
+  AssetUploaderWebService(const Platform& ports, Environment environment, std::string appID,
+                          std::string apiKey, bool strict = false)
+      : httpClient_(ports.httpClient),
+        imageEncoder_(ports.imageEncoder),
+        typeRegistry_(ports.typeRegistry),
+        hostBundle_(ports.hostBundle),
+        environment_(environment),
         appID_(std::move(appID)),
         apiKey_(std::move(apiKey)),
         strict_(strict) {}
@@ -64,6 +70,10 @@ class AssetUploaderWebService {
                              const std::optional<std::string>& error, bool logsDetails,
                              const Completion& completion);
 
+  std::shared_ptr<HttpClient> httpClient_;
+  std::shared_ptr<ImageEncoder> imageEncoder_;
+  std::shared_ptr<TypeRegistry> typeRegistry_;
+  std::shared_ptr<HostBundle> hostBundle_;
   Environment environment_;
   std::string appID_;
   std::string apiKey_;

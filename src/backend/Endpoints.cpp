@@ -5,11 +5,10 @@
 
 #include "quorvel/Deployment.h"
 #include "quorvel/Fatal.h"
-#include "quorvel/platform/Platform.h"
 
 namespace quorvel {
 
-std::string Endpoints::assetsHost(Environment environment) {
+std::string Endpoints::assetsHost(Environment environment, const HostBundle& bundle) {
   const char* key = "QuorvelAssetsHostProduction";
   const char* builtIn = QuorvelAssetsHostProduction;
   switch (static_cast<int>(environment)) {
@@ -24,14 +23,15 @@ std::string Endpoints::assetsHost(Environment environment) {
     default:
       break;
   }
-  std::string host = platform().hostBundle->string(key).value_or(builtIn);
+  std::string host = bundle.string(key).value_or(builtIn);
   while (!host.empty() && host.back() == '/') host.pop_back();
   return host;
 }
 
-std::string Endpoints::assetUploadURL(Environment environment, const std::string& appID) {
+std::string Endpoints::assetUploadURL(Environment environment, const std::string& appID,
+                                      const HostBundle& host) {
   if (appID.empty()) QUORVEL_FATAL("The upload address needs an app ID: call performTests first");
-  std::string url = assetsHost(environment) + "/v3/applications/" + appID + "/asset-upload";
+  std::string url = assetsHost(environment, host) + "/v3/applications/" + appID + "/asset-upload";
   if (!isParsableURL(url)) QUORVEL_FATAL("The upload address is not a valid URL: " + url);
   return url;
 }

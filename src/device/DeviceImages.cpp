@@ -83,13 +83,13 @@ const ImageTable* tableFor(const std::string& identifier) {
 
 }  // namespace
 
-std::string DeviceImages::imageName(std::string_view key) {
+std::string DeviceImages::imageName(std::string_view key, const Device& device) {
   // The key is checked before the device is looked at, so a bad key fails on every machine and not
   // only on phones and tablets.
   auto keyIt = std::find(kKeys.begin(), kKeys.end(), key);
   if (keyIt == kKeys.end()) QUORVEL_FATAL("Unknown device image key: " + std::string(key));
 
-  const ImageTable* table = tableFor(DeviceInfoHelper::modelIdentifier());
+  const ImageTable* table = tableFor(DeviceInfoHelper::modelIdentifier(device));
   if (!table) return "";
   return std::string((*table)[static_cast<std::size_t>(keyIt - kKeys.begin())]);
 }

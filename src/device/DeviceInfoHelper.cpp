@@ -8,7 +8,6 @@
 #include "device/Model.h"
 #include "quorvel/Fatal.h"
 #include "quorvel/Version.h"
-#include "quorvel/platform/Platform.h"
 #include "support/JsonText.h"
 #include "support/Timestamp.h"
 #include "support/Utf8.h"
@@ -89,8 +88,7 @@ Dictionary carrierRecord(const Carrier& carrier) {
 
 }  // namespace
 
-std::string DeviceInfoHelper::modelIdentifier() {
-  const auto& device = *platform().device;
+std::string DeviceInfoHelper::modelIdentifier(const Device& device) {
   if (auto simulated = device.environmentVariable("SIMULATOR_MODEL_IDENTIFIER")) return *simulated;
   std::string machine = device.unameMachine();
   auto isControl = [](char c) { return static_cast<unsigned char>(c) < 0x20 || c == 0x7F; };
@@ -101,16 +99,8 @@ std::string DeviceInfoHelper::modelIdentifier() {
   return machine.substr(first, last - first);
 }
 
-std::int64_t DeviceInfoHelper::totalDiskSpaceInBytes() {
-  return platform().device->totalDiskSpaceInBytes();
-}
-
-std::int64_t DeviceInfoHelper::freeDiskSpaceInBytes() {
-  return platform().device->freeDiskSpaceInBytes();
-}
-
-std::int64_t DeviceInfoHelper::usedDiskSpaceInBytes() {
-  return totalDiskSpaceInBytes() - freeDiskSpaceInBytes();
+std::int64_t DeviceInfoHelper::usedDiskSpaceInBytes(const Device& device) {
+  return device.totalDiskSpaceInBytes() - device.freeDiskSpaceInBytes();
 }
 
 std::string DeviceInfoHelper::roundDiskSpace(const std::string& formattedTotal) {
@@ -125,9 +115,8 @@ std::string DeviceInfoHelper::roundDiskSpace(const std::string& formattedTotal) 
   return std::to_string(static_cast<long long>(std::ceil(*value))) + " GB";
 }
 
-Dictionary DeviceInfoHelper::getDeviceInfo(const DeviceIdentifiers& identifiers) {
-  auto& device = *platform().device;
-  const auto& host = *platform().hostBundle;
+Dictionary DeviceInfoHelper::getDeviceInfo(Device& device, const HostBundle& host,
+                                           const DeviceIdentifiers& identifiers) {
   ByteCountFormatter bytes;
 
   Dictionary record = Dictionary::object();
@@ -139,8 +128,8 @@ Dictionary DeviceInfoHelper::getDeviceInfo(const DeviceIdentifiers& identifiers)
   record["brand"] = device.brand();
   std::string model = device.model();
   putText(record, "device_model", model);
-  putText(record, "device_model_identifier", modelIdentifier());
-  putText(record, "device_model_commercial", std::string(rawValue(currentDeviceType())));
+  putText(record, "device_model_identifier", modelIdentifier(device));
+  putText(record, "device_model_commercial", std::string(rawValue(currentDeviceType(device))));
   putText(record, "device_name", device.name());
   std::string kind = lowercased(model);
   if (kind.find("iphone") != std::string::npos) {
@@ -161,10 +150,10 @@ Dictionary DeviceInfoHelper::getDeviceInfo(const DeviceIdentifiers& identifiers)
   record["active_processor_count"] = device.activeProcessorCount();
   putText(record, "process_name", device.processName());
   record["ram_total"] = bytes.megabytes(static_cast<std::int64_t>(device.physicalMemory()));
-  std::string total = bytes.gigabytes(totalDiskSpaceInBytes());
+  std::string total = bytes.gigabytes(device.totalDiskSpaceInBytes());
   record["total_disk_space"] = total;
-  record["used_disk_space"] = bytes.gigabytes(usedDiskSpaceInBytes());
-  record["free_disk_space"] = bytes.gigabytes(freeDiskSpaceInBytes());
+  record["used_disk_space"] = bytes.gigabytes(usedDiskSpaceInBytes(device));
+  record["free_disk_space"] = bytes.gigabytes(device.freeDiskSpaceInBytes());
   record["round_disk_space"] = roundDiskSpace(total);
   record["thermal_state"] = thermalStateName(device.thermalState());
   device.setBatteryMonitoringEnabled(true);

@@ -5,6 +5,8 @@
 #include <string>
 
 #include "quorvel/Dictionary.h"
+#include "quorvel/platform/Device.h"
+#include "quorvel/platform/HostBundle.h"
 
 namespace quorvel {
 
@@ -20,19 +22,18 @@ struct DeviceIdentifiers {
 // Gathers the device-information record at one moment: identifiers, system, storage, memory,
 // power, thermal state and carriers.
 struct DeviceInfoHelper {
-  static Dictionary getDeviceInfo(const DeviceIdentifiers& identifiers);
+  static Dictionary getDeviceInfo(Device& device, const HostBundle& host,
+                                  const DeviceIdentifiers& identifiers);
 
   // "SIMULATOR_MODEL_IDENTIFIER" when set, else uname's machine field without control characters
   // at either end.
-  static std::string modelIdentifier();
+  static std::string modelIdentifier(const Device& device);
 
   // The formatted total disk size rounded up to whole gigabytes: "63.86 GB" gives "64 GB". A text
   // without a leading number is a programming error.
   static std::string roundDiskSpace(const std::string& formattedTotal);
 
-  static std::int64_t totalDiskSpaceInBytes();
-  static std::int64_t freeDiskSpaceInBytes();
-  static std::int64_t usedDiskSpaceInBytes();
+  static std::int64_t usedDiskSpaceInBytes(const Device& device);
 };
 
 }  // namespace quorvel

@@ -71,18 +71,15 @@ IMEIViewController::IMEIViewController(ScreenContext context)
   registerAction("uiBtKeyboardDone_TouchUpInside",
                  [this] { outlet<TextField>("uiTfIMEI").isFirstResponder = false; });
   registerAction("uiBtAttachImage_TouchUpInside", [this] {
-    auto picker = platform().imagePicker;
-    if (!picker) return;
     std::weak_ptr<ViewController> weak = weak_from_this();
-    picker->pickImage(true, [weak](std::optional<Image> image) {
+    ports().imagePicker->pickImage(true, [weak](std::optional<Image> image) {
       auto self = std::static_pointer_cast<IMEIViewController>(weak.lock());
       if (self && image) self->setImage(std::move(image));
     });
   });
   registerAction("uiBtRemoveImage_TouchUpInside", [this] { setImage(std::nullopt); });
-  registerAction("uiLbDescription_LinkTapped", [] {
-    if (auto opener = platform().urlOpener) opener->open(kSettingsPageURL, [](bool) {});
-  });
+  registerAction("uiLbDescription_LinkTapped",
+                 [this] { ports().urlOpener->open(kSettingsPageURL, [](bool) {}); });
 }
 
 void IMEIViewController::viewDidLoad() {
@@ -126,7 +123,7 @@ void IMEIViewController::viewDidLoad() {
   attach.titleColor = look_.themeColor();
   attach.tintColor = look_.themeColor();
   // Without a photo picker on this platform, the photo route is not offered.
-  bool canAttach = platform().imagePicker != nullptr;
+  bool canAttach = ports().imagePicker->available();
   for (const char* name : {"uiLbOr", "uiLbAttachText"}) outlet<Label>(name).hidden = !canAttach;
   attach.hidden = !canAttach;
 
@@ -194,10 +191,10 @@ void IMEIViewController::uploadImage() {
   // Without a key window no overlay holds the screen, so the photo can be removed while its
   // upload is out; "try again" then has nothing to send.
   if (!imeiImage_) return;
-  loadingView->show(platform().application->keyWindow());
+  loadingView->show(ports().application->keyWindow());
   std::weak_ptr<ViewController> weak = weak_from_this();
   // Taken here: the answer arrives on the HTTP client's thread, which never reads the platform.
-  std::shared_ptr<MainQueue> queue = platform().mainQueue;
+  std::shared_ptr<MainQueue> queue = ports().mainQueue;
   // Only the first answer to the latest upload counts: a client that answers twice, or an earlier
   // attempt answering late, would report the identifier once more, even over the failure alert.
   const unsigned attempt = ++uploadAttempt_;

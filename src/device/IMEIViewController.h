@@ -27,7 +27,7 @@ class IMEIViewController : public ViewController {
   using ImageUploader = std::function<void(const Image& image, UploadCompletion completion)>;
 
   // A photo goes to the assets backend through context's uploader.
-  explicit IMEIViewController(ScreenContext context = {});
+  explicit IMEIViewController(ScreenContext context);
 
   // Whitespace removed anywhere, then exactly 15 decimal digits that pass the Luhn check.
   static bool isValidIMEI(std::string_view text);
@@ -43,6 +43,7 @@ class IMEIViewController : public ViewController {
   void viewDidLoad() override;
 
  private:
+  const Platform& ports() const { return look_.context().ports; }
   void setMode(Mode mode);
   void setImage(std::optional<Image> image);
   void next();

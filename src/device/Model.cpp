@@ -6,7 +6,6 @@
 #include <utility>
 
 #include "quorvel/Fatal.h"
-#include "quorvel/platform/Platform.h"
 #include "support/Utf8.h"
 
 namespace quorvel {
@@ -268,8 +267,8 @@ std::optional<Model> modelForIdentifier(std::string_view identifier) {
 
 std::size_t modelIdentifierCount() { return std::size(kIdentifiers); }
 
-Model currentDeviceType() {
-  std::string machine = platform().device->unameMachine();
+Model currentDeviceType(const Device& device) {
+  std::string machine = device.unameMachine();
   // uname's field is a C string: it ends at the first zero byte. Nothing else is trimmed, unlike
   // the reported identifier.
   if (auto end = machine.find('\0'); end != std::string::npos) machine.resize(end);
@@ -279,7 +278,7 @@ Model currentDeviceType() {
   if (!model) return Model::unrecognized;
   if (*model != Model::simulator) return *model;
 
-  if (auto simulated = platform().device->environmentVariable("SIMULATOR_MODEL_IDENTIFIER")) {
+  if (auto simulated = device.environmentVariable("SIMULATOR_MODEL_IDENTIFIER")) {
     if (auto simulatedModel = modelForIdentifier(*simulated)) return *simulatedModel;
   }
   return Model::simulator;

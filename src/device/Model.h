@@ -5,6 +5,8 @@
 #include <string_view>
 #include <vector>
 
+#include "quorvel/platform/Device.h"
+
 namespace quorvel {
 
 // The commercial model of a device. The order of the cases is fixed: callers list and index them.
@@ -96,6 +98,6 @@ std::size_t modelIdentifierCount();
 
 // The running device's model, from uname's machine field; on a simulator, the model named by
 // SIMULATOR_MODEL_IDENTIFIER when the table knows it.
-Model currentDeviceType();
+Model currentDeviceType(const Device& device);
 
 }  // namespace quorvel

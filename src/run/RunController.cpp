@@ -192,6 +192,7 @@ void RunController::setUpNavigation() {
 
 ScreenContext RunController::screenContext(const std::string& key) const {
   ScreenContext context;
+  context.ports = platform();
   context.language = settings_.language;
   context.customization = customization_ ? customization_ : std::make_shared<Customization>();
   context.themeColor = Customization::currentThemeColor();
@@ -207,8 +208,8 @@ std::shared_ptr<const AssetUploaderWebService> RunController::uploader() const {
   // Strict for every upload of the run: a photo or recording the backend did not confirm would
   // leave an address in the results that leads nowhere, so the screens' own failure paths (the
   // photo's retry alert, a recording test that did not pass) take it instead.
-  return std::make_shared<AssetUploaderWebService>(settings_.environment, *appID_, *apiKey_,
-                                                   settings_.strictUploads);
+  return std::make_shared<AssetUploaderWebService>(platform(), settings_.environment, *appID_,
+                                                   *apiKey_, settings_.strictUploads);
 }
 
 void RunController::push(std::shared_ptr<ViewController> screen) {
@@ -241,7 +242,8 @@ DeviceIdentifiers RunController::identifiers() const {
 }
 
 void RunController::recordDeviceInfo() {
-  Dictionary info = DeviceInfoHelper::getDeviceInfo(identifiers());
+  Dictionary info =
+      DeviceInfoHelper::getDeviceInfo(*platform().device, *platform().hostBundle, identifiers());
   lastDeviceInfoSHA256Value_ = jsonDigest(info);
   finalResponseObject_["device_info"] = std::move(info);
 }
@@ -557,7 +559,8 @@ std::optional<Dictionary> RunController::getDeviceInfo(std::optional<std::string
   DeviceIdentifiers ids = identifiers();
   if (!hasText(ids.imei)) ids.imei = std::move(imeiArgument);
   if (!hasText(ids.serialNumber)) ids.serialNumber = std::move(serialArgument);
-  Dictionary info = DeviceInfoHelper::getDeviceInfo(ids);
+  Dictionary info =
+      DeviceInfoHelper::getDeviceInfo(*platform().device, *platform().hostBundle, ids);
   lastDeviceInfoSHA256Value_ = jsonDigest(info);
   return info;
 }

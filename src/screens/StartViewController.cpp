@@ -76,7 +76,7 @@ void StartViewController::viewDidLoad() {
   look_.styleBody(description);
 
   auto& model = outlet<Label>("uiLbPhoneModel");
-  model.text = std::string(rawValue(currentDeviceType()));
+  model.text = std::string(rawValue(currentDeviceType(*look_.context().ports.device)));
   look_.styleTitle(model);
 
   // The title reads the table under "imei", which holds no such key: it shows "imei".

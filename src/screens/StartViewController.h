@@ -24,7 +24,7 @@ class StartViewController : public ViewController {
     std::vector<std::string> multipleTestsList;
   };
 
-  explicit StartViewController(ScreenContext context = {}, RunOutline run = {});
+  explicit StartViewController(ScreenContext context, RunOutline run = {});
 
   std::weak_ptr<StartViewControllerDelegate> delegate;
 

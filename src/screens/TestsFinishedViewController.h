@@ -11,7 +11,7 @@ namespace quorvel {
 // The last screen of a run: finish (submits the results) or test again.
 class TestsFinishedViewController : public ViewController {
  public:
-  explicit TestsFinishedViewController(ScreenContext context = {});
+  explicit TestsFinishedViewController(ScreenContext context);
 
   std::weak_ptr<TestsFinishedViewControllerDelegate> delegate;
 

@@ -4,6 +4,7 @@
 #include <optional>
 
 #include "quorvel/ui/Application.h"
+#include "support/AbsentPorts.h"
 
 namespace quorvel {
 
@@ -25,7 +26,7 @@ Platform& platform() {
   std::lock_guard lock(installation());
   auto& current = installed();
   // The default is made once, whoever asks first.
-  if (!current) current = makeDefaultPlatform();
+  if (!current) current = withAbsentPortsAnswering(makeDefaultPlatform());
   return *current;
 }
 
@@ -35,6 +36,7 @@ void installPlatform(Platform p) {
   if (!p.name) p.name = fallback.name;
   QUORVEL_PORTS(QUORVEL_FILL_SLOT)
 #undef QUORVEL_FILL_SLOT
+  p = withAbsentPortsAnswering(std::move(p));
   std::lock_guard lock(installation());
   installed() = std::move(p);
 }

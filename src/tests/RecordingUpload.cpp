@@ -33,7 +33,7 @@ std::optional<std::string> urlOf(const std::optional<Dictionary>& response) {
 void RecordingUpload::send(const ScreenContext& context, const std::string& file,
                            const std::string& recordingToDelete, std::weak_ptr<const void> owner,
                            std::function<void(std::optional<std::string> url)> done) {
-  auto queue = platform().mainQueue;
+  auto queue = context.ports.mainQueue;
   auto answered = [queue, recordingToDelete, owner = std::move(owner),
                    done = std::move(done)](std::optional<Dictionary> response) {
     queue->async([recordingToDelete, owner, done, response = std::move(response)] {

@@ -2,7 +2,6 @@
 
 #include <filesystem>
 
-#include "quorvel/platform/Platform.h"
 #include "quorvel/ui/AlertController.h"
 #include "support/Logging.h"
 #include "support/Timestamp.h"
@@ -47,7 +46,7 @@ void TestViewController::viewDidLoad() {
 
 void TestViewController::viewWillAppear(bool) {
   showHeader();
-  platform().device->setOrientation(DeviceOrientation::portrait);
+  ports().device->setOrientation(DeviceOrientation::portrait);
 }
 
 void TestViewController::viewWillDisappear(bool) { stopObserving(); }
@@ -76,8 +75,8 @@ bool TestViewController::warnIfVolumeLow(float volume) {
   return true;
 }
 
-bool TestViewController::preparePlayAndRecord(bool defaultToSpeaker) {
-  auto& session = *platform().audioSession;
+bool TestViewController::preparePlayAndRecord(bool defaultToSpeaker) const {
+  auto& session = *ports().audioSession;
   auto error = session.setCategory(AudioCategory::playAndRecord, AudioMode::standard,
                                    AudioCategoryOptions{defaultToSpeaker});
   if (!error) error = session.setActive(true);
@@ -85,8 +84,8 @@ bool TestViewController::preparePlayAndRecord(bool defaultToSpeaker) {
   return !error;
 }
 
-std::string TestViewController::documentsFile(const std::string& name) {
-  const std::filesystem::path folder(platform().device->documentsDirectory());
+std::string TestViewController::documentsFile(const std::string& name) const {
+  const std::filesystem::path folder(ports().device->documentsDirectory());
   std::error_code ignored;
   std::filesystem::create_directories(folder, ignored);
   return (folder / name).string();

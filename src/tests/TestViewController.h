@@ -38,6 +38,8 @@ class TestViewController : public ViewController {
   virtual void cancelTest() = 0;
 
   const ScreenAppearance& look() const { return look_; }
+  // The ports handed over with the screen's context.
+  const Platform& ports() const { return look_.context().ports; }
 
   // An alert with message and one "ok" button that only closes it.
   void alert(const std::string& title, const std::string& message);
@@ -63,10 +65,10 @@ class TestViewController : public ViewController {
 
   // Sets the shared session to play and record (on the loudspeaker with defaultToSpeaker, else
   // the earpiece) and activates it; false, logged, when it cannot.
-  static bool preparePlayAndRecord(bool defaultToSpeaker);
+  bool preparePlayAndRecord(bool defaultToSpeaker) const;
   // The host's documents folder's file of that name, where recordings are made; the folder is
   // made when missing.
-  static std::string documentsFile(const std::string& name);
+  std::string documentsFile(const std::string& name) const;
   // values with "timestamp" set to now.
   static Dictionary stamped(Dictionary values);
   // Only a charging or full battery means the cable is in.

@@ -7,6 +7,8 @@ namespace quorvel {
 ScreenAppearance::ScreenAppearance(ScreenContext context, const std::string& screenType)
     : context_(std::move(context)) {
   if (!context_.customization) QUORVEL_FATAL("a screen needs its run's customization");
+  // Every port is filled once installed; an empty one means the maker forgot to hand them over.
+  if (!context_.ports.mainQueue) QUORVEL_FATAL("a screen needs its ports");
   overrides_ = context_.customization->screen(screenType);
 }
 

@@ -9,6 +9,7 @@
 
 #include "quorvel/Customization.h"
 #include "quorvel/Localization.h"
+#include "quorvel/platform/Platform.h"
 
 namespace quorvel {
 
@@ -30,6 +31,9 @@ struct HeaderPosition {
 // What a screen reads of the run that shows it, handed over when the screen is made. Screens keep
 // their own copy, so a screen can be built and tested alone and never looks the run up.
 struct ScreenContext {
+  // The ports the screen uses, every one filled (a port the machine lacks answers "not
+  // available"); whoever makes the screen hands them over.
+  Platform ports;
   SupportedLanguage language = SupportedLanguage::english;
   // The run's appearance; a screen made without one gets the defaults.
   std::shared_ptr<const Customization> customization = std::make_shared<Customization>();

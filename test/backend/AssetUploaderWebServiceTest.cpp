@@ -44,7 +44,10 @@ class AssetUploadTest : public SdkFixture {
         };
   }
 
-  AssetUploaderWebService uploader{Environment::production, "app-1", "key-1"};
+  // Made after SetUp: an uploader keeps the ports installed when it is made.
+  AssetUploaderWebService makeUploader(bool strict) const {
+    return {platform(), Environment::production, "app-1", "key-1", strict};
+  }
 
   std::string writeDocument(const std::string& name, const std::string& content) {
     documents->write(name, content);
@@ -56,12 +59,10 @@ class AssetUploadTest : public SdkFixture {
     server.script({reply});
     answers->clear();
     int before = exchanges++;
-    (strict ? strictUploader : uploader).uploadFile(file, record());
+    makeUploader(strict).uploadFile(file, record());
     EXPECT_TRUE(http->waitForExchanges(before + 1));
     return *answers;
   }
-
-  AssetUploaderWebService strictUploader{Environment::production, "app-1", "key-1", true};
 
   ScriptedHttpServer server;
   std::shared_ptr<ObservingHttpClient> http = std::make_shared<ObservingHttpClient>();
@@ -71,7 +72,7 @@ class AssetUploadTest : public SdkFixture {
 
 TEST_F(AssetUploadTest, ImageGoesOutAsJpegLabelledPngWithTheFixedBoundary) {
   Image photo = Image::encoded(makePng(64, 48));
-  uploader.uploadImage(photo, record());
+  makeUploader(false).uploadImage(photo, record());
   ASSERT_TRUE(http->waitForExchanges(1));
 
   auto requests = server.requests();
@@ -101,7 +102,7 @@ TEST_F(AssetUploadTest, FileIsStreamedUnderItsNameAndMediaTypeWithAFreshBoundary
   const std::pair<const char*, const char*> cases[] = {
       {"audio.m4a", "audio/mp4"}, {"clip.MP4", "video/mp4"}, {"noext", "application/octet-stream"}};
   for (const auto& [name, mediaType] : cases) {
-    uploader.uploadFile(writeDocument(name, content), record());
+    makeUploader(false).uploadFile(writeDocument(name, content), record());
   }
   ASSERT_TRUE(http->waitForExchanges(3));
 
@@ -130,8 +131,8 @@ TEST_F(AssetUploadTest, FileIsStreamedUnderItsNameAndMediaTypeWithAFreshBoundary
 }
 
 TEST_F(AssetUploadTest, NamesThatCouldInjectHeadersAreNotSent) {
-  uploader.uploadFile(writeDocument("line\r\nX-Evil: 1.txt", "x"), record());
-  uploader.uploadFile((documents->path() / "missing.bin").string(), record());
+  makeUploader(false).uploadFile(writeDocument("line\r\nX-Evil: 1.txt", "x"), record());
+  makeUploader(false).uploadFile((documents->path() / "missing.bin").string(), record());
   ASSERT_EQ(answers->size(), 2u);
   for (const auto& answer : *answers) {
     EXPECT_FALSE(answer.response);

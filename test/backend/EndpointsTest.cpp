@@ -6,7 +6,13 @@
 namespace quorvel::testing {
 namespace {
 
-class EndpointsTest : public SdkFixture {};
+class EndpointsTest : public SdkFixture {
+ protected:
+  // The upload address with the installed host's information dictionary.
+  static std::string uploadURL(Environment environment, const std::string& appID) {
+    return Endpoints::assetUploadURL(environment, appID, *platform().hostBundle);
+  }
+};
 
 TEST_F(EndpointsTest, EnvironmentPicksItsHostAndTheAppIDGoesInAsGiven) {
   env.setHostInfo({{"QuorvelAssetsHostProduction", "https://prod.example"},
@@ -20,20 +26,19 @@ TEST_F(EndpointsTest, EnvironmentPicksItsHostAndTheAppIDGoesInAsGiven) {
       {2, "http://127.0.0.1:8080/v3/applications/team/app/asset-upload"},
       {7, "https://prod.example/v3/applications/team/app/asset-upload"}};
   for (const auto& [raw, url] : cases) {
-    EXPECT_EQ(Endpoints::assetUploadURL(static_cast<Environment>(raw), "team/app"), url) << raw;
+    EXPECT_EQ(uploadURL(static_cast<Environment>(raw), "team/app"), url) << raw;
   }
   // Without overrides the build's own hosts are used.
   env.setHostInfo(Dictionary::object());
   env.install();
-  EXPECT_TRUE(Endpoints::assetUploadURL(Environment::production, "a").starts_with("https://"));
+  EXPECT_TRUE(uploadURL(Environment::production, "a").starts_with("https://"));
 }
 
 TEST_F(EndpointsTest, MissingAppIDOrUnusableAddressIsAProgrammingError) {
-  EXPECT_DEATH(Endpoints::assetUploadURL(Environment::production, ""), "app ID");
-  EXPECT_DEATH(Endpoints::assetUploadURL(Environment::production, "has space"), "not a valid URL");
+  EXPECT_DEATH(uploadURL(Environment::production, ""), "app ID");
+  EXPECT_DEATH(uploadURL(Environment::production, "has space"), "not a valid URL");
   // A NUL byte would end the address early in every C interface it passes through.
-  EXPECT_DEATH(Endpoints::assetUploadURL(Environment::production, std::string("app\0/x", 6)),
-               "not a valid URL");
+  EXPECT_DEATH(uploadURL(Environment::production, std::string("app\0/x", 6)), "not a valid URL");
 }
 
 TEST(URLSyntax, OnlyAbsoluteHttpAddressesOfURLCharacters) {

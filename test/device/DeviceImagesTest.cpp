@@ -55,10 +55,10 @@ TEST_F(DeviceModelTest, ModelComesFromTheMachineAndOnSimulatorsFromTheVariable) 
   };
   for (const auto& c : cases) {
     runOn(c.machine, c.simulated);
-    EXPECT_EQ(rawValue(currentDeviceType()), c.model) << c.machine;
+    EXPECT_EQ(rawValue(currentDeviceType(*platform().device)), c.model) << c.machine;
   }
   device_->machine = "iPhone\xff";
-  EXPECT_DEATH(currentDeviceType(), "UTF-8");
+  EXPECT_DEATH(currentDeviceType(*platform().device), "UTF-8");
 }
 
 TEST(ModelTable, RawValuesRoundTrip) {
@@ -86,13 +86,13 @@ TEST_F(DeviceModelTest, PicturesFollowTheDevicesFamilyAndButtons) {
   for (const auto& c : cases) {
     runOn(c.machine, c.simulated);
     for (std::string_view key : {"volume_up", "volume_down", "screenshot"}) {
-      EXPECT_EQ(DeviceImages::imageName(key),
+      EXPECT_EQ(DeviceImages::imageName(key, *platform().device),
                 c.pictures.empty() ? "" : std::string(c.pictures) + std::string(key))
           << c.machine;
     }
   }
   // A bad key is the caller's bug, also where the device has no picture at all.
-  EXPECT_DEATH(DeviceImages::imageName("Volume_up"), "image key");
+  EXPECT_DEATH(DeviceImages::imageName("Volume_up", *platform().device), "image key");
 }
 
 }  // namespace

@@ -22,7 +22,9 @@ using namespace std::string_literals;
 class DeviceInfoTest : public testing::SdkFixture {
  protected:
   testing::ScriptedDevice& device() { return *env.device; }
-  Dictionary collect() { return DeviceInfoHelper::getDeviceInfo({}); }
+  Dictionary collect() {
+    return DeviceInfoHelper::getDeviceInfo(*platform().device, *platform().hostBundle, {});
+  }
 };
 
 TEST_F(DeviceInfoTest, FullDeviceGivesEveryKeyWithItsValue) {
@@ -71,7 +73,7 @@ TEST_F(DeviceInfoTest, UsedSpaceIsTotalLessFreeAndTheRoundedTotalIsTheNextWholeG
   Dictionary record = collect();
   EXPECT_EQ(record["used_disk_space"], "64 GB");
   EXPECT_EQ(record["round_disk_space"], "65 GB");
-  EXPECT_EQ(DeviceInfoHelper::usedDiskSpaceInBytes(), 64'000'000'000);
+  EXPECT_EQ(DeviceInfoHelper::usedDiskSpaceInBytes(device()), 64'000'000'000);
   EXPECT_DEATH(DeviceInfoHelper::roundDiskSpace("64GB"), "disk size");
 }
 
@@ -93,17 +95,20 @@ TEST_F(DeviceInfoTest, BatteryIsReadAfterMonitoringIsEnabledAndItsLevelIsTheFloa
 
 TEST_F(DeviceInfoTest, ModelIdentifierPrefersTheSimulatorVariableAndTrimsControlCharacters) {
   device().machine = "\t\nx86_64\r\x7f\0\0"s;
-  EXPECT_EQ(DeviceInfoHelper::modelIdentifier(), "x86_64");
+  EXPECT_EQ(DeviceInfoHelper::modelIdentifier(device()), "x86_64");
   device().environment["SIMULATOR_MODEL_IDENTIFIER"] = "";
-  EXPECT_EQ(DeviceInfoHelper::modelIdentifier(), "");
+  EXPECT_EQ(DeviceInfoHelper::modelIdentifier(device()), "");
 }
 
 TEST_F(DeviceInfoTest, ReceivedIdsAndCarriersKeepOnlyWhatIsThere) {
   DeviceIdentifiers ids{"\t490154\n20323\u00a07518 ", {}, " C02 XK\t1\nJG5H ", "https://a/s"};
-  EXPECT_EQ(DeviceInfoHelper::getDeviceInfo(ids)["received_ids"], Dictionary::parse(R"({
+  EXPECT_EQ(DeviceInfoHelper::getDeviceInfo(*platform().device, *platform().hostBundle,
+                                            ids)["received_ids"],
+            Dictionary::parse(R"({
     "imei_values": ["490154203237518"], "serial_number": "C02XK1JG5H",
     "serial_number_image_url": ["https://a/s"]})"));
-  EXPECT_EQ(DeviceInfoHelper::getDeviceInfo({"", "", "", ""})["received_ids"],
+  EXPECT_EQ(DeviceInfoHelper::getDeviceInfo(*platform().device, *platform().hostBundle,
+                                            {"", "", "", ""})["received_ids"],
             Dictionary::object());
 
   device().carriers = std::vector<std::pair<std::string, Carrier>>{

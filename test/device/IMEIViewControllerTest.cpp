@@ -38,7 +38,7 @@ class IMEIViewControllerTest : public quorvel::testing::SdkFixture {
   void SetUp() override {
     SdkFixture::SetUp();
     hostWithPlainScreen();
-    screen = std::make_shared<IMEIViewController>();
+    screen = std::make_shared<IMEIViewController>(portsOnly());
     screen->delegate = recorder;
     screen->loadViewIfNeeded();
   }

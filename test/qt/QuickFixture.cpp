@@ -64,6 +64,7 @@ void QuickFixture::present() { frontEnd->show(); }
 ScreenContext QuickFixture::contextFor(const std::string& key, std::vector<std::string> run) const {
   if (run.empty()) run = {key};
   ScreenContext context;
+  context.ports = platform();
   context.language = sdk.language;
   context.themeColor = Customization::currentThemeColor();
   context.customization = customization ? customization : std::make_shared<Customization>();

@@ -61,16 +61,18 @@ class ScreensAloneTest : public QuickFixture {
   // autopilot drive it to its report.
   RecordingTestDelegate::Report drive(const std::string& key, SupportedLanguage language) {
     sdk.language = language;
-    ScreenContext context = contextFor(key);
-    context.uploader = std::make_shared<AssetUploaderWebService>(Environment::production,
-                                                                 "alone-app", "alone-key", false);
-    context.deviceInfoSHA256 = jsonDigest(DeviceInfoHelper::getDeviceInfo({}));
-    // One autopilot for the test: it puts its devices into the platform once.
+    // One autopilot for the test: it puts its devices into the platform once, before the
+    // screen's context takes the ports.
     if (!autopilot) {
       autopilot = std::make_unique<Autopilot>(*frontEnd);
       QObject::connect(autopilot.get(), &Autopilot::stuck,
                        [this](const QString& what) { stuck = what; });
     }
+    ScreenContext context = contextFor(key);
+    context.uploader = std::make_shared<AssetUploaderWebService>(
+        platform(), Environment::production, "alone-app", "alone-key", false);
+    context.deviceInfoSHA256 =
+        jsonDigest(DeviceInfoHelper::getDeviceInfo(*platform().device, *platform().hostBundle, {}));
     stuck.clear();
     auto delegate = std::make_shared<RecordingTestDelegate>();
     auto screen = ScreenTable().makeScreen(key, context, delegate);

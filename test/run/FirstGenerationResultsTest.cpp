@@ -40,14 +40,15 @@ TEST_F(FirstGenerationResultsTest, EachScreenIsFiledUnderItsResultKey) {
         [=](RunController& run) { (run.*finished)(*screen, result); });
   };
   const std::vector<std::pair<const char*, std::function<void(RunController&)>>> cases = {
-      {"charging", reportOf(std::make_shared<Charging_v1_ViewController>(),
+      {"charging", reportOf(std::make_shared<Charging_v1_ViewController>(portsOnly()),
                             &RunController::Charging_v1_ViewControllerFinished)},
-      {"buttons", reportOf(std::make_shared<Buttons_v1_ViewController>(),
+      {"buttons", reportOf(std::make_shared<Buttons_v1_ViewController>(portsOnly()),
                            &RunController::Buttons_v1_ViewControllerFinished)},
-      {"multi_touch", reportOf(std::make_shared<MultiTouch_v1_ViewController>(),
+      {"multi_touch", reportOf(std::make_shared<MultiTouch_v1_ViewController>(portsOnly()),
                                &RunController::MultiTouch_v1_ViewControllerFinished)},
-      {"device_front_video", reportOf(std::make_shared<DeviceFrontVideo_v1_ViewController>(),
-                                      &RunController::DeviceFrontVideo_v1_ViewControllerFinished)},
+      {"device_front_video",
+       reportOf(std::make_shared<DeviceFrontVideo_v1_ViewController>(portsOnly()),
+                &RunController::DeviceFrontVideo_v1_ViewControllerFinished)},
   };
   for (const auto& [resultKey, report] : cases) {
     SCOPED_TRACE(resultKey);

@@ -70,7 +70,7 @@ TEST_F(FlowScreensTest, StartScreenTextsIdentifiersAndOverrides) {
 
 TEST_F(FlowScreensTest, EndScreenTextsImageVersionAndButtonStyle) {
   sdk.themeColor = Color{1, 0, 0, 0.25};
-  ScreenContext context;
+  ScreenContext context = portsOnly();
   context.language = SupportedLanguage::portuguese;
   auto custom = std::make_shared<Customization>();
   custom->buttonsStyle.borderType = BorderType::square;
@@ -90,7 +90,7 @@ TEST_F(FlowScreensTest, EndScreenTextsImageVersionAndButtonStyle) {
   EXPECT_TRUE(screen->outlet<Label>("uiVersionLabel").text.ends_with(QuorvelVersionString));
 
   // Without an image override the built-in illustration shows.
-  auto plain = std::make_shared<TestsFinishedViewController>();
+  auto plain = std::make_shared<TestsFinishedViewController>(portsOnly());
   plain->loadViewIfNeeded();
   EXPECT_TRUE(plain->outlet<ImageView>("uiCustomImage").hidden);
   EXPECT_FALSE(plain->outlet<ImageView>("uiViewImage").hidden);

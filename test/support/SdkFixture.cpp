@@ -35,6 +35,9 @@ void SdkFixture::SetUp() {
 }
 
 void SdkFixture::TearDown() {
+  // The host closes its window, so that the application lets go of it and of the screens it
+  // still shows (a screen holds the application among its ports).
+  if (window) env.application->removeWindow(*window);
   resetSettings(sdk);
   AssetUploaderWebService::timeoutInterval = std::chrono::seconds(60);
   installPlatform(Platform{});

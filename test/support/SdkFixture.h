@@ -11,6 +11,7 @@
 #include "quorvel/ui/Window.h"
 #include "support/TemporaryTree.h"
 #include "support/TestPlatform.h"
+#include "widgets/ScreenContext.h"
 
 namespace quorvel::testing {
 
@@ -48,6 +49,8 @@ class SdkFixture : public ::testing::Test {
   // Sends action to the top screen and lets the main queue settle.
   void press(const std::string& action);
   void settle() { env.queue->runUntilIdle(); }
+  // A screen's context outside a run: the installed ports and the defaults.
+  static ScreenContext portsOnly() { return ScreenContext{.ports = platform()}; }
   // Runs the main queue until done() holds, while answers arrive from other threads; false
   // after ten seconds without it.
   bool waitUntil(const std::function<bool()>& done);

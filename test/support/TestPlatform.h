@@ -87,13 +87,21 @@ class RecordingFeedback : public Feedback {
   std::shared_ptr<ManualMainQueue> queue_;
 };
 
+// A host bundle whose dictionary a test changes in place, so that whoever already holds it (a
+// run's uploader) reads the change.
+struct ScriptedHostBundle : HostBundle {
+  explicit ScriptedHostBundle(Dictionary info) : info(std::move(info)) {}
+  Dictionary infoDictionary() const override { return info; }
+  Dictionary info;
+};
+
 // Every port scripted; install() makes them the platform.
 struct TestPlatform {
   std::shared_ptr<ManualMainQueue> queue = std::make_shared<ManualMainQueue>();
   std::shared_ptr<CapturingLog> log = std::make_shared<CapturingLog>();
   std::shared_ptr<FixedClock> clock = std::make_shared<FixedClock>();
   std::shared_ptr<ScriptedDevice> device = std::make_shared<ScriptedDevice>();
-  std::shared_ptr<StaticHostBundle> host = std::make_shared<StaticHostBundle>(
+  std::shared_ptr<ScriptedHostBundle> host = std::make_shared<ScriptedHostBundle>(
       Dictionary{{"NSCameraUsageDescription", "Films the screen in a mirror"},
                  {"NSMicrophoneUsageDescription", "Records the speaker test"},
                  {"CFBundleShortVersionString", "3.2.1"},
@@ -139,7 +147,7 @@ struct TestPlatform {
     p.feedback = feedback;
     installPlatform(p);
   }
-  void setHostInfo(Dictionary info) { host = std::make_shared<StaticHostBundle>(std::move(info)); }
+  void setHostInfo(Dictionary info) { host->info = std::move(info); }
   // Points every environment's assets host at origin and installs the platform again.
   void setAssetsHost(const std::string& origin) {
     Dictionary info = host->infoDictionary();

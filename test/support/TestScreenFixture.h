@@ -24,8 +24,9 @@ class TestScreenFixture : public SdkFixture {
   // configure runs before the screen loads.
   template <class Screen>
   std::shared_ptr<Screen> show(const std::function<void(Screen&)>& configure = nullptr) {
-    // The only screen of its run.
+    // The only screen of its run, with the ports installed now.
     context.header = {0, 1};
+    context.ports = platform();
     auto screen = std::make_shared<Screen>(context);
     screen->delegate = delegate;
     if (configure) configure(*screen);

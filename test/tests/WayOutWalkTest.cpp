@@ -72,10 +72,10 @@ class WayOutWalk : public SdkFixture {
     failure.apply(env);
     hostWithNavigation();
     delegate = std::make_shared<RecordingTestDelegate>();
-    ScreenContext context;
+    ScreenContext context = portsOnly();
     context.header = {0, 1};
-    context.uploader =
-        std::make_shared<AssetUploaderWebService>(Environment::production, "app-1", kKey);
+    context.uploader = std::make_shared<AssetUploaderWebService>(
+        platform(), Environment::production, "app-1", kKey);
     context.deviceInfoSHA256 = std::string(64, 'a');
     screen = std::dynamic_pointer_cast<TestViewController>(
         ScreenTable().makeScreen(key, context, delegate));

@@ -13,6 +13,8 @@ namespace quorvel {
 class QUORVEL_EXPORT ImagePicker {
  public:
   virtual ~ImagePicker() = default;
+  // Whether a picture can be picked here at all; a screen offers the route only when it can.
+  virtual bool available() const { return true; }
   virtual void pickImage(bool allowsEditing,
                          std::function<void(std::optional<Image>)> completion) = 0;
 };

@@ -52,10 +52,10 @@ class Application;
   PORT(VideoPlayback, videoPlayback)       \
   PORT(Application, application)
 
-// One of each port. A front end installs its Platform before the host calls performTests. Only
-// imagePicker may stay empty (without one, the photo route of the IMEI screen is not offered),
-// and the ports that need a front end: the Qt one fills the camera, the sound player and
-// recorder, and movie playback.
+// One of each port. A front end installs its Platform before the host calls performTests. The
+// ports a machine may lack (the photo picker, sound, the camera, movie playback) may stay empty:
+// once installed, each empty one answers "not available" (no camera, no sound played). The Qt
+// front end fills them all.
 struct QUORVEL_EXPORT Platform {
 #define QUORVEL_PORT_SLOT(Type, name) std::shared_ptr<Type> name;
   QUORVEL_PORTS(QUORVEL_PORT_SLOT)
@@ -70,7 +70,8 @@ QUORVEL_EXPORT Platform makeDefaultPlatform();
 // queue: an adapter working on another thread takes what it needs (the main queue) beforehand.
 QUORVEL_EXPORT Platform& platform();
 
-// Installs p; ports left empty are taken from the default platform.
+// Installs p; ports left empty are taken from the default platform, and those it lacks too answer
+// "not available".
 QUORVEL_EXPORT void installPlatform(Platform p);
 
 }  // namespace quorvel

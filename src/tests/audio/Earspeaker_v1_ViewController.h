@@ -10,7 +10,7 @@ namespace quorvel {
 // The heard-word test played on the earpiece.
 class Earspeaker_v1_ViewController : public HeardWordViewController {
  public:
-  explicit Earspeaker_v1_ViewController(ScreenContext context = {});
+  explicit Earspeaker_v1_ViewController(ScreenContext context);
 
   std::weak_ptr<Earspeaker_v1_ViewControllerDelegate> delegate;
 

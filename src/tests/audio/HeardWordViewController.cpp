@@ -63,14 +63,14 @@ void HeardWordViewController::viewDidLoad() {
   words_ = WordLists::heardWords(look().context().language);
   randomIndex_ = WordLists::randomIndex(words_.size());
   showPlayButton();
-  warnIfVolumeLow(platform().audioSession->outputVolume());
+  warnIfVolumeLow(ports().audioSession->outputVolume());
   editingEnded();
 }
 
 void HeardWordViewController::viewWillDisappear(bool animated) {
   TestViewController::viewWillDisappear(animated);
   // Nothing speaks behind the next screen.
-  if (playing_ && platform().audioPlayer) platform().audioPlayer->stop();
+  if (playing_) ports().audioPlayer->stop();
 }
 
 bool HeardWordViewController::wordsMatch(const std::string& typed, const std::string& expected) {
@@ -78,12 +78,8 @@ bool HeardWordViewController::wordsMatch(const std::string& typed, const std::st
 }
 
 void HeardWordViewController::play() {
-  auto& ports = platform();
-  if (!ports.audioPlayer) {
-    logLine("No sound player; the word is not played");
-    return;
-  }
-  if (playing_) ports.audioPlayer->stop();
+  auto& player = *ports().audioPlayer;
+  if (playing_) player.stop();
   const std::string asset = WordLists::assetName(look().context().language, word());
   if (asset.empty()) return;
   if (!preparePlayAndRecord(defaultToSpeaker_)) return;
@@ -91,9 +87,9 @@ void HeardWordViewController::play() {
   showPlayButton();
   // Each play answers once; only the latest one's end turns the button back.
   const unsigned playback = ++playback_;
-  ports.audioPlayer->playAsset(asset, whileAlive<bool>([this, playback](bool) {
-                                 if (playback == playback_) playEnded();
-                               }));
+  player.playAsset(asset, whileAlive<bool>([this, playback](bool) {
+                     if (playback == playback_) playEnded();
+                   }));
 }
 
 void HeardWordViewController::playEnded() {

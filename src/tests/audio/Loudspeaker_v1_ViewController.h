@@ -10,7 +10,7 @@ namespace quorvel {
 // The heard-word test played on the loudspeaker.
 class Loudspeaker_v1_ViewController : public HeardWordViewController {
  public:
-  explicit Loudspeaker_v1_ViewController(ScreenContext context = {});
+  explicit Loudspeaker_v1_ViewController(ScreenContext context);
 
   std::weak_ptr<Loudspeaker_v1_ViewControllerDelegate> delegate;
 

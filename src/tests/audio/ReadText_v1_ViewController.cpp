@@ -101,7 +101,7 @@ void ReadText_v1_ViewController::record() {
   if (!recordAvailable()) return;
   if (playing_) {
     playing_ = false;
-    if (auto player = platform().audioPlayer) player->stop();
+    ports().audioPlayer->stop();
   }
   if (!startRecording(
           whileAlive<bool>([this](bool successfully) { recordingEnded(successfully); }))) {
@@ -136,20 +136,18 @@ void ReadText_v1_ViewController::recordingEnded(bool successfully) {
 }
 
 void ReadText_v1_ViewController::play() {
-  auto player = platform().audioPlayer;
-  if (finished() || isRecording() || !player || !preparePlayAndRecord(false)) return;
+  if (finished() || isRecording() || !preparePlayAndRecord(false)) return;
   playing_ = true;
   const unsigned playback = ++playback_;
-  player->playFile(recordingPath(), whileAlive<bool>([this, playback](bool) {
-                     if (playback == playback_) playing_ = false;
-                   }));
+  ports().audioPlayer->playFile(recordingPath(), whileAlive<bool>([this, playback](bool) {
+                                  if (playback == playback_) playing_ = false;
+                                }));
 }
 
 void ReadText_v1_ViewController::tick() {
-  auto player = platform().audioPlayer;
   auto& label = outlet<Label>("uiLbTimer");
-  if (playing_ && player) {
-    label.text = timerText(player->currentTime());
+  if (playing_) {
+    label.text = timerText(ports().audioPlayer->currentTime());
     label.hidden = false;
   } else if (isRecording()) {
     recordingDuration_ = recordedSeconds();
@@ -158,7 +156,7 @@ void ReadText_v1_ViewController::tick() {
   } else {
     label.hidden = true;
   }
-  timer_ = platform().mainQueue->asyncAfter(kTimerInterval, whileAlive<>([this] { tick(); }));
+  timer_ = ports().mainQueue->asyncAfter(kTimerInterval, whileAlive<>([this] { tick(); }));
 }
 
 Dictionary ReadText_v1_ViewController::result(bool success,

@@ -15,7 +15,7 @@ namespace quorvel {
 // listen and record again, and submits; the recording and the word go to the backend.
 class ReadText_v1_ViewController : public RecordingViewController {
  public:
-  explicit ReadText_v1_ViewController(ScreenContext context = {});
+  explicit ReadText_v1_ViewController(ScreenContext context);
   ~ReadText_v1_ViewController() override;
 
   std::weak_ptr<ReadText_v1_ViewControllerDelegate> delegate;

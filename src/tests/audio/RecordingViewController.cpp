@@ -25,13 +25,7 @@ RecordingViewController::~RecordingViewController() {
 void RecordingViewController::viewDidLoad() {
   TestViewController::viewDidLoad();
   preparePlayAndRecord(playsOnLoudspeaker());
-  auto recorder = platform().audioRecorder;
-  if (!recorder) {
-    logLine("No sound recorder; nothing can be recorded");
-    permissionAnswered();
-    return;
-  }
-  recorder->requestRecordPermission(whileAlive<bool>([this](bool granted) {
+  ports().audioRecorder->requestRecordPermission(whileAlive<bool>([this](bool granted) {
     recordAvailable_ = granted;
     permissionAnswered();
   }));
@@ -41,19 +35,17 @@ void RecordingViewController::viewWillDisappear(bool animated) {
   TestViewController::viewWillDisappear(animated);
   // Nothing records or plays behind the next screen.
   if (!uploading_) stopRecording();
-  if (auto player = platform().audioPlayer) player->stop();
+  ports().audioPlayer->stop();
 }
 
 bool RecordingViewController::startRecording(std::function<void(bool)> ended) {
   stopRecording();
-  auto recorder = platform().audioRecorder;
   const unsigned number = ++recordingNumber_;
   // A replaced recording's end is not this one's.
-  recording_ = recorder ? recorder->record(recordingPath_, AudioRecorder::Settings{},
-                                           whileAlive<bool>([this, number, ended](bool done) {
-                                             if (number == recordingNumber_) ended(done);
-                                           }))
-                        : nullptr;
+  recording_ = ports().audioRecorder->record(recordingPath_, AudioRecorder::Settings{},
+                                             whileAlive<bool>([this, number, ended](bool done) {
+                                               if (number == recordingNumber_) ended(done);
+                                             }));
   return recording_ != nullptr;
 }
 
@@ -63,7 +55,7 @@ void RecordingViewController::stopRecording() {
 
 void RecordingViewController::showLoadingView() {
   if (!loadingView_) loadingView_ = std::make_shared<LoadingView>();
-  if (auto application = platform().application) loadingView_->show(application->keyWindow());
+  loadingView_->show(ports().application->keyWindow());
 }
 
 void RecordingViewController::removeLoadingView() {

@@ -36,7 +36,7 @@ void SpeakerRecording_v1_ViewController::viewDidLoad() {
   info.image = Image::asset("info.circle", true);
   info.tintColor = look().themeColor();
   info.accessibilityLabel = look().copy("accessibility_more_information");
-  warnIfVolumeLow(platform().audioSession->outputVolume());
+  warnIfVolumeLow(ports().audioSession->outputVolume());
   RecordingViewController::viewDidLoad();
 }
 
@@ -51,13 +51,12 @@ void SpeakerRecording_v1_ViewController::start() {
     finish(result(false, std::nullopt));
     return;
   }
-  auto player = platform().audioPlayer;
-  if (!player || !preparePlayAndRecord(playsOnLoudspeaker())) {
+  if (!preparePlayAndRecord(playsOnLoudspeaker())) {
     soundEnded(false);
     return;
   }
-  player->playAsset("testfile",
-                    whileAlive<bool>([this](bool successfully) { soundEnded(successfully); }));
+  ports().audioPlayer->playAsset(
+      "testfile", whileAlive<bool>([this](bool successfully) { soundEnded(successfully); }));
 }
 
 void SpeakerRecording_v1_ViewController::soundEnded(bool successfully) {
@@ -68,7 +67,7 @@ void SpeakerRecording_v1_ViewController::soundEnded(bool successfully) {
     removeLoadingView();
     return;
   }
-  if (auto player = platform().audioPlayer) player->stop();
+  ports().audioPlayer->stop();
   submit();
 }
 

@@ -11,7 +11,7 @@ namespace quorvel {
 // records it, and the recording goes to the backend. The test ends with the sound.
 class SpeakerRecording_v1_ViewController : public RecordingViewController {
  public:
-  explicit SpeakerRecording_v1_ViewController(ScreenContext context = {});
+  explicit SpeakerRecording_v1_ViewController(ScreenContext context);
 
   std::weak_ptr<SpeakerRecording_v1_ViewControllerDelegate> delegate;
 

@@ -34,7 +34,8 @@ PhaseLook lookOf(Buttons_v1_ViewController::TestPhase phase) {
 Buttons_v1_ViewController::Buttons_v1_ViewController(ScreenContext context)
     : TestViewController("Buttons_v1_ViewController", ScreenType::buttons_v1,
                          "uiViewProgressBarBackground", std::move(context)),
-      currentVolume_(platform().audioSession->outputVolume()) {
+      volumeListener_(ports()),
+      currentVolume_(ports().audioSession->outputVolume()) {
   registerOutlet<ImageView>("uiImage");
   registerOutlet<Label>("uiLbTitle");
   registerOutlet<Label>("uiLbDescription");
@@ -61,11 +62,12 @@ void Buttons_v1_ViewController::viewDidLoad() {
 
 void Buttons_v1_ViewController::showPhase() {
   auto phase = lookOf(currentTestPhase_);
-  outlet<ImageView>("uiImage").image = Image::asset(DeviceImages::imageName(phase.imageKind));
+  outlet<ImageView>("uiImage").image =
+      Image::asset(DeviceImages::imageName(phase.imageKind, *ports().device));
   outlet<Label>("uiLbDescription").text = look().copy(phase.descriptionKey);
   // Screenshots count only in their own phase.
   if (currentTestPhase_ == TestPhase::Screenshot) {
-    keepObserving(kScreenshotObservation, platform().screenshotEvents->addObserver(
+    keepObserving(kScreenshotObservation, ports().screenshotEvents->addObserver(
                                               whileAlive<>([this] { userTookScreenshot(); })));
   }
 }

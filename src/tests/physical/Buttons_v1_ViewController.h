@@ -15,7 +15,7 @@ class Buttons_v1_ViewController : public TestViewController {
  public:
   enum class TestPhase : int { VolumeUp = 0, VolumeDown = 1, Screenshot = 2 };
 
-  explicit Buttons_v1_ViewController(ScreenContext context = {});
+  explicit Buttons_v1_ViewController(ScreenContext context);
 
   std::weak_ptr<Buttons_v1_ViewControllerDelegate> delegate;
 

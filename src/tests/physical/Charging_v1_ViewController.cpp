@@ -23,7 +23,7 @@ Charging_v1_ViewController::Charging_v1_ViewController(ScreenContext context)
 }
 
 Charging_v1_ViewController::~Charging_v1_ViewController() {
-  platform().device->setBatteryMonitoringEnabled(false);
+  ports().device->setBatteryMonitoringEnabled(false);
 }
 
 void Charging_v1_ViewController::viewDidLoad() {
@@ -50,7 +50,7 @@ void Charging_v1_ViewController::showDetectionState(bool detected) {
 }
 
 void Charging_v1_ViewController::startMonitoring() {
-  auto& device = *platform().device;
+  auto& device = *ports().device;
   device.setBatteryMonitoringEnabled(true);
   if (isCharging(device.batteryState())) {
     chargingDetected();
@@ -64,7 +64,7 @@ void Charging_v1_ViewController::startMonitoring() {
 }
 
 void Charging_v1_ViewController::batteryStateDidChange() {
-  if (isCharging(platform().device->batteryState())) {
+  if (isCharging(ports().device->batteryState())) {
     chargingDetected();
   } else {
     showDetectionState(hasChargingBeenDetected_);
@@ -75,7 +75,7 @@ void Charging_v1_ViewController::chargingDetected() {
   hasChargingBeenDetected_ = true;
   showDetectionState(true);
   // The observer stays; with monitoring off no more notifications come.
-  platform().device->setBatteryMonitoringEnabled(false);
+  ports().device->setBatteryMonitoringEnabled(false);
 }
 
 void Charging_v1_ViewController::next() {
@@ -83,7 +83,7 @@ void Charging_v1_ViewController::next() {
   if (!target) return;
   // Monitoring went off at detection, so this reads what the device reports without it.
   target->Charging_v1_ViewControllerFinished(
-      *this, result(true, "charging", platform().device->batteryLevel()));
+      *this, result(true, "charging", ports().device->batteryLevel()));
 }
 
 void Charging_v1_ViewController::couldNotCompleteTest() {

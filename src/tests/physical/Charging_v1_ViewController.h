@@ -13,7 +13,7 @@ namespace quorvel {
 // notification. Once detected it stays detected, whatever the cable does afterwards.
 class Charging_v1_ViewController : public TestViewController {
  public:
-  explicit Charging_v1_ViewController(ScreenContext context = {});
+  explicit Charging_v1_ViewController(ScreenContext context);
   ~Charging_v1_ViewController() override;
 
   std::weak_ptr<Charging_v1_ViewControllerDelegate> delegate;

@@ -10,7 +10,7 @@ namespace quorvel {
 // Passes on the first tap with exactly three fingers anywhere on the screen.
 class MultiTouch_v1_ViewController : public TestViewController {
  public:
-  explicit MultiTouch_v1_ViewController(ScreenContext context = {});
+  explicit MultiTouch_v1_ViewController(ScreenContext context);
 
   std::weak_ptr<MultiTouch_v1_ViewControllerDelegate> delegate;
 

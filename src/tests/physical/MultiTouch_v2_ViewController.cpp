@@ -75,7 +75,7 @@ void MultiTouch_v2_ViewController::panedView(GestureRecognizer& sender) {
       if (sender.location().y - startLocation_.y > 0.9 * height) {
         showSlideOn(1.0);
         std::weak_ptr<ViewController> weak = weak_from_this();
-        platform().mainQueue->async([weak] {
+        ports().mainQueue->async([weak] {
           if (auto self = std::static_pointer_cast<MultiTouch_v2_ViewController>(weak.lock())) {
             self->slideSucceeded();
           }

@@ -14,7 +14,7 @@ class GestureRecognizer;
 // that ends below 90% of its height turns it on and shows Next.
 class MultiTouch_v2_ViewController : public TestViewController {
  public:
-  explicit MultiTouch_v2_ViewController(ScreenContext context = {});
+  explicit MultiTouch_v2_ViewController(ScreenContext context);
 
   std::weak_ptr<MultiTouch_v2_ViewControllerDelegate> delegate;
 

@@ -104,7 +104,7 @@ void MultipleTests_v2_ViewController::startDetector(const std::string& rowKey) {
 }
 
 void MultipleTests_v2_ViewController::startChargingDetector() {
-  auto& device = *platform().device;
+  auto& device = *ports().device;
   device.setBatteryMonitoringEnabled(true);
   keepObserving(kBatteryObservation,
                 device.observeBattery(whileAlive<BatteryChange>([this](BatteryChange change) {
@@ -114,7 +114,7 @@ void MultipleTests_v2_ViewController::startChargingDetector() {
 }
 
 void MultipleTests_v2_ViewController::checkCharging() {
-  auto& device = *platform().device;
+  auto& device = *ports().device;
   const std::string* row = focusedRow();
   if (!row || *row != ScreenType::charging_v2 || !isCharging(device.batteryState())) return;
   device.setBatteryMonitoringEnabled(false);
@@ -124,7 +124,7 @@ void MultipleTests_v2_ViewController::checkCharging() {
 }
 
 void MultipleTests_v2_ViewController::startVolumeDetector() {
-  auto& session = *platform().audioSession;
+  auto& session = *ports().audioSession;
   session.setActive(true);
   currentVolume_ = session.outputVolume();
   keepObserving(kVolumeObservation, session.observeOutputVolume(whileAlive<float>(
@@ -195,7 +195,7 @@ void MultipleTests_v2_ViewController::couldNotCompleteTest() {
 }
 
 void MultipleTests_v2_ViewController::cancelTest() {
-  platform().device->setBatteryMonitoringEnabled(false);
+  ports().device->setBatteryMonitoringEnabled(false);
   if (auto target = delegate.lock()) target->MultipleTests_v2_ViewControllerCancelled(*this);
 }
 

@@ -16,7 +16,7 @@ namespace quorvel {
 // up; when every row is done, Next reports the combined "charging" and "buttons" results.
 class MultipleTests_v2_ViewController : public TestViewController {
  public:
-  explicit MultipleTests_v2_ViewController(ScreenContext context = {});
+  explicit MultipleTests_v2_ViewController(ScreenContext context);
 
   std::weak_ptr<MultipleTests_v2_ViewControllerDelegate> delegate;
 

@@ -1,6 +1,5 @@
 #include "tests/physical/VolumeListener.h"
 
-#include "quorvel/platform/Platform.h"
 #include "quorvel/ui/Application.h"
 #include "support/JsonText.h"
 #include "support/NotificationCenter.h"
@@ -9,10 +8,10 @@ namespace quorvel {
 
 void VolumeListener::setup() {
   // Volume keys reach an application only through a window on screen.
-  const auto& windows = platform().application->windows();
+  const auto& windows = application_->windows();
   if (windows.empty() || !windows.front()->rootViewController()) return;
-  registrations_.push_back(platform().volumeEvents->addObserver(
-      [this](const VolumeChange& change) { volumeChanged(change); }));
+  registrations_.push_back(
+      volumeEvents_->addObserver([this](const VolumeChange& change) { volumeChanged(change); }));
 }
 
 void VolumeListener::volumeChanged(const VolumeChange& change) {

@@ -1,8 +1,10 @@
 #pragma once
 
+#include <memory>
 #include <string>
 #include <vector>
 
+#include "quorvel/platform/Platform.h"
 #include "quorvel/platform/Subscription.h"
 #include "quorvel/platform/VolumeEvents.h"
 
@@ -16,6 +18,9 @@ class VolumeListener {
   inline static const std::string volumeDidChangeNotification =
       "MPMusicPlayerControllerVolumeDidChangeNotification";
 
+  explicit VolumeListener(const Platform& ports)
+      : application_(ports.application), volumeEvents_(ports.volumeEvents) {}
+
   // The owner calls setup only while this is false, and sets it after the call.
   bool hasSetup = false;
 
@@ -26,6 +31,8 @@ class VolumeListener {
  private:
   void volumeChanged(const VolumeChange& change);
 
+  std::shared_ptr<Application> application_;
+  std::shared_ptr<VolumeEvents> volumeEvents_;
   // Listening ends with the owner.
   std::vector<Subscription> registrations_;
 };

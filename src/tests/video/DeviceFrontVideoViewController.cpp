@@ -69,9 +69,11 @@ DeviceFrontVideoViewController::DeviceFrontVideoViewController(std::string inter
 
 DeviceFrontVideoViewController::~DeviceFrontVideoViewController() { stopEverything(); }
 
-std::string DeviceFrontVideoViewController::moviePath() { return documentsFile("output.mov"); }
+std::string DeviceFrontVideoViewController::moviePath() const {
+  return documentsFile("output.mov");
+}
 
-std::string DeviceFrontVideoViewController::renderedMoviePath() {
+std::string DeviceFrontVideoViewController::renderedMoviePath() const {
   return documentsFile("rendered-Video.mp4");
 }
 
@@ -120,7 +122,7 @@ std::string DeviceFrontVideoViewController::text(const std::string& overrideKey,
 std::string DeviceFrontVideoViewController::qrCodeText(bool start) const {
   std::string text = start ? "start;" : "end;";
   const std::string& imei = look().context().imei;
-  auto vendorID = platform().device->identifierForVendor();
+  auto vendorID = ports().device->identifierForVendor();
   if (!imei.empty()) {
     text += "imei=" + imei + ";";
   } else if (vendorID && !vendorID->empty()) {
@@ -147,14 +149,9 @@ void DeviceFrontVideoViewController::showCode(const std::string& text) {
 }
 
 void DeviceFrontVideoViewController::playSound(const std::string& assetName) {
-  auto& ports = platform();
-  if (!ports.audioPlayer) {
-    logLine("No sound player; " + assetName + " is not played");
-    return;
-  }
   // Whatever an earlier screen left, cues sound from the loudspeaker while the camera records.
   if (!preparePlayAndRecord(true)) return;
-  ports.audioPlayer->playAsset(assetName, [](bool) {});
+  ports().audioPlayer->playAsset(assetName, [](bool) {});
 }
 
 void DeviceFrontVideoViewController::showScanningNotSupported() {
@@ -205,7 +202,7 @@ void DeviceFrontVideoViewController::whenRecordingEnds(std::function<void()> wor
 
 void DeviceFrontVideoViewController::after(double delaySeconds, std::function<void()> work) {
   std::weak_ptr<ViewController> weak = weak_from_this();
-  pending_.push_back(platform().mainQueue->asyncAfter(delaySeconds, [weak, work] {
+  pending_.push_back(ports().mainQueue->asyncAfter(delaySeconds, [weak, work] {
     if (auto self = weak.lock()) work();
   }));
 }
@@ -283,9 +280,7 @@ void DeviceFrontVideoViewController::showReviewStep() {
 
 void DeviceFrontVideoViewController::showThumbnail() {
   if (step_ != Step::review) return;
-  auto exporter = platform().mediaExport;
-  if (!exporter) return;
-  auto picture = exporter->thumbnail(moviePath());
+  auto picture = ports().mediaExport->thumbnail(moviePath());
   if (!picture) logLine("The recording has no picture to show: " + moviePath());
   outlet<ImageView>("uiVideoReviewImage").image = std::move(picture);
 }
@@ -293,34 +288,24 @@ void DeviceFrontVideoViewController::showThumbnail() {
 void DeviceFrontVideoViewController::showInfo() { alert("", infoText()); }
 
 void DeviceFrontVideoViewController::playVideo() {
-  if (auto player = platform().videoPlayback) {
-    // Holds nothing of the screen: it may be gone when the player closes.
-    player->play(moviePath(), [](const std::string& problem) {
-      if (!problem.empty()) logLine("The recording could not be played: " + problem);
-    });
-  } else {
-    logLine("No video player; the recording cannot be shown");
-  }
+  // Holds nothing of the screen: it may be gone when the player closes.
+  ports().videoPlayback->play(moviePath(), [](const std::string& problem) {
+    if (!problem.empty()) logLine("The recording could not be played: " + problem);
+  });
 }
 
 void DeviceFrontVideoViewController::submit() {
   if (step_ != Step::review) return;
   step_ = Step::uploading;
-  auto& ports = platform();
   loadingView_ = std::make_shared<LoadingView>();
-  if (ports.application) loadingView_->show(ports.application->keyWindow());
+  loadingView_->show(ports().application->keyWindow());
 
   whenRecordingEnds([this] {
-    auto exporter = platform().mediaExport;
-    if (!exporter) {
-      exported(false);
-      return;
-    }
     std::error_code ignored;
     std::filesystem::remove(renderedMoviePath(), ignored);
-    auto queue = platform().mainQueue;
+    auto queue = ports().mainQueue;
     std::weak_ptr<ViewController> weak = weak_from_this();
-    exporter->exportMP4(
+    ports().mediaExport->exportMP4(
         moviePath(), renderedMoviePath(), [queue, weak](std::optional<std::string> error) {
           if (error) logLine("The recording could not be converted: " + *error);
           queue->async([weak, succeeded = !error] {

@@ -25,8 +25,8 @@ class DeviceFrontVideoViewController : public TestViewController {
   ~DeviceFrontVideoViewController() override;
 
   // Where the film is recorded, and the MP4 made of it for the upload.
-  static std::string moviePath();
-  static std::string renderedMoviePath();
+  std::string moviePath() const;
+  std::string renderedMoviePath() const;
 
   const std::string& startQRCode() const { return startQRCode_; }
   const std::string& endQRCode() const { return endQRCode_; }

@@ -14,7 +14,7 @@ DeviceFrontVideo_v1_ViewController::DeviceFrontVideo_v1_ViewController(ScreenCon
 
 void DeviceFrontVideo_v1_ViewController::viewDidLoad() {
   DeviceFrontVideoViewController::viewDidLoad();
-  warnIfVolumeLow(platform().audioSession->outputVolume());
+  warnIfVolumeLow(ports().audioSession->outputVolume());
 }
 
 void DeviceFrontVideo_v1_ViewController::showInstructions() {
@@ -29,10 +29,8 @@ void DeviceFrontVideo_v1_ViewController::showInstructions() {
 }
 
 void DeviceFrontVideo_v1_ViewController::startScanning() {
-  auto camera = platform().camera;
-  auto session = camera ? camera->startScanning(whileAlive<const std::vector<std::string>&>(
-                              [this](const std::vector<std::string>& codes) { codesRead(codes); }))
-                        : nullptr;
+  auto session = ports().camera->startScanning(whileAlive<const std::vector<std::string>&>(
+      [this](const std::vector<std::string>& codes) { codesRead(codes); }));
   if (!session) {
     showScanningNotSupported();
     return;
@@ -51,7 +49,7 @@ void DeviceFrontVideo_v1_ViewController::codesRead(const std::vector<std::string
     return;
   }
   // The person feels that a code was read, whichever it was.
-  if (!codes.front().empty()) platform().feedback->vibrate();
+  if (!codes.front().empty()) ports().feedback->vibrate();
   if (codes.front() == startQRCode() && step() == Step::instructions) {
     startCodeRead();
   } else if (codes.front() == endQRCode() && step() == Step::endCode) {
@@ -63,8 +61,7 @@ void DeviceFrontVideo_v1_ViewController::codesRead(const std::vector<std::string
 void DeviceFrontVideo_v1_ViewController::startCodeRead() {
   setStep(Step::recording);
   playSound("beep");
-  auto camera = platform().camera;
-  setSession(camera ? camera->startCapture(false) : nullptr);
+  setSession(ports().camera->startCapture(false));
   startRecording();
   after(kColoursDelay, [this] {
     playSound("testfile");

@@ -13,7 +13,7 @@ namespace quorvel {
 // mirror to start filming, and the end code to stop.
 class DeviceFrontVideo_v1_ViewController : public DeviceFrontVideoViewController {
  public:
-  explicit DeviceFrontVideo_v1_ViewController(ScreenContext context = {});
+  explicit DeviceFrontVideo_v1_ViewController(ScreenContext context);
 
   std::weak_ptr<DeviceFrontVideo_v1_ViewControllerDelegate> delegate;
 

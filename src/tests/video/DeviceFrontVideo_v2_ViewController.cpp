@@ -23,7 +23,7 @@ DeviceFrontVideo_v2_ViewController::DeviceFrontVideo_v2_ViewController(ScreenCon
 
 void DeviceFrontVideo_v2_ViewController::viewDidLoad() {
   DeviceFrontVideoViewController::viewDidLoad();
-  auto& session = *platform().audioSession;
+  auto& session = *ports().audioSession;
   currentVolume_ = session.outputVolume();
   volumeObservation_ = session.observeOutputVolume(
       whileAlive<float>([this](float volume) { currentVolume_ = volume; }));
@@ -51,8 +51,7 @@ void DeviceFrontVideo_v2_ViewController::next() {
 
 void DeviceFrontVideo_v2_ViewController::showPreview() {
   setStep(Step::preview);
-  auto camera = platform().camera;
-  auto session = camera ? camera->startCapture(true) : nullptr;
+  auto session = ports().camera->startCapture(true);
   outlet<Label>("uiLbTitle").text = text(keys::Copy::preview_title, "screen_test_title_preview");
   outlet<Label>("uiLbDescription").text =
       text(keys::Copy::preview_description, "screen_test_description_preview");

@@ -14,7 +14,7 @@ namespace quorvel {
 // first picture can be the host's own.
 class DeviceFrontVideo_v2_ViewController : public DeviceFrontVideoViewController {
  public:
-  explicit DeviceFrontVideo_v2_ViewController(ScreenContext context = {});
+  explicit DeviceFrontVideo_v2_ViewController(ScreenContext context);
 
   std::weak_ptr<DeviceFrontVideo_v2_ViewControllerDelegate> delegate;
 

@@ -25,8 +25,8 @@ class AudioScreensTest : public TestScreenFixture {
     WordLists::restoreHeardWords();
     server.start();
     env.setAssetsHost(server.address());
-    context.uploader = std::make_shared<AssetUploaderWebService>(Environment::production, "app-1",
-                                                                 "key-abcdefghijkl");
+    context.uploader = std::make_shared<AssetUploaderWebService>(
+        platform(), Environment::production, "app-1", "key-abcdefghijkl");
   }
   void TearDown() override {
     server.stop();

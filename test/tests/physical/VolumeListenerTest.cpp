@@ -23,12 +23,12 @@ class VolumeListenerTest : public quorvel::testing::SdkFixture {
 
 TEST_F(VolumeListenerTest, PassesOnOnlyKeyPressesWithTheNewLevelAlsoAtTheEnds) {
   {
-    VolumeListener withoutRootScreen;  // nothing to listen through yet
+    VolumeListener withoutRootScreen(platform());  // nothing to listen through yet
     withoutRootScreen.setup();
     env.volume.pressUp();
   }
   hostWithNavigation();
-  VolumeListener listener;
+  VolumeListener listener(platform());
   listener.setup();
   env.volume.systemChange(0.9375f);  // another app's change
   env.volume.pressUp();
@@ -39,7 +39,7 @@ TEST_F(VolumeListenerTest, PassesOnOnlyKeyPressesWithTheNewLevelAlsoAtTheEnds) {
 TEST_F(VolumeListenerTest, EachSetUpAddsARegistrationUntilTheListenerGoes) {
   hostWithNavigation();
   {
-    VolumeListener listener;
+    VolumeListener listener(platform());
     listener.setup();
     listener.setup();
     env.volume.pressDown();

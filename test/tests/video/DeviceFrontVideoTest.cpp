@@ -60,8 +60,8 @@ class DeviceFrontVideoTest : public TestScreenFixture {
     TestScreenFixture::SetUp();
     server.start();
     env.setAssetsHost(server.address());
-    context.uploader = std::make_shared<AssetUploaderWebService>(Environment::production, "app-1",
-                                                                 "key-abcdefghijkl");
+    context.uploader = std::make_shared<AssetUploaderWebService>(
+        platform(), Environment::production, "app-1", "key-abcdefghijkl");
     context.deviceInfoSHA256 = std::string(64, 'a');
   }
   void TearDown() override {
