@@ -450,8 +450,10 @@ TEST_P(AccessibilityWalkTest, EveryControlIsNamedAndReportsTheCoreState) {
     // The timer and the record button show a recording, and the review what the core holds.
     if (step == "ReadText_v1_ViewController") idleRecord = colorAt("uiBtRecord", QPointF(0, 40));
     if (step == "ReadText_v1_ViewController-recording") {
-      EXPECT_TRUE(waitFor([&] { return textOf("uiLbTimer") == "00:01"; }))
-          << textOf("uiLbTimer").toStdString();
+      // However late the check, the drawn timer catches up with the core's, a second in or more.
+      const auto& timer = frontEnd->topViewController()->outlet<Label>("uiLbTimer");
+      EXPECT_TRUE(waitFor([&] { return textOf("uiLbTimer").toStdString() == timer.text; }))
+          << timer.text;
       EXPECT_NE(colorAt("uiBtRecord", QPointF(0, 40)), idleRecord) << "recording looks like idle";
     }
     if (step == "ReadText_v1_ViewController-review") {
