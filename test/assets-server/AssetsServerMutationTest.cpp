@@ -54,22 +54,11 @@ void replaceFirst(std::string& text, const std::string& from, const std::string&
   if (std::size_t at = text.find(from); at != std::string::npos) text.replace(at, from.size(), to);
 }
 
-// Bytes as a C string literal would show them, cut to a length a log can hold.
+// Bytes as a JSON string shows them (control and invalid bytes escaped), cut to a length a log
+// can hold.
 std::string escaped(const std::string& bytes, std::size_t limit) {
-  std::ostringstream out;
-  for (std::size_t i = 0; i < std::min(bytes.size(), limit); ++i) {
-    auto c = static_cast<unsigned char>(bytes[i]);
-    if (c == '\r' || c == '\n') {
-      out << (c == '\r' ? "\\r" : "\\n\n");
-    } else if (c < 0x20 || c >= 0x7F || c == '\\') {
-      out << "\\x"
-          << "0123456789abcdef"[c >> 4] << "0123456789abcdef"[c & 15];
-    } else {
-      out << c;
-    }
-  }
-  if (bytes.size() > limit) out << "... (" << bytes.size() << " bytes)";
-  return out.str();
+  return json(bytes.substr(0, limit)).dump(-1, ' ', false, json::error_handler_t::replace) +
+         (bytes.size() > limit ? "... (" + std::to_string(bytes.size()) + " bytes)" : "");
 }
 
 // A request taken apart so that mutations can aim at its pieces.

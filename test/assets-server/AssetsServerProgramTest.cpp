@@ -1,4 +1,3 @@
-#include <arpa/inet.h>
 #include <gtest/gtest.h>
 #include <sys/socket.h>
 #include <sys/wait.h>
@@ -10,6 +9,7 @@
 #include <utility>
 #include <vector>
 
+#include "LoopbackHttp.h"
 #include "quorvel/Version.h"
 #include "support/TemporaryTree.h"
 
@@ -88,13 +88,8 @@ TEST_F(AssetsServerProgram, PrintsItsAddressAndStopsOnTermWhateverItsClientsDo) 
   ASSERT_NE(address.find("http://127.0.0.1:"), std::string::npos) << address;
 
   // A client in the middle of its request does not hold the stop up past the server's grace.
-  int client = socket(AF_INET, SOCK_STREAM, 0);
-  sockaddr_in to{};
-  to.sin_family = AF_INET;
-  to.sin_port =
-      htons(static_cast<std::uint16_t>(std::stoi(address.substr(address.rfind(':') + 1))));
-  inet_pton(AF_INET, "127.0.0.1", &to.sin_addr);
-  ASSERT_EQ(connect(client, reinterpret_cast<sockaddr*>(&to), sizeof to), 0);
+  int client = testing::connectTo(std::stoi(address.substr(address.rfind(':') + 1)));
+  ASSERT_GE(client, 0);
   // Its head is judged and it is told to go on, then it sends nothing more.
   const std::string head =
       "POST /v3/applications/a/asset-upload HTTP/1.1\r\nHost: x\r\nAuthorization: Bearer one\r\n"

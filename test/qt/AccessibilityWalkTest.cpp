@@ -1,13 +1,14 @@
 // Every screen as assistive technology meets it, in both languages: each control is named from
 // the core's copy (those drawn as pictures alone too, and the front end's chrome), the check box
 // and radio buttons report the core's state, and a press through accessibility does what a tap
-// does. With the application font at one and a half times its size, no text on any screen is cut
-// off.
+// does (a photo picked so shows on the IMEI screen until removed). With the application font at one
+// and a half times its size, no text on any screen is cut off.
 #include <QAccessible>
 #include <QFont>
 #include <QFontInfo>
 #include <QGuiApplication>
 #include <QMetaEnum>
+#include <QSignalSpy>
 #include <QTest>
 #include <map>
 #include <set>
@@ -285,14 +286,18 @@ class AccessibilityWalkTest : public QuickFixture,
       grab(step + suffix + "-" + language());
     };
 
-    show<IMEIViewController>(ScreenType::imei_screen);
+    auto imei = show<IMEIViewController>(ScreenType::imei_screen);
     at("IMEIViewController");
-    // A photo attached, with its remove button.
+    // A photo attached, shown until its remove button takes it away.
     QImage photo(240, 160, QImage::Format_RGB32);
     photo.fill(QColor(40, 160, 90));
     const QString path = QString::fromStdString((documents->path() / "imei-photo.png").string());
     ASSERT_TRUE(photo.save(path));
+    QSignalSpy requests(frontEnd.get(), &QuickFrontEnd::imagePickRequested);
     press("uiBtAttachImage");
+    ASSERT_TRUE(waitFor([&] { return requests.count() > 0; }));
+    EXPECT_EQ(requests.count(), 1);
+    // The dialog hands the chosen file to the front end.
     frontEnd->imagePicked(QUrl::fromLocalFile(path));
     for (QObject* each : frontEnd->window()->findChildren<QObject*>()) {
       if (QString(each->metaObject()->className()) == "QQuickFileDialog") {
@@ -300,10 +305,15 @@ class AccessibilityWalkTest : public QuickFixture,
       }
     }
     ASSERT_TRUE(waitFor([&] { return frontEnd->findItem("uiBtRemoveImage") != nullptr; }));
+    ASSERT_TRUE(imei->imeiImage().has_value());
+    EXPECT_EQ(frontEnd->findItem("uiViewNoImage"), nullptr);
     QTest::qWait(50);
     at("IMEIViewController-photo");
     press("uiBtRemoveImage");
-    ASSERT_TRUE(waitFor([&] { return frontEnd->findItem("uiBtRemoveImage") == nullptr; }));
+    EXPECT_FALSE(imei->imeiImage().has_value());
+    ASSERT_TRUE(waitFor([&] { return frontEnd->findItem("uiViewNoImage") != nullptr; }));
+    EXPECT_EQ(frontEnd->findItem("uiIvImage"), nullptr);
+    EXPECT_EQ(frontEnd->findItem("uiBtRemoveImage"), nullptr);
     show<TestsFinishedViewController>(ScreenType::end_screen);
     at("TestsFinishedViewController");
     show<Charging_v1_ViewController>(ScreenType::charging_v1);
@@ -410,6 +420,7 @@ class AccessibilityWalkTest : public QuickFixture,
 };
 
 TEST_P(AccessibilityWalkTest, EveryControlIsNamedAndReportsTheCoreState) {
+  QColor idleRecord;
   visitEveryScreen([&](const std::string& step) {
     expectNamed(step);
     expectPicturesNamedFromCopy(step);
@@ -431,6 +442,22 @@ TEST_P(AccessibilityWalkTest, EveryControlIsNamedAndReportsTheCoreState) {
       expectNamed("IMEIViewController-typing");
       press("uiBtKeyboardDone");
       EXPECT_FALSE(screen->outlet<TextField>("uiTfIMEI").isFirstResponder);
+    }
+    if (step == "IMEIViewController-photo") {
+      EXPECT_EQ(colorAt("uiIvImage"), QColor(40, 160, 90));
+      expectCoreColours();
+    }
+    // The timer and the record button show a recording, and the review what the core holds.
+    if (step == "ReadText_v1_ViewController") idleRecord = colorAt("uiBtRecord", QPointF(0, 40));
+    if (step == "ReadText_v1_ViewController-recording") {
+      // However late the check, the drawn timer catches up with the core's, a second in or more.
+      const auto& timer = frontEnd->topViewController()->outlet<Label>("uiLbTimer");
+      EXPECT_TRUE(waitFor([&] { return textOf("uiLbTimer").toStdString() == timer.text; }))
+          << timer.text;
+      EXPECT_NE(colorAt("uiBtRecord", QPointF(0, 40)), idleRecord) << "recording looks like idle";
+    }
+    if (step == "ReadText_v1_ViewController-review") {
+      expectCoreCopy(*frontEnd->topViewController(), {"uiLbWord", "uiBtRecordAgain", "uiBtNext"});
     }
     if (step == "DeviceFrontVideo_v2_ViewController-review") {
       // The check box shows the core's state: toggled through accessibility, then tapped.

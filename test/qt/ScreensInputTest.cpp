@@ -1,5 +1,4 @@
 // Taps and typing on the flow and physical-test screens reach their core actions.
-#include <QSignalSpy>
 #include <QTest>
 
 #include "QuickFixture.h"
@@ -54,13 +53,11 @@ TEST_F(ScreensInputTest, TestScreensReportCouldNotCompleteAndCancelFromTheirButt
 
 TEST_F(ScreensInputTest, IMEIScreenSwitchesModeAndTakesTypedTextFromTheUi) {
   auto screen = show<IMEIViewController>(ScreenType::imei_screen);
-  EXPECT_TRUE(item("uiRBIMEI")->property("checked").toBool());
   EXPECT_TRUE(digitsOnly());
 
   tap("uiRBSerialNumber");
   EXPECT_EQ(screen->mode(), IMEIViewController::Mode::serialNumber);
   ASSERT_TRUE(waitFor([&] { return !digitsOnly(); }));
-  EXPECT_FALSE(item("uiRBIMEI")->property("checked").toBool());
 
   // The core hands the field the keyboard; the done key shows only meanwhile and takes it back.
   EXPECT_EQ(frontEnd->findItem("uiBtKeyboardDone"), nullptr);
@@ -83,38 +80,6 @@ TEST_F(ScreensInputTest, IMEIScreenSwitchesModeAndTakesTypedTextFromTheUi) {
   EXPECT_EQ(screen->mode(), IMEIViewController::Mode::imei);
   ASSERT_TRUE(waitFor([&] { return digitsOnly(); }));
   EXPECT_EQ(field()->property("text").toString(), "C02XK0AB");
-}
-
-TEST_F(ScreensInputTest, IMEIScreenShowsAPickedPhotoUntilItIsRemoved) {
-  auto screen = show<IMEIViewController>(ScreenType::imei_screen);
-  QImage photo(240, 160, QImage::Format_RGB32);
-  photo.fill(QColor(40, 160, 90));
-  const QString path = QString::fromStdString((documents->path() / "imei-photo.png").string());
-  ASSERT_TRUE(photo.save(path));
-
-  QSignalSpy requests(frontEnd.get(), &QuickFrontEnd::imagePickRequested);
-  tap("uiBtAttachImage");
-  ASSERT_EQ(requests.count(), 1);
-  // The dialog hands the chosen file to the front end.
-  frontEnd->imagePicked(QUrl::fromLocalFile(path));
-  for (QObject* each : frontEnd->window()->findChildren<QObject*>()) {
-    if (QString(each->metaObject()->className()) == "QQuickFileDialog") {
-      QMetaObject::invokeMethod(each, "close");
-    }
-  }
-  ASSERT_TRUE(waitFor([&] { return frontEnd->findItem("uiIvImage") != nullptr; }));
-  ASSERT_TRUE(screen->imeiImage().has_value());
-  EXPECT_EQ(frontEnd->findItem("uiViewNoImage"), nullptr);
-  QTest::qWait(50);
-  EXPECT_EQ(colorAt("uiIvImage"), QColor(40, 160, 90));
-  expectCoreColours();
-  grab("IMEIViewController-photo");
-
-  tap("uiBtRemoveImage");
-  EXPECT_FALSE(screen->imeiImage().has_value());
-  ASSERT_TRUE(waitFor([&] { return frontEnd->findItem("uiViewNoImage") != nullptr; }));
-  EXPECT_EQ(frontEnd->findItem("uiIvImage"), nullptr);
-  EXPECT_EQ(frontEnd->findItem("uiBtRemoveImage"), nullptr);
 }
 
 }  // namespace

@@ -4,8 +4,6 @@
 #include <string>
 
 #include "linux/LinuxDevice.h"
-#include "quorvel/platform/Platform.h"
-#include "support/ManualMainQueue.h"
 #include "support/TemporaryTree.h"
 
 namespace quorvel {
@@ -14,9 +12,6 @@ namespace {
 // A fake /sys, /proc, /etc and home under one temporary directory.
 class LinuxDeviceTest : public ::testing::Test {
  protected:
-  void write(const std::string& relative, const std::string& content) {
-    tree.write(relative, content);
-  }
   LinuxDevice device(const std::string& home = "home") const {
     std::filesystem::create_directories(tree.path() / "home");
     const auto at = [&](const char* name) { return (tree.path() / name).string(); };
@@ -33,7 +28,7 @@ TEST_F(LinuxDeviceTest, ModelFromSmbiosChassisCodesElseTheDeviceTree) {
       {"server", "Server"}, {"watch", "Watch"},
   };
   for (const auto& [type, kind] : trees) {
-    write("sys/firmware/devicetree/base/chassis-type", std::string(type) + '\0');
+    tree.write("sys/firmware/devicetree/base/chassis-type", std::string(type) + '\0');
     EXPECT_EQ(device().model(), kind) << type;
   }
   // The first and last code of each group, so that a group cut short shows; an unrecognised code
@@ -44,7 +39,7 @@ TEST_F(LinuxDeviceTest, ModelFromSmbiosChassisCodesElseTheDeviceTree) {
       {"2\n", "Watch"},   {"10x\n", "Watch"},   {"9\n", "Laptop"},
   };
   for (const auto& [code, kind] : codes) {
-    write("sys/class/dmi/id/chassis_type", code);
+    tree.write("sys/class/dmi/id/chassis_type", code);
     EXPECT_EQ(device().model(), kind) << "chassis code " << code;
   }
 }
@@ -60,7 +55,7 @@ TEST_F(LinuxDeviceTest, BrandComesFromDmiElseDeviceTreeElseTheSystemsVendor) {
       {"sys/class/dmi/id/sys_vendor", "  LENOVO \n"}};
   const char* brands[] = {"Debian GNU/Linux", "Fedora Project", "Raspberrypi", "LENOVO"};
   for (std::size_t i = 0; i < std::size(steps); ++i) {
-    write(steps[i].first, steps[i].second);
+    tree.write(steps[i].first, steps[i].second);
     EXPECT_EQ(device().brand(), brands[i]);
   }
 }
@@ -75,24 +70,24 @@ TEST_F(LinuxDeviceTest, OsReleaseValuesAreUnquotedAndTheRealOneIsNeverRead) {
       {"NAME='Arch Linux'\nVERSION_ID=24.04 # rolling\n", "Arch Linux", "24.04"},
       {"NAME=\"Say \\\"Hi\\\" \\\\ OS\"\n", "Say \"Hi\" \\ OS", ""}};
   for (const auto& [content, name, version] : cases) {
-    write("etc/os-release", content);
+    tree.write("etc/os-release", content);
     EXPECT_EQ(device().systemName(), name);
     EXPECT_EQ(device().systemVersion(), version);
   }
 }
 
 TEST_F(LinuxDeviceTest, VendorIdentifierIsAStableAppSpecificUuidOfAValidMachineId) {
-  write("etc/machine-id", "4f1c2e9a8b7d6c5e4f3a2b1c0d9e8f7a\n");
+  tree.write("etc/machine-id", "4f1c2e9a8b7d6c5e4f3a2b1c0d9e8f7a\n");
   // Fixed forever: a changed derivation would turn every known device into a new one.
   EXPECT_EQ(device().identifierForVendor(), "fc922ff8-ed8c-41d9-a34d-6c6389a32211");
-  write("etc/machine-id", "0123456789abcdef0123456789abcdef\n");
+  tree.write("etc/machine-id", "0123456789abcdef0123456789abcdef\n");
   EXPECT_NE(device().identifierForVendor(), "fc922ff8-ed8c-41d9-a34d-6c6389a32211");
   EXPECT_TRUE(device().identifierForVendor().has_value());
   for (const char* content :
        {"uninitialized\n", "4f1c2e9a8b7d6c5e4f3a2b1c0d9e8f7\n",
         "4f1c2e9a8b7d6c5e4f3a2b1c0d9e8f7a0\n", "4f1c2e9a8b7d6c5e4f3a2b1c0d9e8f7g\n",
         "00000000000000000000000000000000\n"}) {
-    write("etc/machine-id", content);
+    tree.write("etc/machine-id", content);
     EXPECT_FALSE(device().identifierForVendor().has_value()) << "machine-id: " << content;
   }
   std::filesystem::remove(tree.path() / "etc/machine-id");
@@ -103,62 +98,21 @@ TEST_F(LinuxDeviceTest, ProcFilesGiveMemoryUptimeAndProcessName) {
   EXPECT_EQ(device().systemUptime(), 0.0);
   // Without meminfo the kernel is asked directly, so memory is still known.
   EXPECT_GT(device().physicalMemory(), 0u);
-  write("proc/uptime", "not a number\n");
+  tree.write("proc/uptime", "not a number\n");
   EXPECT_EQ(device().systemUptime(), 0.0);
-  write("proc/meminfo", "MemFree: 1000 kB\nMemTotal:       16318480 kB\nSwapTotal: 999 kB\n");
-  write("proc/uptime", "12345.67 54321.00\n");
-  write("proc/self/comm", "trade-in-checke\n");
+  tree.write("proc/meminfo", "MemFree: 1000 kB\nMemTotal:       16318480 kB\nSwapTotal: 999 kB\n");
+  tree.write("proc/uptime", "12345.67 54321.00\n");
+  tree.write("proc/self/comm", "trade-in-checke\n");
   EXPECT_EQ(device().physicalMemory(), 16318480ULL * 1024);
   EXPECT_DOUBLE_EQ(device().systemUptime(), 12345.67);
   // comm is cut at 15 characters; the command line holds the whole name.
   EXPECT_EQ(device().processName(), "trade-in-checke");
   constexpr char cmdline[] = "/opt/shop/bin/trade-in-checker\0--fast\0";
-  write("proc/self/cmdline", std::string(cmdline, sizeof cmdline - 1));
+  tree.write("proc/self/cmdline", std::string(cmdline, sizeof cmdline - 1));
   EXPECT_EQ(device().processName(), "trade-in-checker");
   // The disk sizes of a missing home are zero.
   EXPECT_EQ(device("no-such-home").totalDiskSpaceInBytes(), 0);
   EXPECT_EQ(device("no-such-home").freeDiskSpaceInBytes(), 0);
-}
-
-// Without a system bus (the tests' address leads nowhere), battery notifications come from polling
-// the power supplies on the main queue.
-TEST_F(LinuxDeviceTest, BatteryValuesAndChangesAreReportedOnlyWhileMonitoring) {
-  auto queue = std::make_shared<quorvel::testing::ManualMainQueue>();
-  Platform p;
-  p.mainQueue = queue;
-  installPlatform(p);
-  const auto setBattery = [&](const char* status, int percent) {
-    write("sys/class/power_supply/BAT0/type", "Battery\n");
-    write("sys/class/power_supply/BAT0/status", std::string(status) + "\n");
-    write("sys/class/power_supply/BAT0/capacity", std::to_string(percent) + "\n");
-  };
-  setBattery("Discharging", 50);
-  LinuxDevice battery = device();
-  std::vector<BatteryChange> heard;
-  Subscription observing = battery.observeBattery([&](BatteryChange c) { heard.push_back(c); });
-  setBattery("Charging", 80);
-  queue->advance(5);
-  EXPECT_TRUE(queue->pendingDelays().empty());
-  EXPECT_EQ(battery.batteryState(), BatteryState::unknown);
-  EXPECT_EQ(battery.batteryLevel(), -1.0f);
-
-  battery.setBatteryMonitoringEnabled(true);
-  EXPECT_EQ(battery.batteryState(), BatteryState::charging);
-  EXPECT_EQ(battery.batteryLevel(), 0.8f);
-  queue->advance(LinuxDevice::kBatteryPollSeconds);
-  EXPECT_TRUE(heard.empty());  // monitoring starts from what the supply reports now
-  setBattery("Full", 100);
-  queue->advance(LinuxDevice::kBatteryPollSeconds);
-  EXPECT_EQ(heard, (std::vector<BatteryChange>{BatteryChange::state, BatteryChange::level}));
-  EXPECT_EQ(battery.batteryState(), BatteryState::full);
-
-  battery.setBatteryMonitoringEnabled(false);
-  EXPECT_EQ(battery.batteryLevel(), -1.0f);
-  setBattery("Discharging", 90);
-  queue->advance(5);
-  EXPECT_EQ(heard.size(), 2u);
-  EXPECT_TRUE(queue->pendingDelays().empty());
-  installPlatform(Platform{});
 }
 
 TEST(LinuxDeviceOnThisMachine, AnswersAreSane) {

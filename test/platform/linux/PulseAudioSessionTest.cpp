@@ -7,11 +7,8 @@
 #include <vector>
 
 #include "linux/PulseAudioSession.h"
-#include "quorvel/ui/AlertController.h"
 #include "support/PrivatePulseAudio.h"
 #include "support/TestScreenFixture.h"
-#include "tests/audio/Loudspeaker_v1_ViewController.h"
-#include "tests/video/DeviceFrontVideo_v2_ViewController.h"
 
 namespace quorvel::testing {
 namespace {
@@ -36,9 +33,6 @@ class PulseAudioSessionTest : public TestScreenFixture {
     env.volume.session = session;
     env.install();
     return session;
-  }
-  bool hasAlert(ViewController& screen) const {
-    return std::dynamic_pointer_cast<AlertController>(screen.presentedViewController()) != nullptr;
   }
 
   PrivatePulseAudio pulse;
@@ -90,29 +84,6 @@ TEST_F(PulseAudioSessionTest, WithoutAServerTheLevelIsTracked) {
   session->outputVolumeDidChange(0.25f);
   EXPECT_THAT(heard, ElementsAre(0.25f));
   EXPECT_EQ(session->outputVolume(), 0.25f);
-}
-
-// The volume rule of the sound and video screens reads the person's mixer.
-TEST_F(PulseAudioSessionTest, ScreensAskForSoundBelowHalfOfTheSinkAndLetThePersonPassAbove) {
-  ASSERT_TRUE(pulse.setSinkVolume(30));
-  auto session = useSession(pulse.server());
-  auto word = show<Loudspeaker_v1_ViewController>();
-  EXPECT_TRUE(hasAlert(*word));
-  cover();
-  auto video = show<DeviceFrontVideo_v2_ViewController>();
-  press("uiBtNext_TouchUpInside");
-  ASSERT_TRUE(hasAlert(*video));
-  std::dynamic_pointer_cast<AlertController>(video->presentedViewController())->performAction(0);
-  settle();
-  EXPECT_TRUE(env.camera->sessions.empty());
-
-  ASSERT_TRUE(pulse.setSinkVolume(60));
-  ASSERT_TRUE(waitUntil([&] { return session->outputVolume() > 0.59f; }));
-  press("uiBtNext_TouchUpInside");
-  EXPECT_FALSE(hasAlert(*video));
-  EXPECT_EQ(env.camera->sessions.size(), 1u);
-  cover();
-  EXPECT_FALSE(hasAlert(*show<Loudspeaker_v1_ViewController>()));
 }
 
 }  // namespace

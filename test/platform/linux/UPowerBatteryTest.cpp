@@ -127,15 +127,23 @@ TEST_F(UPowerDeviceTest, DisplayDeviceAndItsSignalsReachTheMainQueueOnlyWhileMon
   EXPECT_EQ(device->batteryLevel(), -1.0f);
 }
 
+// Without UPower on the bus, battery notifications come from polling the power supplies on the
+// main queue, and only while monitoring.
 TEST_F(UPowerDeviceTest, PowerSuppliesAnswerWhileUPowerIsAwayAndEachSwitchIsHeard) {
   auto device = makeDevice();
+  setSupply("Charging", 80);
+  queue->advance(5);
+  EXPECT_TRUE(queue->pendingDelays().empty()) << "polling before monitoring";
+  EXPECT_EQ(device->batteryState(), BatteryState::unknown);
   device->setBatteryMonitoringEnabled(true);
-  EXPECT_EQ(device->batteryState(), BatteryState::unplugged);
-  EXPECT_FLOAT_EQ(device->batteryLevel(), 0.5f);
+  EXPECT_EQ(device->batteryState(), BatteryState::charging);
+  EXPECT_FLOAT_EQ(device->batteryLevel(), 0.8f);
   EXPECT_EQ(queue->pendingDelays(), std::vector<double>{LinuxDevice::kBatteryPollSeconds});
+  queue->advance(LinuxDevice::kBatteryPollSeconds);
+  EXPECT_TRUE(heard.empty()) << "monitoring starts from what the supply reports now";
 
-  ASSERT_TRUE(startUPower(kCharging, 42.0));
-  ASSERT_TRUE(reaches(*device, BatteryState::charging, 2)) << "UPower's arrival was not followed";
+  ASSERT_TRUE(startUPower(kDischarging, 42.0));
+  ASSERT_TRUE(reaches(*device, BatteryState::unplugged, 2)) << "UPower's arrival was not followed";
   EXPECT_FLOAT_EQ(device->batteryLevel(), 0.42f);
   EXPECT_TRUE(queue->pendingDelays().empty()) << "polling goes on beside UPower";
 
@@ -144,11 +152,17 @@ TEST_F(UPowerDeviceTest, PowerSuppliesAnswerWhileUPowerIsAwayAndEachSwitchIsHear
   ASSERT_TRUE(bus.stopMock(kUPower));
   ASSERT_TRUE(reaches(*device, BatteryState::full, 2)) << "UPower's departure was not followed";
   EXPECT_EQ(heard, (std::vector<BatteryChange>{BatteryChange::state, BatteryChange::level}));
-  // Polling is back.
+  // Polling is back, until monitoring ends.
   setSupply("Charging", 90);
   queue->advance(LinuxDevice::kBatteryPollSeconds);
   EXPECT_EQ(device->batteryState(), BatteryState::charging);
   EXPECT_EQ(heard.size(), 4u);
+  device->setBatteryMonitoringEnabled(false);
+  EXPECT_EQ(device->batteryLevel(), -1.0f);
+  setSupply("Discharging", 40);
+  queue->advance(5);
+  EXPECT_EQ(heard.size(), 4u);
+  EXPECT_TRUE(queue->pendingDelays().empty());
 }
 
 }  // namespace
