@@ -96,10 +96,6 @@ QuickFrontEnd* QuickFrontEnd::current() { return currentFrontEnd; }
 
 void QuickFrontEnd::addInterfaceLocation(const QUrl& base) { interfaceLocations_.push_back(base); }
 
-void QuickFrontEnd::addImageLocation(const QString& directory) {
-  images_->addSearchPath(directory);
-}
-
 QUrl QuickFrontEnd::interfaceUrl(const QString& interfaceName) const {
   const QString file = interfaceName + ".qml";
   for (const auto& base : interfaceLocations_) {

@@ -42,11 +42,6 @@ QuorvelImageProvider* QuorvelImageProvider::share() const {
   return new QuorvelImageProvider(library_);
 }
 
-void QuorvelImageProvider::addSearchPath(const QString& directory) {
-  QMutexLocker lock(&library_->mutex);
-  library_->searchPaths.append(directory);
-}
-
 QString QuorvelImageProvider::sourceFor(const quorvel::Image& image,
                                         const std::optional<QColor>& tint) {
   QString path;
@@ -100,35 +95,25 @@ QString QuorvelImageProvider::sourceFor(const quorvel::Image& image,
 
 QImage QuorvelImageProvider::loadAsset(const QString& name, const QSize& requestedSize) const {
   QString base = name.isEmpty() ? QString(kGenericDevice) : name;
-  QStringList candidates = {":/Quorvel/images/" + base + ".svg"};
-  {
-    QMutexLocker lock(&library_->mutex);
-    for (const auto& dir : library_->searchPaths) {
-      candidates << dir + "/" + base + ".svg" << dir + "/" + base + ".png";
-    }
+  const QString candidate = ":/Quorvel/images/" + base + ".svg";
+  if (!QFileInfo::exists(candidate)) QUORVEL_FATAL("missing image " + base.toStdString());
+  QSvgRenderer renderer(candidate);
+  if (!renderer.isValid()) QUORVEL_FATAL("unreadable image " + candidate.toStdString());
+  QSize size = renderer.defaultSize() * kDefaultScale;
+  if (requestedSize.width() > 0 && requestedSize.height() > 0) {
+    size = renderer.defaultSize().scaled(requestedSize, Qt::KeepAspectRatio);
+  } else if (requestedSize.width() > 0) {
+    size = renderer.defaultSize().scaled(requestedSize.width(), INT_MAX, Qt::KeepAspectRatio);
+  } else if (requestedSize.height() > 0) {
+    size = renderer.defaultSize().scaled(INT_MAX, requestedSize.height(), Qt::KeepAspectRatio);
   }
-  for (const auto& candidate : candidates) {
-    if (!QFileInfo::exists(candidate)) continue;
-    if (candidate.endsWith(".png")) return QImage(candidate);
-    QSvgRenderer renderer(candidate);
-    if (!renderer.isValid()) QUORVEL_FATAL("unreadable image " + candidate.toStdString());
-    QSize size = renderer.defaultSize() * kDefaultScale;
-    if (requestedSize.width() > 0 && requestedSize.height() > 0) {
-      size = renderer.defaultSize().scaled(requestedSize, Qt::KeepAspectRatio);
-    } else if (requestedSize.width() > 0) {
-      size = renderer.defaultSize().scaled(requestedSize.width(), INT_MAX, Qt::KeepAspectRatio);
-    } else if (requestedSize.height() > 0) {
-      size = renderer.defaultSize().scaled(INT_MAX, requestedSize.height(), Qt::KeepAspectRatio);
-    }
-    // A layout not done yet asks for a size that rounds to nothing.
-    if (size.isEmpty()) size = renderer.defaultSize() * kDefaultScale;
-    QImage image(size, QImage::Format_ARGB32_Premultiplied);
-    image.fill(Qt::transparent);
-    QPainter painter(&image);
-    renderer.render(&painter);
-    return image;
-  }
-  QUORVEL_FATAL("missing image " + base.toStdString());
+  // A layout not done yet asks for a size that rounds to nothing.
+  if (size.isEmpty()) size = renderer.defaultSize() * kDefaultScale;
+  QImage image(size, QImage::Format_ARGB32_Premultiplied);
+  image.fill(Qt::transparent);
+  QPainter painter(&image);
+  renderer.render(&painter);
+  return image;
 }
 
 QImage QuorvelImageProvider::requestImage(const QString& id, QSize* size,

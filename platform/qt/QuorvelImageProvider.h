@@ -28,10 +28,6 @@ class QuorvelImageProvider : public QQuickImageProvider {
   // The QML source of image tinted with tint (templates only), or an empty string for no image.
   QString sourceFor(const quorvel::Image& image, const std::optional<QColor>& tint);
 
-  // Folders searched for "<name>.svg" / "<name>.png" after the SDK's own artwork, for the
-  // host's own asset names.
-  void addSearchPath(const QString& directory);
-
   QImage requestImage(const QString& id, QSize* size, const QSize& requestedSize) override;
 
  private:
@@ -40,7 +36,6 @@ class QuorvelImageProvider : public QQuickImageProvider {
     QHash<QString, QByteArray> encoded;
     QHash<QString, QImage> bitmaps;
     QStringList bitmapOrder;
-    QStringList searchPaths;
   };
 
   explicit QuorvelImageProvider(std::shared_ptr<Library> library);

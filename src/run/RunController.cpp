@@ -1,10 +1,6 @@
 #include "run/RunController.h"
 
-#include <filesystem>
-#include <fstream>
-
 #include "backend/AssetUploaderWebService.h"
-#include "device/CryptoHelper.h"
 #include "device/DeviceInfoHelper.h"
 #include "device/IMEIViewController.h"
 #include "quorvel/QuorvelSDK.h"
@@ -14,15 +10,13 @@
 #include "quorvel/ui/AlertController.h"
 #include "quorvel/ui/Application.h"
 #include "quorvel/ui/LoadingView.h"
-#include "quorvel/ui/NavigationController.h"
+#include "run/ScreenTable.h"
 #include "run/TestSelection.h"
 #include "screens/StartViewController.h"
 #include "screens/TestsFinishedViewController.h"
 #include "support/JsonText.h"
 #include "support/Logging.h"
-#include "support/MainQueueCheck.h"
 #include "support/Utf8.h"
-#include "support/Uuid.h"
 #include "tests/TestViewController.h"
 
 namespace quorvel {
@@ -42,25 +36,6 @@ std::string masked(const std::string& text) {
 
 Dictionary errorResponse(int code) {
   return {{"status_code", code}, {"message", StatusCodes::getDescription(code)}};
-}
-
-std::string describe(const std::shared_ptr<ViewController>& controller) {
-  return controller ? controller->description() : "nil";
-}
-
-std::string describe(const std::vector<std::shared_ptr<ViewController>>& controllers) {
-  std::string text = "[";
-  for (std::size_t i = 0; i < controllers.size(); ++i) {
-    if (i) text += ", ";
-    text += describe(controllers[i]);
-  }
-  return text + "]";
-}
-
-// The first screen of the stack, for log lines.
-std::string describeRoot(const std::shared_ptr<NavigationController>& navigation) {
-  if (!navigation || navigation->viewControllers().empty()) return "nil";
-  return navigation->viewControllers().front()->description();
 }
 
 }  // namespace
@@ -128,66 +103,14 @@ void RunController::performTests(const std::string& appIDArgument,
   for (const auto& key : selectedTests_) list += (list.empty() ? "" : ", ") + key;
   logLine("selectedTests: [" + list + "]");
 
-  setUpNavigation();
+  submission_ = makeSubmission();
+  navigation_.takeOver(*platform().application);
 
   if (!settings_.hideStartScreen) {
     pushStartScreen();
   } else {
     begin();
   }
-}
-
-void RunController::setUpNavigation() {
-  auto& application = *platform().application;
-  auto keyWindow = application.keyWindow();
-  auto window = keyWindow;
-  if (keyWindow) {
-    logLine("UIApplication.shared.keyWindow: " + keyWindow->description());
-  } else if (!application.windows().empty()) {
-    window = application.windows().front();
-  } else {
-    QUORVEL_FATAL("performTests needs a window: install a front end's Platform first");
-  }
-
-  auto root = window->rootViewController();
-  if (auto hostNavigation = std::dynamic_pointer_cast<NavigationController>(root)) {
-    logLine("UIApplication.shared.keyWindow?.rootViewController is UINavigationController");
-    rootViewControllerVCS_ = hostNavigation->viewControllers();
-    navigationController_ = hostNavigation;
-    // Given back as found: a run on a plain root before had left this set, hiding the host's bar.
-    isAppNavigationBarHidden_ = hostNavigation->isNavigationBarHidden();
-  } else if (keyWindow) {
-    logLine(" " + describe(root));
-    rootViewControllerVCS_.clear();
-    if (root) rootViewControllerVCS_.push_back(root);
-    logLine("rootvc " + describe(root));
-    auto own = root ? root->navigationController() : nullptr;
-    logLine("navigationController " + (own ? own->description() : std::string("nil")));
-    navigationController_ = own;
-    if (!navigationController_) {
-      logLine("self.navigationController == nil");
-      navigationController_ = NavigationController::make();
-    }
-    isAppNavigationBarHidden_ = true;
-    navigationController_->setNavigationBarHidden(true, false);
-    keyWindow->setRootViewController(navigationController_);
-    logLine("new rootvc " + navigationController_->description());
-  } else {
-    std::string windows;
-    for (const auto& each : application.windows()) {
-      windows += (windows.empty() ? "" : ", ") + each->description();
-    }
-    logLine("UIApplication.shared.windows: [" + windows + "]");
-    logLine("UIApplication.shared.windows.first!: " + window->description());
-    rootViewControllerVCS_.clear();
-    if (root) rootViewControllerVCS_.push_back(root);
-    auto own = root ? root->navigationController() : nullptr;
-    navigationController_ = own ? own : NavigationController::make(root);
-    isAppNavigationBarHidden_ = true;
-    navigationController_->setNavigationBarHidden(true, false);
-    window->setRootViewController(navigationController_);
-  }
-  logLine("setNavigationStructure: true");
 }
 
 ScreenContext RunController::screenContext(const std::string& key) const {
@@ -199,6 +122,7 @@ ScreenContext RunController::screenContext(const std::string& key) const {
   context.header = HeaderPosition::of(key, selectedTests_);
   context.uploader = uploader();
   context.deviceInfoSHA256 = lastDeviceInfoSHA256Value_;
+  context.multipleTestsList = multipleTestsList_;
   context.imei = imei_.value_or("");
   return context;
 }
@@ -213,7 +137,29 @@ std::shared_ptr<const AssetUploaderWebService> RunController::uploader() const {
 }
 
 void RunController::push(std::shared_ptr<ViewController> screen) {
-  if (navigationController_) navigationController_->pushViewController(std::move(screen), true);
+  navigation_.push(std::move(screen));
+}
+
+std::shared_ptr<ResultsSubmission> RunController::makeSubmission() {
+  std::weak_ptr<RunController> weak = weak_from_this();
+  ResultsSubmission::Run run;
+  run.awaitsAnswer = [weak] {
+    auto self = weak.lock();
+    return self && self->testsCompletionHandler_ != nullptr;
+  };
+  run.uploaded = [weak](Dictionary info) {
+    if (auto self = weak.lock()) self->resultsUploaded(std::move(info));
+  };
+  run.alertClosed = [weak] {
+    if (auto self = weak.lock()) self->loadingView_->fadeOutAndRemove(0.1);
+  };
+  run.givenUp = [weak] {
+    if (auto self = weak.lock()) self->resultsGivenUp();
+  };
+  run.present = [weak](std::shared_ptr<AlertController> alert) {
+    if (auto self = weak.lock()) self->navigation_.present(std::move(alert));
+  };
+  return std::make_shared<ResultsSubmission>(platform(), settings_.language, std::move(run));
 }
 
 void RunController::pushStartScreen() {
@@ -227,7 +173,7 @@ void RunController::pushStartScreen() {
 void RunController::begin() {
   bool identified = hasText(imei_) || hasText(imeiImageUrl_) || hasText(serialNumber_) ||
                     hasText(serialNumberImageUrl_);
-  if (!identified && requestIdentifier_) {
+  if (!identified) {
     auto entry = std::make_shared<IMEIViewController>(screenContext(ScreenType::imei_screen));
     entry->delegate = weak_from_this();
     push(entry);
@@ -259,7 +205,7 @@ void RunController::nextScreen() {
       return;
     }
     const auto& key = selectedTests_[static_cast<std::size_t>(nextTestIndex_)];
-    auto screen = screenTable_.makeScreen(key, screenContext(key), shared_from_this());
+    auto screen = ScreenTable::makeScreen(key, screenContext(key), shared_from_this());
     if (!screen) {
       // The run goes on without it, but says so: a silently shorter run hides a broken build.
       logLine("No screen for " + key + " in this build; passed over");
@@ -312,11 +258,12 @@ void RunController::cancelTests(std::optional<Dictionary> response) {
   if (!response) response = errorResponse(StatusCodes::cancelledByUser);
   logLine(std::string("testsCompletionHandler is: ") +
           (testsCompletionHandler_ ? "not nil" : "nil"));
-  logLine(std::string("navigationController is: ") + (navigationController_ ? "not nil" : "nil"));
-  if (navigationController_) {
-    logLine("navigationController RootVC: " + describeRoot(navigationController_));
+  logLine(std::string("navigationController is: ") +
+          (navigation_.isTakenOver() ? "not nil" : "nil"));
+  if (navigation_.isTakenOver()) {
+    logLine("navigationController RootVC: " + navigation_.describeRoot());
   }
-  giveNavigationBack();
+  navigation_.giveBack();
   if (auto handler = std::move(testsCompletionHandler_)) {
     testsCompletionHandler_ = nullptr;
     handler(response);
@@ -330,26 +277,6 @@ bool RunController::cancelByHost() {
   if (loadingView_) loadingView_->fadeOutAndRemove(0.1);
   cancelTests();
   return true;
-}
-
-void RunController::giveNavigationBack() {
-  if (!navigationController_) return;
-  auto navigation = navigationController_;
-  navigation->setNavigationBarHidden(isAppNavigationBarHidden_, false);
-  // The retry alert of an earlier Finish can still be up when a later one's upload answers; it
-  // must not stay over the host's screens.
-  if (std::dynamic_pointer_cast<AlertController>(navigation->presentedViewController())) {
-    navigation->dismiss(false);
-  }
-  if (!rootViewControllerVCS_.empty() && navigation->contains(*rootViewControllerVCS_.back())) {
-    logLine("rootViewControllerVCS: " + describe(rootViewControllerVCS_));
-    logLine("rootViewControllerVCS.last: " + describe(rootViewControllerVCS_.back()));
-    navigation->popToViewController(*rootViewControllerVCS_.back(), false);
-    logLine("pushed rootViewControllerVCS.last");
-  } else {
-    logLine("poppedToRootViewController " + describeRoot(navigation));
-    navigation->popToRootViewController(false);
-  }
 }
 
 void RunController::repeatTests() {
@@ -405,128 +332,23 @@ void RunController::TestsFinishedViewControllerDidFinish(TestsFinishedViewContro
   submitResults();
 }
 
-namespace {
-
-// The JSON text every writer of the run uses: compact, keys sorted, invalid UTF-8 replaced.
-std::string documentText(const Dictionary& value) {
-  return value.dump(-1, ' ', false, Dictionary::error_handler_t::replace);
-}
-
-// Writes text to path through a temporary file in the same folder, so a reader never sees a
-// half-written document and an earlier one is replaced in one step.
-bool writeAtomically(const std::filesystem::path& path, const std::string& text) {
-  std::error_code failure;
-  std::filesystem::create_directories(path.parent_path(), failure);
-  if (failure) return false;
-  std::filesystem::path temporary = path;
-  temporary += ".part-" + makeUUIDString();
-  {
-    std::ofstream out(temporary, std::ios::binary | std::ios::trunc);
-    out.write(text.data(), static_cast<std::streamsize>(text.size()));
-    out.close();
-    if (!out) {
-      std::filesystem::remove(temporary, failure);
-      return false;
-    }
-  }
-  std::filesystem::rename(temporary, path, failure);
-  if (failure) std::filesystem::remove(temporary, failure);
-  return !failure;
-}
-
-}  // namespace
-
-std::string RunController::resultsDocumentText() const {
-  std::string text = documentText(finalResponseObject_);
-  std::string seal =
-      CryptoHelper::hexString(CryptoHelper::sha256(std::string_view(text + appID_.value_or(""))));
-  return documentText(Dictionary{{"sha256", seal}, {"data", finalResponseObject_}});
-}
-
 void RunController::submitResults() {
-  std::filesystem::path path =
-      std::filesystem::path(platform().device->documentsDirectory()) / "jsonResults.json";
-  if (!writeAtomically(path, resultsDocumentText())) {
-    logLine("Cannot write " + path.string());
-    uploadFailed();
-    return;
-  }
-  std::weak_ptr<RunController> weak = weak_from_this();
-  // Taken here: the answer arrives on the HTTP client's thread, which never reads the platform.
-  std::shared_ptr<MainQueue> queue = platform().mainQueue;
-  // Whichever comes first, the answer or the strict wait, settles this press; the other is dropped.
-  auto settled = std::make_shared<bool>(false);
-  auto uploads = uploader();
-  auto task = uploads->uploadFile(path.string(), [weak, path, queue, settled](
-                                                     std::optional<Dictionary> response,
-                                                     std::optional<std::string> error) {
-    queue->async([weak, path, settled, response = std::move(response), error] {
-      checkOnMainQueue("the results upload's answer");
-      // Too late: the strict wait gave up on it, and a new press may own the document by now.
-      if (*settled) return;
-      // Answered: the document leaves the device as every captured file does. A new press writes
-      // it anew from the results, which stay with the run.
-      std::error_code ignored;
-      std::filesystem::remove(path, ignored);
-      auto self = weak.lock();
-      // The host has had its answer (a second Finish's upload answered first): a late failure
-      // would put the retry alert over the host's own screens.
-      if (!self || !self->testsCompletionHandler_) return;
-      // Neither an error nor an answer: the run stays open under the overlay, and settles nothing,
-      // so an answer that still comes for the same upload can end it.
-      if (!error && !response) return;
-      *settled = true;
-      if (error) {
-        self->uploadFailed();
-        return;
-      }
-      self->finalResponseObject_["uploaded_results_info"] = {
-          {"filename", stringValue(*response, "filename")}, {"url", stringValue(*response, "url")}};
-      self->finalResponseObject_["status_code"] = StatusCodes::testFinished;
-      self->finalResponseObject_["status_message"] =
-          StatusCodes::getDescription(StatusCodes::testFinished);
-      self->deliver(self->finalResponseObject_);
-    });
-  });
-  if (!uploads->isStrict()) return;
-  queue->asyncAfter(strictAnswerWaitSeconds, [weak, path, settled, task] {
-    if (*settled) return;
-    *settled = true;
-    logLine("No answer to the results upload in time");
-    if (task) task->cancel();
-    std::error_code ignored;
-    std::filesystem::remove(path, ignored);
-    // As for a late answer: once the host has had its answer, no alert goes over its screens.
-    if (auto self = weak.lock(); self && self->testsCompletionHandler_) self->uploadFailed();
-  });
+  // The document is sealed with the app ID the run was started with.
+  submission_->submit(finalResponseObject_, appID_.value_or(""), uploader());
 }
 
-void RunController::uploadFailed() {
-  std::weak_ptr<RunController> weak = weak_from_this();
-  platform().mainQueue->async([weak] {
-    auto self = weak.lock();
-    if (!self || !self->navigationController_) return;
-    auto copy = [language = self->settings_.language](std::string_view key) {
-      return Localization::copy(key, language);
-    };
-    auto alert = AlertController::make("", copy("error_uploading_results_to_server_message"));
-    alert->addAction({copy("ok"), AlertActionStyle::standard, [weak] {
-                        logLine("Error uploading tests results");
-                        platform().mainQueue->async([weak] {
-                          if (auto sdk = weak.lock()) sdk->loadingView_->fadeOutAndRemove(0.1);
-                        });
-                      }});
-    alert->addAction(
-        {copy("try_later"), AlertActionStyle::destructive, [weak] {
-           auto sdk = weak.lock();
-           if (!sdk) return;
-           sdk->finalResponseObject_ = {
-               {"status_code", StatusCodes::serverError},
-               {"status_message", StatusCodes::getDescription(StatusCodes::serverError)}};
-           sdk->deliver(sdk->finalResponseObject_);
-         }});
-    self->navigationController_->present(alert, true);
-  });
+void RunController::resultsUploaded(Dictionary uploadedResultsInfo) {
+  finalResponseObject_["uploaded_results_info"] = std::move(uploadedResultsInfo);
+  finalResponseObject_["status_code"] = StatusCodes::testFinished;
+  finalResponseObject_["status_message"] = StatusCodes::getDescription(StatusCodes::testFinished);
+  deliver(finalResponseObject_);
+}
+
+void RunController::resultsGivenUp() {
+  finalResponseObject_ = {
+      {"status_code", StatusCodes::serverError},
+      {"status_message", StatusCodes::getDescription(StatusCodes::serverError)}};
+  deliver(finalResponseObject_);
 }
 
 void RunController::deliver(Dictionary response) {
@@ -536,8 +358,8 @@ void RunController::deliver(Dictionary response) {
     auto self = weak.lock();
     if (!self) return;
     self->loadingView_->fadeOutAndRemove(0.1);
-    logLine("Navigating to RootVC: " + describeRoot(self->navigationController_));
-    self->giveNavigationBack();
+    logLine("Navigating to RootVC: " + self->navigation_.describeRoot());
+    self->navigation_.giveBack();
   });
   if (auto handler = std::move(testsCompletionHandler_)) {
     testsCompletionHandler_ = nullptr;

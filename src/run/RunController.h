@@ -10,7 +10,8 @@
 #include "device/IMEIViewControllerDelegate.h"
 #include "quorvel/Customization.h"
 #include "quorvel/Dictionary.h"
-#include "run/ScreenTable.h"
+#include "run/HostNavigation.h"
+#include "run/ResultsSubmission.h"
 #include "run/TestScreensDelegate.h"
 #include "screens/StartViewControllerDelegate.h"
 #include "screens/TestsFinishedViewControllerDelegate.h"
@@ -36,10 +37,7 @@ class RunController : public std::enable_shared_from_this<RunController>,
  public:
   using Completion = std::function<void(std::optional<Dictionary>)>;
 
-  // With strict uploads, the longest wait for the results' answer before the failure alert: above
-  // the 60 s idle time-out of one request, so a stalled one fails by itself first; this catches
-  // an answer that never ends (a peer trickling forever, a host client that never calls back).
-  static constexpr double strictAnswerWaitSeconds = 90;
+  static constexpr double strictAnswerWaitSeconds = ResultsSubmission::strictAnswerWaitSeconds;
 
   // settings are the host's settings, read when a run starts and whenever a screen is made.
   explicit RunController(const QuorvelSDK& settings);
@@ -58,7 +56,6 @@ class RunController : public std::enable_shared_from_this<RunController>,
 
   // What a screen made now reads of the run; key places it in the header.
   ScreenContext screenContext(const std::string& key) const;
-  std::vector<std::string> multipleTestsList() const override { return multipleTestsList_; }
 
   // Screen delegates.
   void StartViewControlllerViewPressedStart(StartViewController& vc) override;
@@ -78,7 +75,6 @@ class RunController : public std::enable_shared_from_this<RunController>,
   void testScreenCancelled(TestViewController& screen) override;
 
  private:
-  void setUpNavigation();
   void pushStartScreen();
   void begin();
   void recordDeviceInfo();
@@ -88,13 +84,11 @@ class RunController : public std::enable_shared_from_this<RunController>,
   void multipleTestsFinished(const Dictionary& result);
   void cancelTests(std::optional<Dictionary> response = std::nullopt);
   void repeatTests();
-  void giveNavigationBack();
+  std::shared_ptr<ResultsSubmission> makeSubmission();
   void submitResults();
-  // The uploaded document: {"sha256": seal of the JSON text of finalResponseObject + appID,
-  // "data": finalResponseObject}.
-  std::string resultsDocumentText() const;
+  void resultsUploaded(Dictionary uploadedResultsInfo);
+  void resultsGivenUp();
   std::shared_ptr<const AssetUploaderWebService> uploader() const;
-  void uploadFailed();
   void deliver(Dictionary response);
   void clearRunIdentifiers();
   void push(std::shared_ptr<ViewController> screen);
@@ -102,8 +96,6 @@ class RunController : public std::enable_shared_from_this<RunController>,
   const QuorvelSDK& settings_;
   const std::vector<std::string> allSupportedTests_;
   const std::vector<std::string> defaultTests_;
-  const bool requestIdentifier_ = true;
-  ScreenTable screenTable_;
   std::shared_ptr<LoadingView> loadingView_;
 
   std::shared_ptr<Customization> customization_;
@@ -112,7 +104,6 @@ class RunController : public std::enable_shared_from_this<RunController>,
   int nextTestIndex_ = -1;
   Dictionary testResults_ = Dictionary::object();
   Dictionary finalResponseObject_ = Dictionary::object();
-  std::vector<std::shared_ptr<ViewController>> rootViewControllerVCS_;
   std::optional<std::string> appID_;
   std::optional<std::string> apiKey_;
   std::optional<std::string> imei_;
@@ -121,8 +112,8 @@ class RunController : public std::enable_shared_from_this<RunController>,
   std::optional<std::string> serialNumberImageUrl_;
   std::vector<std::string> selectedTests_;
   std::vector<std::string> multipleTestsList_;
-  bool isAppNavigationBarHidden_ = false;
-  std::shared_ptr<NavigationController> navigationController_;
+  HostNavigation navigation_;
+  std::shared_ptr<ResultsSubmission> submission_;
 };
 
 }  // namespace quorvel

@@ -44,6 +44,8 @@ struct ScreenContext {
   std::shared_ptr<const AssetUploaderWebService> uploader;
   // Lower-case hexadecimal SHA-256 of the device-information record, "" when none was built.
   std::string deviceInfoSHA256;
+  // The run's tests that the combined screen lists; empty when it shows none.
+  std::vector<std::string> multipleTestsList;
   // The run's IMEI, "" when the run has none.
   std::string imei;
 

@@ -69,13 +69,14 @@ class ScreensAloneTest : public QuickFixture {
                        [this](const QString& what) { stuck = what; });
     }
     ScreenContext context = contextFor(key);
+    context.multipleTestsList = {"buttons_v2", "charging_v2"};
     context.uploader = std::make_shared<AssetUploaderWebService>(
         platform(), Environment::production, "alone-app", "alone-key", false);
     context.deviceInfoSHA256 =
         jsonDigest(DeviceInfoHelper::getDeviceInfo(*platform().device, *platform().hostBundle, {}));
     stuck.clear();
     auto delegate = std::make_shared<RecordingTestDelegate>();
-    auto screen = ScreenTable().makeScreen(key, context, delegate);
+    auto screen = ScreenTable::makeScreen(key, context, delegate);
     EXPECT_NE(screen, nullptr) << key;
     if (!screen) return {};
     hostNavigation->pushViewController(screen, false);

@@ -17,10 +17,6 @@ class RecordingTestDelegate : public TestScreensDelegate {
   };
   std::vector<Report> reports;
 
-  std::vector<std::string> multipleTestsList() const override {
-    return {"buttons_v2", "charging_v2"};
-  }
-
   void testScreenFinished(TestViewController&, const Dictionary& result) override {
     reports.push_back({false, result});
   }

@@ -84,10 +84,6 @@ class ScreenReports::Relay : public StartViewControllerDelegate,
     report("Finish", false);
     pass(end, [&](auto& to) { to.TestsFinishedViewControllerDidFinish(vc); });
   }
-  std::vector<std::string> multipleTestsList() const override {
-    auto to = test.lock();
-    return to ? to->multipleTestsList() : std::vector<std::string>{};
-  }
   void testScreenFinished(TestViewController& screen, const Dictionary& result) override {
     report("its result", true);
     pass(test, [&](auto& to) { to.testScreenFinished(screen, result); });
@@ -151,7 +147,7 @@ void ScreenReports::watch(const std::shared_ptr<ViewController>& screen) {
   bool relayed = interpose<StartViewController>(screen, relay, relay->start) ||
                  interpose<IMEIViewController>(screen, relay, relay->identifier) ||
                  interpose<TestsFinishedViewController>(screen, relay, relay->end);
-#define QUORVEL_RELAY_TEST_SCREEN(Screen) \
+#define QUORVEL_RELAY_TEST_SCREEN(Screen, key) \
   relayed = relayed || interpose<Screen>(screen, relay, relay->test);
   QUORVEL_TEST_SCREENS(QUORVEL_RELAY_TEST_SCREEN)
 #undef QUORVEL_RELAY_TEST_SCREEN

@@ -74,11 +74,12 @@ class WayOutWalk : public SdkFixture {
     delegate = std::make_shared<RecordingTestDelegate>();
     ScreenContext context = portsOnly();
     context.header = {0, 1};
+    context.multipleTestsList = {"buttons_v2", "charging_v2"};
     context.uploader = std::make_shared<AssetUploaderWebService>(
         platform(), Environment::production, "app-1", kKey);
     context.deviceInfoSHA256 = std::string(64, 'a');
     screen = std::dynamic_pointer_cast<TestViewController>(
-        ScreenTable().makeScreen(key, context, delegate));
+        ScreenTable::makeScreen(key, context, delegate));
     ASSERT_TRUE(screen) << key;
     hostNavigation->pushViewController(screen, false);
     rest();

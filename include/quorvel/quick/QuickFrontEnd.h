@@ -85,8 +85,6 @@ class QUORVEL_EXPORT QuickFrontEnd : public QObject {
 
   // Host screens' interfaces are looked up here first ("qrc:/demo/"), then in the SDK's own.
   void addInterfaceLocation(const QUrl& base);
-  // Folders with the host's own images, by asset name.
-  void addImageLocation(const QString& directory);
 
   // Readies a host's engine for the SDK: the module Quorvel and the SDK's images. Call it before
   // loading a scene that holds an SdkView.

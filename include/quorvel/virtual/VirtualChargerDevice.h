@@ -21,7 +21,6 @@ class QUORVEL_EXPORT VirtualChargerDevice : public Device {
   void plug();
   // The cable comes out: unplugged.
   void unplug();
-  bool isPlugged() const { return plugged_; }
   // The battery drains or fills to level (0...1); a plugged battery at 1.0 is full.
   void setLevel(float level);
 

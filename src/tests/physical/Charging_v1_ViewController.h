@@ -18,8 +18,6 @@ class Charging_v1_ViewController : public TestViewController {
 
   std::weak_ptr<Charging_v1_ViewControllerDelegate> delegate;
 
-  bool hasChargingBeenDetected() const { return hasChargingBeenDetected_; }
-
   void viewDidLoad() override;
 
  private:

@@ -30,8 +30,9 @@ Dictionary copied(const Dictionary& from, std::initializer_list<const char*> key
 
 MultipleTests_v2_ViewController::MultipleTests_v2_ViewController(ScreenContext context)
     : TestViewController("MultipleTests_v2_ViewController", ScreenType::multiple_tests_v2,
-                         "uiHeaderView", std::move(context)),
-      supportedTests{ScreenType::buttons_v2, ScreenType::charging_v2} {
+                         "uiHeaderView", context),
+      supportedTests{ScreenType::buttons_v2, ScreenType::charging_v2},
+      selectedTests(std::move(context.multipleTestsList)) {
   registerOutlet<View>("uiMainBackgroundView");
   registerOutlet<View>("uiTestView");
   registerOutlet<Table>("uiTableView");

@@ -20,7 +20,8 @@ class MultipleTests_v2_ViewController : public TestViewController {
 
   std::weak_ptr<MultipleTests_v2_ViewControllerDelegate> delegate;
 
-  // The tests this screen serves, and those chosen for the run (set before it loads).
+  // The tests this screen serves, and those chosen for the run (the context's, or set before it
+  // loads).
   const std::vector<std::string> supportedTests;
   std::vector<std::string> selectedTests;
 
