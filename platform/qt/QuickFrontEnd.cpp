@@ -5,13 +5,9 @@
 #include <QTimer>
 #include <utility>
 
-#include "qt/QtAudioPlayer.h"
-#include "qt/QtAudioRecorder.h"
-#include "qt/QtCamera.h"
 #include "qt/QtHardwareKeys.h"
 #include "qt/QtImagePicker.h"
-#include "qt/QtMainQueue.h"
-#include "qt/QtVideoPlayback.h"
+#include "qt/QtPorts.h"
 #include "qt/QuorvelImageProvider.h"
 #include "quorvel/Fatal.h"
 #include "quorvel/Localization.h"
@@ -54,38 +50,25 @@ QuickFrontEnd::QuickFrontEnd(QObject* parent)
   if (currentFrontEnd) QUORVEL_FATAL("a second QuickFrontEnd while one exists");
   currentFrontEnd = this;
 
-  platform_ = makeDefaultPlatform();
-  platform_.mainQueue = std::make_shared<QtMainQueue>(this);
-  platform_.application = std::make_shared<Application>();
-  platform_.volumeEvents = std::make_shared<VolumeEvents>();
-  platform_.screenshotEvents = std::make_shared<ScreenshotEvents>();
-  picker_ = std::make_shared<QtImagePicker>([this] { emit imagePickRequested(); });
-  platform_.imagePicker = picker_;
-  keys_ = new QtHardwareKeys(platform_.volumeEvents, platform_.audioSession,
-                             platform_.screenshotEvents, this);
-  platform_.audioPlayer =
-      std::make_shared<QtAudioPlayer>(platform_.mainQueue, platform_.audioSession);
-  platform_.audioRecorder = std::make_shared<QtAudioRecorder>(platform_.mainQueue);
-  platform_.videoPlayback =
-      std::make_shared<QtVideoPlayback>([this](const QUrl& movie, QtVideoPlayback::Closed closed) {
-        showMovie(movie, std::move(closed));
-      });
-  auto camera = std::make_shared<QtCamera>(platform_.mainQueue);
-  useCamera(camera, camera);
+  ports_ = std::make_unique<QtPorts>(
+      this, QtPorts::FrontEnd{[this] { emit imagePickRequested(); },
+                              [this](const QUrl& movie, QtVideoPlayback::Closed closed) {
+                                showMovie(movie, std::move(closed));
+                              },
+                              [this] { emit cameraPictureChanged(); }});
   cleanup_.setSingleShot(true);
   cleanup_.setInterval(kBridgeGraceMilliseconds);
   connect(&cleanup_, &QTimer::timeout, this, &QuickFrontEnd::dropUnusedBridges);
   coreWindow_ = std::make_shared<Window>();
-  platform_.application->makeKeyWindow(coreWindow_);
+  platform().application->makeKeyWindow(coreWindow_);
   observe(coreWindow_);
-  observe(platform_.application);
+  observe(platform().application);
   updateChromeCopy();
 }
 
 QuickFrontEnd::~QuickFrontEnd() {
   // The ready-made window's view detaches while this object is still whole.
   ownEngine_.reset();
-  if (pictures_) pictures_->setPictureChanged(nullptr);
   for (auto& [weak, token] : observed_) {
     if (auto observable = weak.lock()) observable->removeObserver(token);
   }
@@ -93,6 +76,8 @@ QuickFrontEnd::~QuickFrontEnd() {
 }
 
 QuickFrontEnd* QuickFrontEnd::current() { return currentFrontEnd; }
+
+Platform QuickFrontEnd::platform() const { return ports_->platform(); }
 
 void QuickFrontEnd::addInterfaceLocation(const QUrl& base) { interfaceLocations_.push_back(base); }
 
@@ -137,9 +122,9 @@ void QuickFrontEnd::attach(QQuickItem* view) {
   view_ = view;
   // The view shows none of the core's screens yet: the next sync hands it the whole stack.
   displayed_.clear();
-  keys_->attach(view->window());
+  ports_->keys().attach(view->window());
   viewWindowChanged_ = connect(view, &QQuickItem::windowChanged, this,
-                               [this](QQuickWindow* window) { keys_->attach(window); });
+                               [this](QQuickWindow* window) { ports_->keys().attach(window); });
   emit viewChanged();
   sync();
 }
@@ -149,7 +134,7 @@ void QuickFrontEnd::detach(QQuickItem* view) {
   disconnect(viewWindowChanged_);
   view_ = nullptr;
   displayed_.clear();
-  keys_->attach(nullptr);
+  ports_->keys().attach(nullptr);
   emit viewChanged();
 }
 
@@ -204,7 +189,7 @@ void QuickFrontEnd::sync() {
   }
   observed_.clear();
   observe(coreWindow_);
-  observe(platform_.application);
+  observe(platform().application);
 
   // The stack on display: a navigation controller's, or the root screen alone.
   auto root = coreWindow_->rootViewController();
@@ -219,8 +204,25 @@ void QuickFrontEnd::sync() {
   } else if (root) {
     stack = {root};
   }
+  auto presented = presentedAlert(root, stack);
+  const bool stackChanged = syncStack(stack, animated);
 
-  // The topmost presented alert, from the root or any screen of the stack.
+  ViewControllerBridge* alert = presented ? bridgeFor(presented) : nullptr;
+  ViewControllerBridge* previousAlert = alert_;
+  bool navigationChanges = barHidden != navigationBarHidden_;
+  navigationBarHidden_ = barHidden;
+  if (navigationChanges || stackChanged) emit navigationChanged();
+  if (alert != alert_) {
+    alert_ = alert;
+    emit alertChanged();
+  }
+  syncOverlay();
+  if (stackChanged || alert != previousAlert) cleanup_.start();
+}
+
+std::shared_ptr<ViewController> QuickFrontEnd::presentedAlert(
+    const std::shared_ptr<ViewController>& root,
+    const std::vector<std::shared_ptr<ViewController>>& stack) {
   std::shared_ptr<ViewController> presented;
   auto follow = [&](std::shared_ptr<ViewController> controller) {
     observe(controller);
@@ -234,56 +236,48 @@ void QuickFrontEnd::sync() {
   for (const auto& controller : stack) {
     if (controller != root) follow(controller);
   }
+  return presented;
+}
 
-  bool stackChanged = false;
-  if (view_) {
-    std::size_t common = 0;
-    while (common < displayed_.size() && common < stack.size() &&
-           displayed_[common].lock() == stack[common]) {
-      ++common;
-    }
-    const std::size_t before = displayed_.size();
-    stackChanged = common != before || common != stack.size();
-    // The view settles an unanimated change while it is being told of it: the new stack must be
-    // the displayed one by then.
-    displayed_.assign(stack.begin(), stack.end());
-    if (common == before && stack.size() == common + 1) {
-      emit pushScreen(bridgeFor(stack.back()), animated);
-    } else if (common == stack.size() && common > 0 && common < before) {
-      emit popScreens(static_cast<int>(common), animated);
-    } else if (stackChanged) {
-      QVariantList screens;
-      for (const auto& controller : stack) {
-        screens.append(QVariant::fromValue(bridgeFor(controller)));
-      }
-      emit resetScreens(screens, animated);
-    }
+bool QuickFrontEnd::syncStack(const std::vector<std::shared_ptr<ViewController>>& stack,
+                              bool animated) {
+  if (!view_) return false;
+  std::size_t common = 0;
+  while (common < displayed_.size() && common < stack.size() &&
+         displayed_[common].lock() == stack[common]) {
+    ++common;
   }
-
-  ViewControllerBridge* alert = presented ? bridgeFor(presented) : nullptr;
-  ViewControllerBridge* previousAlert = alert_;
-  bool navigationChanges = barHidden != navigationBarHidden_;
-  navigationBarHidden_ = barHidden;
-  if (navigationChanges || stackChanged) emit navigationChanged();
-  if (alert != alert_) {
-    alert_ = alert;
-    emit alertChanged();
+  const std::size_t before = displayed_.size();
+  const bool changed = common != before || common != stack.size();
+  // The view settles an unanimated change while it is being told of it: the new stack must be the
+  // displayed one by then.
+  displayed_.assign(stack.begin(), stack.end());
+  if (common == before && stack.size() == common + 1) {
+    emit pushScreen(bridgeFor(stack.back()), animated);
+  } else if (common == stack.size() && common > 0 && common < before) {
+    emit popScreens(static_cast<int>(common), animated);
+  } else if (changed) {
+    QVariantList screens;
+    for (const auto& controller : stack) screens.append(QVariant::fromValue(bridgeFor(controller)));
+    emit resetScreens(screens, animated);
   }
+  return changed;
+}
 
+void QuickFrontEnd::syncOverlay() {
   // Loading overlays: the first one shown covers the window.
   const auto& overlays = coreWindow_->overlays();
   for (const auto& overlay : overlays) observe(overlay);
   const bool shown = !overlays.empty();
   const qreal opacity = shown ? overlays.front()->alpha() : 0;
   const int fade = shown ? static_cast<int>(overlays.front()->fadeDuration() * 1000) : 0;
-  if (shown != overlayShown_ || opacity != overlayOpacity_ || fade != overlayFadeMilliseconds_) {
-    overlayShown_ = shown;
-    overlayOpacity_ = opacity;
-    overlayFadeMilliseconds_ = fade;
-    emit overlayChanged();
+  if (shown == overlayShown_ && opacity == overlayOpacity_ && fade == overlayFadeMilliseconds_) {
+    return;
   }
-
-  if (stackChanged || alert != previousAlert) cleanup_.start();
+  overlayShown_ = shown;
+  overlayOpacity_ = opacity;
+  overlayFadeMilliseconds_ = fade;
+  emit overlayChanged();
 }
 
 void QuickFrontEnd::dropUnusedBridges() {
@@ -315,44 +309,21 @@ void QuickFrontEnd::stackSettled(QQuickItem* top) {
 }
 
 void QuickFrontEnd::imagePicked(const QUrl& file) {
-  picker_->finish(Image::file(file.toLocalFile().toStdString()));
+  ports_->picker().finish(Image::file(file.toLocalFile().toStdString()));
 }
 
-void QuickFrontEnd::imagePickCancelled() { picker_->finish(std::nullopt); }
+void QuickFrontEnd::imagePickCancelled() { ports_->picker().finish(std::nullopt); }
 
 void QuickFrontEnd::useAudioSession(std::shared_ptr<AudioSession> session) {
-  if (!session) QUORVEL_FATAL("useAudioSession needs a session");
-  Platform installed = quorvel::platform();
-  const bool wasInstalled = installed.audioSession == platform_.audioSession;
-  const bool playerInstalled = installed.audioPlayer == platform_.audioPlayer;
-  platform_.audioSession = std::move(session);
-  keys_->setSession(platform_.audioSession);
-  platform_.audioPlayer =
-      std::make_shared<QtAudioPlayer>(platform_.mainQueue, platform_.audioSession);
-  if (wasInstalled || playerInstalled) {
-    if (wasInstalled) installed.audioSession = platform_.audioSession;
-    if (playerInstalled) installed.audioPlayer = platform_.audioPlayer;
-    installPlatform(installed);
-  }
+  ports_->useAudioSession(std::move(session));
 }
 
 void QuickFrontEnd::useCamera(std::shared_ptr<Camera> camera,
                               std::shared_ptr<CameraPictureSource> pictures) {
-  if (!camera) QUORVEL_FATAL("useCamera needs a camera");
-  const bool installed = platform_.camera && quorvel::platform().camera == platform_.camera;
-  if (pictures_) pictures_->setPictureChanged(nullptr);
-  platform_.camera = std::move(camera);
-  pictures_ = std::move(pictures);
-  if (pictures_) pictures_->setPictureChanged([this] { emit cameraPictureChanged(); });
-  if (installed) {
-    Platform changed = quorvel::platform();
-    changed.camera = platform_.camera;
-    installPlatform(changed);
-  }
-  emit cameraPictureChanged();
+  ports_->useCamera(std::move(camera), std::move(pictures));
 }
 
-QImage QuickFrontEnd::cameraPicture() const { return pictures_ ? pictures_->picture() : QImage(); }
+QImage QuickFrontEnd::cameraPicture() const { return ports_->cameraPicture(); }
 
 void QuickFrontEnd::showMovie(const QUrl& movie, std::function<void(const std::string&)> closed) {
   // The same movie again starts over: the player sees its source go and come back.
@@ -380,7 +351,7 @@ void QuickFrontEnd::closeMovie(const QString& problem) {
   emit movieChanged();
   // Queued: the player may close from inside play, when another movie takes its place.
   if (auto closed = std::exchange(movieClosed_, nullptr)) {
-    platform_.mainQueue->async(
+    platform().mainQueue->async(
         [closed = std::move(closed), problem = problem.toStdString()] { closed(problem); });
   }
 }

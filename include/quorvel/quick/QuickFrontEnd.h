@@ -30,8 +30,7 @@ QT_END_NAMESPACE
 
 namespace quorvel {
 
-class QtHardwareKeys;
-class QtImagePicker;
+class QtPorts;
 class QuorvelImageProvider;
 
 // The Qt Quick front end. It draws the core's key window in an SdkView item of the QML module
@@ -70,7 +69,7 @@ class QUORVEL_EXPORT QuickFrontEnd : public QObject {
 
   // The Qt ports (main queue, windows, keys, photo picker, camera, sound player, movie playback)
   // over the build's default platform. Install it (installPlatform) before the host starts a run.
-  Platform platform() const { return platform_; }
+  Platform platform() const;
 
   // Puts camera in the platform (Qt Multimedia's front camera by default) and shows the pictures
   // of pictures, often the same object, in the screens' camera previews. When the installed
@@ -148,7 +147,15 @@ class QUORVEL_EXPORT QuickFrontEnd : public QObject {
  private:
   QUrl interfaceUrl(const QString& interfaceName) const;
   void scheduleSync();
+  // Draws what changed in the core window: its stack, the alert over it, its loading overlay.
   void sync();
+  // The stack on display becomes stack; true when it changed.
+  bool syncStack(const std::vector<std::shared_ptr<ViewController>>& stack, bool animated);
+  // The topmost alert presented by root or a screen of stack, observed on the way.
+  std::shared_ptr<ViewController> presentedAlert(
+      const std::shared_ptr<ViewController>& root,
+      const std::vector<std::shared_ptr<ViewController>>& stack);
+  void syncOverlay();
   void observe(const std::shared_ptr<Observable>& observable);
   // Deletes the bridges of screens no longer shown, once their animations are over.
   void dropUnusedBridges();
@@ -157,10 +164,8 @@ class QUORVEL_EXPORT QuickFrontEnd : public QObject {
   void updateChromeCopy();
 
   std::unique_ptr<QuorvelImageProvider> images_;  // engines get providers that share its images
-  Platform platform_;
+  std::unique_ptr<QtPorts> ports_;
   std::shared_ptr<Window> coreWindow_;
-  std::shared_ptr<QtImagePicker> picker_;
-  QtHardwareKeys* keys_;
   std::vector<QUrl> interfaceLocations_;
   // The ready-made window's engine, made by show().
   std::unique_ptr<QQmlApplicationEngine> ownEngine_;
@@ -180,7 +185,6 @@ class QUORVEL_EXPORT QuickFrontEnd : public QObject {
   QUrl movie_;
   QVariantMap chromeCopy_;
   std::function<void(const std::string& problem)> movieClosed_;
-  std::shared_ptr<CameraPictureSource> pictures_;
 };
 
 }  // namespace quorvel
