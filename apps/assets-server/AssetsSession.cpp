@@ -264,30 +264,41 @@ awaitable<void> AssetsSession::upload(const std::string& appID, const std::strin
     co_await http::async_write(stream_, proceed, asio::redirect_error(asio::use_awaitable, error));
     if (error) co_return;
   }
+  BodyRead read = co_await readBody(boundary, pending);
+  // A client that went away or fell silent gets no answer; the temporary file goes.
+  if (read.gone) co_return;
+  if (read.refusal) {
+    // A refused upload leaves nothing behind, also while its answer is still going out.
+    pending.writer.reset();
+    co_return co_await refuse(read.refusal->code, read.refusal->message);
+  }
+  co_await commit(appID, pending, read.part);
+}
 
+awaitable<AssetsSession::BodyRead> AssetsSession::readBody(const std::string& boundary,
+                                                           AssetStore::Pending& pending) {
+  BodyRead read;
   int parts = 0;
-  MultipartReader::Part part;
-  std::optional<std::pair<http::status, std::string>> refusal;
   MultipartReader body(
       boundary,
       [&](const MultipartReader::Part& header) {
         if (++parts > 1) {
-          refusal.emplace(http::status::bad_request, "exactly one part is accepted");
+          read.refusal = Refusal{http::status::bad_request, "exactly one part is accepted"};
           return false;
         }
         if (header.name != "content") {
-          refusal.emplace(http::status::bad_request, "the part must be named \"content\"");
+          read.refusal = Refusal{http::status::bad_request, "the part must be named \"content\""};
           return false;
         }
-        part = header;
+        read.part = header;
         return true;
       },
       [&](const char* data, std::size_t size) {
         if (pending.writer->write(data, size)) return true;
-        refusal.emplace(pending.writer->exceededCap() ? http::status::payload_too_large
-                                                      : http::status::internal_server_error,
-                        pending.writer->exceededCap() ? "the part is larger than the byte cap"
-                                                      : "cannot write the upload");
+        read.refusal =
+            pending.writer->exceededCap()
+                ? Refusal{http::status::payload_too_large, "the part is larger than the byte cap"}
+                : Refusal{http::status::internal_server_error, "cannot write the upload"};
         return false;
       });
 
@@ -296,7 +307,7 @@ awaitable<void> AssetsSession::upload(const std::string& appID, const std::strin
   buffer_.reserve(kChunkBytes);
   const auto began = std::chrono::steady_clock::now();
   std::uint64_t received = 0;
-  while (!parser_.is_done() && !refusal && body.problem().empty()) {
+  while (!parser_.is_done() && !read.refusal && body.problem().empty()) {
     parser_.get().body().data = chunk.data();
     parser_.get().body().size = chunk.size();
     stream_.expires_after(options_.readTimeout);
@@ -305,8 +316,10 @@ awaitable<void> AssetsSession::upload(const std::string& appID, const std::strin
     co_await http::async_read_some(stream_, buffer_, parser_,
                                    asio::redirect_error(asio::use_awaitable, error));
     if (error == http::error::need_buffer) error = {};
-    // A client that went away or fell silent gets no answer; the temporary file goes.
-    if (error) co_return;
+    if (error) {
+      read.gone = true;
+      co_return read;
+    }
     const std::size_t got = chunk.size() - parser_.get().body().size;
     received += got;
     if (got > 0) body.feed(chunk.data(), got);
@@ -314,22 +327,22 @@ awaitable<void> AssetsSession::upload(const std::string& appID, const std::strin
     if (!parser_.is_done() && elapsed > options_.readTimeout &&
         received < options_.minBytesPerSecond *
                        std::chrono::duration_cast<std::chrono::seconds>(elapsed).count()) {
-      pending.writer.reset();
-      co_return co_await refuse(http::status::request_timeout, "the body arrives too slowly");
+      read.refusal = Refusal{http::status::request_timeout, "the body arrives too slowly"};
+      co_return read;
     }
   }
-  // A refused upload leaves nothing behind, also while its answer is still going out.
-  if (refusal || !body.problem().empty() || !body.finished() || parts != 1) {
-    pending.writer.reset();
-  }
-  if (refusal) co_return co_await refuse(refusal->first, refusal->second);
+  if (read.refusal) co_return read;
   if (!body.problem().empty()) {
-    co_return co_await refuse(http::status::bad_request, body.problem());
+    read.refusal = Refusal{http::status::bad_request, body.problem()};
+  } else if (!body.finished() || parts != 1) {
+    read.refusal =
+        Refusal{http::status::bad_request, "the body is not a complete multipart/form-data body"};
   }
-  if (!body.finished() || parts != 1) {
-    co_return co_await refuse(http::status::bad_request,
-                              "the body is not a complete multipart/form-data body");
-  }
+  co_return read;
+}
+
+awaitable<void> AssetsSession::commit(const std::string& appID, AssetStore::Pending& pending,
+                                      const MultipartReader::Part& part) {
   if (!pending.writer->finish()) {
     pending.writer.reset();
     co_return co_await refuse(http::status::internal_server_error, "cannot write the upload");

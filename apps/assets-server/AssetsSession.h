@@ -7,11 +7,13 @@
 #include <boost/beast.hpp>
 // clang-format on
 #include <nlohmann/json.hpp>
+#include <optional>
 #include <string>
 #include <string_view>
 
 #include "AssetStore.h"
 #include "AssetsServer.h"
+#include "MultipartReader.h"
 
 namespace quorvel {
 
@@ -51,7 +53,24 @@ class AssetsSession {
 
   bool authorized() const;
 
+  // An upload: its body read into the store, then committed and its address answered.
   awaitable<void> upload(const std::string& appID, const std::string& boundary);
+
+  // Why an upload is refused.
+  struct Refusal {
+    status code;
+    std::string message;
+  };
+  // What reading an upload's body came to: the client gone (no answer owed), a refusal, or the
+  // one part's header with its bytes in the pending file.
+  struct BodyRead {
+    bool gone = false;
+    std::optional<Refusal> refusal;
+    MultipartReader::Part part;
+  };
+  awaitable<BodyRead> readBody(const std::string& boundary, AssetStore::Pending& pending);
+  awaitable<void> commit(const std::string& appID, AssetStore::Pending& pending,
+                         const MultipartReader::Part& part);
 
   awaitable<void> serveAsset(std::string_view folder, std::string_view name);
 
