@@ -14,6 +14,7 @@ namespace Copy {
 inline const std::string title = "title";
 inline const std::string text = "text";
 inline const std::string testsWarning_title = "testsWarning_title";
+// compat: the values begin "testsHelper_", the keys hosts already send.
 inline const std::string testsWarning_charging = "testsHelper_charging";
 inline const std::string testsWarning_camera = "testsHelper_camera";
 inline const std::string testsWarning_audio = "testsHelper_audio";
@@ -49,6 +50,7 @@ inline const std::string text = "text";
 inline const std::string textfield_placeholder = "textfield_placeholder";
 inline const std::string attach_text_label = "attach_text_label";
 inline const std::string attach_button = "attach_button";
+// compat: "or_" because "or" is a C++ keyword; the value is the key hosts send.
 inline const std::string or_ = "or";
 }  // namespace Copy
 namespace Elements {

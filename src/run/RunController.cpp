@@ -38,12 +38,19 @@ Dictionary errorResponse(int code) {
   return {{"status_code", code}, {"message", StatusCodes::getDescription(code)}};
 }
 
+// What a host may ask a run for: the screens the list offers in runs, and the rows of the combined
+// screen, which the run gathers onto it.
+std::vector<std::string> supportedTests() {
+  std::vector<std::string> tests = ScreenTable::runKeys();
+  tests.insert(tests.end(), {ScreenType::charging_v2, ScreenType::buttons_v2});
+  return tests;
+}
+
 }  // namespace
 
 RunController::RunController(const QuorvelSDK& settings)
     : settings_(settings),
-      allSupportedTests_{ScreenType::device_front_video_v2, ScreenType::charging_v2,
-                         ScreenType::buttons_v2, ScreenType::multi_touch_v2},
+      allSupportedTests_(supportedTests()),
       defaultTests_{ScreenType::buttons_v2, ScreenType::charging_v2, ScreenType::multi_touch_v2,
                     ScreenType::device_front_video_v2},
       loadingView_(std::make_shared<LoadingView>()) {}
@@ -57,6 +64,7 @@ void RunController::performTests(const std::string& appIDArgument,
                                  std::optional<std::string> serialNumberArgument,
                                  std::shared_ptr<Customization> customizationArgument,
                                  Completion completion) {
+  // compat: this and the run's other log lines are word for word what support tools search for.
   logLine("performTests called. APPID: " + masked(appIDArgument) +
           " APIKEY: " + masked(apiKeyArgument));
 

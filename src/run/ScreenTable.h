@@ -16,6 +16,8 @@ class ScreenTable {
  public:
   // The keys a run can show, in the order they are compared.
   static const std::vector<std::string>& keys();
+  // The keys of the screens a host may ask a run for.
+  static std::vector<std::string> runKeys();
 
   // A new screen for key, made with what it reads of the run and reporting to delegate (the run
   // controller, or a host showing the screen alone); null when key names no screen of this build.

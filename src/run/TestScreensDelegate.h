@@ -12,7 +12,7 @@ struct ReportsOfTestScreens {
   virtual ~ReportsOfTestScreens() = default;
 };
 
-#define QUORVEL_TEST_SCREEN_PROTOCOL(Screen, key) , public Screen##Delegate
+#define QUORVEL_TEST_SCREEN_PROTOCOL(Screen, key, use) , public Screen##Delegate
 
 // Whoever the test screens report to: the run, or a host that shows one screen alone. Each
 // screen's own protocol is answered here by the two calls below.
@@ -23,7 +23,7 @@ class TestScreensDelegate : public ReportsOfTestScreens QUORVEL_TEST_SCREENS(
   virtual void testScreenFinished(TestViewController& screen, const Dictionary& result) = 0;
   virtual void testScreenCancelled(TestViewController& screen) = 0;
 
-#define QUORVEL_TEST_SCREEN_CALLS(Screen, key)                                 \
+#define QUORVEL_TEST_SCREEN_CALLS(Screen, key, use)                            \
   void Screen##Finished(Screen& vc, const Dictionary& result) override final { \
     testScreenFinished(vc, result);                                            \
   }                                                                            \

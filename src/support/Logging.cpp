@@ -10,6 +10,7 @@ namespace quorvel {
 void logLine(std::string_view message) {
   auto& log = platform().log;
   if (!log) return;
+  // compat: the prefix support tools filter the system log by.
   std::string line = "Zephyn Log: ";
   line += message;
   log->write(line);

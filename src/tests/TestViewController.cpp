@@ -71,6 +71,7 @@ void TestViewController::alert(const std::string& title, const std::string& mess
 
 bool TestViewController::warnIfVolumeLow(float volume) {
   if (volume >= 0.5f) return false;
+  // compat: copy keys ending "_ios" keep the names hosts override them by.
   alert("", look_.copy("alert_sound_level_ios"));
   return true;
 }

@@ -147,7 +147,7 @@ void ScreenReports::watch(const std::shared_ptr<ViewController>& screen) {
   bool relayed = interpose<StartViewController>(screen, relay, relay->start) ||
                  interpose<IMEIViewController>(screen, relay, relay->identifier) ||
                  interpose<TestsFinishedViewController>(screen, relay, relay->end);
-#define QUORVEL_RELAY_TEST_SCREEN(Screen, key) \
+#define QUORVEL_RELAY_TEST_SCREEN(Screen, key, use) \
   relayed = relayed || interpose<Screen>(screen, relay, relay->test);
   QUORVEL_TEST_SCREENS(QUORVEL_RELAY_TEST_SCREEN)
 #undef QUORVEL_RELAY_TEST_SCREEN

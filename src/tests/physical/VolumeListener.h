@@ -15,13 +15,15 @@ namespace quorvel {
 // not tell up from down, and keeps nothing away from the ends of the range.
 class VolumeListener {
  public:
+  // compat: the other platform's notification name, which hosts observe.
   inline static const std::string volumeDidChangeNotification =
       "MPMusicPlayerControllerVolumeDidChangeNotification";
 
   explicit VolumeListener(const Platform& ports)
       : application_(ports.application), volumeEvents_(ports.volumeEvents) {}
 
-  // The owner calls setup only while this is false, and sets it after the call.
+  // compat: "hasSetup", the name earlier releases gave it. The owner calls setup only while this
+  // is false, and sets it after the call.
   bool hasSetup = false;
 
   // Starts listening, unless the application has no window with a root screen to listen for.

@@ -64,6 +64,7 @@ DeviceFrontVideoViewController::DeviceFrontVideoViewController(std::string inter
   registerAction("uiBtVideoReviewCouldntComplete_TouchUpInside",
                  [this] { couldNotCompleteTest(); });
   // The name keeps its missing "i": hosts' interfaces already send it so.
+  // compat: "Insde", the action name interfaces already send.
   registerAction("uiBtVideoReviewNext_TouchUpInsde", [this] { submit(); });
 }
 
