@@ -11,8 +11,11 @@ using namespace quorvel;
 TEST(IMEIValidityTest, FifteenDigitsWithALuhnChecksum) {
   EXPECT_TRUE(IMEIViewController::isValidIMEI("\t49015 42032 37518\n"));  // blanks are removed
   EXPECT_TRUE(IMEIViewController::isValidIMEI("000000000000000"));        // checksum only
-  for (const char* bad : {"490154203237519", "49015420323751", "4901542032375180",
-                          "49015420323751A", "４90154203237518", ""}) {
+  // A checksum off by one and by five; a digit short; a digit more, also one that keeps the
+  // checksum; a letter, a full-width digit, nothing.
+  for (const char* bad :
+       {"490154203237519", "490154203237513", "49015420323751", "4901542032375180",
+        "0490154203237518", "49015420323751A", "４90154203237518", ""}) {
     EXPECT_FALSE(IMEIViewController::isValidIMEI(bad)) << bad;
   }
 }
