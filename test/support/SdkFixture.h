@@ -50,7 +50,11 @@ class SdkFixture : public ::testing::Test {
   void press(const std::string& action);
   void settle() { env.queue->runUntilIdle(); }
   // A screen's context outside a run: the installed ports and the defaults.
-  static ScreenContext portsOnly() { return ScreenContext{.ports = platform()}; }
+  static ScreenContext portsOnly() {
+    ScreenContext context;
+    context.ports = platform();
+    return context;
+  }
   // Runs the main queue until done() holds, while answers arrive from other threads; false
   // after ten seconds without it.
   bool waitUntil(const std::function<bool()>& done);

@@ -90,7 +90,7 @@ class RecordingFeedback : public Feedback {
 // A host bundle whose dictionary a test changes in place, so that whoever already holds it (a
 // run's uploader) reads the change.
 struct ScriptedHostBundle : HostBundle {
-  explicit ScriptedHostBundle(Dictionary info) : info(std::move(info)) {}
+  explicit ScriptedHostBundle(Dictionary entries) : info(std::move(entries)) {}
   Dictionary infoDictionary() const override { return info; }
   Dictionary info;
 };

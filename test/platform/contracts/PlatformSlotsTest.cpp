@@ -20,7 +20,10 @@ TEST(PlatformSlots, EveryPortIsFilledOnceInstalledAndThoseAMachineLacksAnswerNo)
                                                     "camera", "videoPlayback"};
   EXPECT_EQ(emptySlots(makeDefaultPlatform()), withoutFrontEnd);
   TestPlatform scripted;
-  installPlatform(Platform{.mainQueue = scripted.queue, .log = scripted.log});
+  Platform bare;
+  bare.mainQueue = scripted.queue;
+  bare.log = scripted.log;
+  installPlatform(bare);
   const Platform& p = platform();
   EXPECT_EQ(emptySlots(p), std::vector<std::string>{});
 
