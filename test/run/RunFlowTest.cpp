@@ -188,6 +188,9 @@ TEST_F(RunFlowTest, NavigationIsGivenBackAsEachHostSetUpRequires) {
   hostWithNavigation();
   start();
   EXPECT_EQ(window->rootViewController(), hostNavigation);
+  press("uiBtBack_TouchUpInside");  // the start screen's cancel
+  EXPECT_EQ(outcome->calls, 1);
+  EXPECT_EQ(stack(), (Names{"HostHome", "HostDetail"}));
   EXPECT_FALSE(hostNavigation->isNavigationBarHidden());
   TearDown();
 
