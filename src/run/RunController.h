@@ -37,8 +37,6 @@ class RunController : public std::enable_shared_from_this<RunController>,
  public:
   using Completion = std::function<void(std::optional<Dictionary>)>;
 
-  static constexpr double strictAnswerWaitSeconds = ResultsSubmission::strictAnswerWaitSeconds;
-
   // settings are the host's settings, read when a run starts and whenever a screen is made.
   explicit RunController(const QuorvelSDK& settings);
   ~RunController() override;

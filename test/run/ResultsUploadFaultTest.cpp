@@ -5,6 +5,7 @@
 #include "backend/AssetUploaderWebService.h"
 #include "device/CryptoHelper.h"
 #include "quorvel/ui/AlertController.h"
+#include "run/ResultsSubmission.h"
 #include "run/RunController.h"
 #include "support/ObservingHttpClient.h"
 #include "support/ScriptedHttpServer.h"
@@ -164,7 +165,7 @@ TEST_F(ResultsUploadFaultTest, EachBackendFaultEndsTheRunAsItsModeSays) {
         EXPECT_EQ(stack(), (std::vector<std::string>{"HostHome", "HostDetail"}));
       } else if (expected.kind == Ends::open) {
         // Not even the strict wait ends it.
-        env.queue->advance(RunController::strictAnswerWaitSeconds);
+        env.queue->advance(ResultsSubmission::strictAnswerWaitSeconds);
         EXPECT_FALSE(alert());
         EXPECT_TRUE(overlayShown());
         EXPECT_EQ(outcome->calls, 0);
@@ -183,7 +184,7 @@ TEST_F(ResultsUploadFaultTest, StrictRunGivesUpOnAnAnswerThatNeverComes) {
   server.script({Reply::stall()});  // within the 60 s time-out all along
   press("uiBtDone_TouchUpInside");
   ASSERT_TRUE(waitUntil([&] { return server.requests().size() == 1; }));
-  env.queue->advance(RunController::strictAnswerWaitSeconds - 1);
+  env.queue->advance(ResultsSubmission::strictAnswerWaitSeconds - 1);
   EXPECT_FALSE(alert());
   env.queue->advance(1);
   EXPECT_TRUE(alert());
