@@ -49,27 +49,13 @@ IMEIViewController::IMEIViewController(ScreenContext context)
       uploader->uploadImage(image, std::move(completion));
     };
   }
-  for (const char* name : {"uiLbTitle", "uiLbDescription", "uiLbOr", "uiLbAttachText"}) {
-    registerOutlet<Label>(name);
-  }
-  registerOutlet<RadioButton>("uiRBIMEI");
-  registerOutlet<RadioButton>("uiRBSerialNumber");
-  registerOutlet<TextField>("uiTfIMEI");
-  registerOutlet<View>("uiViewNoImage");
-  registerOutlet<ImageView>("uiIvImage");
-  for (const char* name :
-       {"uiBtAttachImage", "uiBtRemoveImage", "uiBtCancel", "uiBtNext", "uiBtKeyboardDone"}) {
-    registerOutlet<Button>(name);
-  }
-
   registerAction("uiRBIMEI_TouchUpInside", [this] { setMode(Mode::imei); });
   registerAction("uiRBSerialNumber_TouchUpInside", [this] { setMode(Mode::serialNumber); });
   registerAction("uiBtNext_TouchUpInside", [this] { next(); });
   registerAction("uiBtCancel_TouchUpInside", [this] {
     if (auto target = delegate.lock()) target->IMEIViewControllerPressedCancel(*this);
   });
-  registerAction("uiBtKeyboardDone_TouchUpInside",
-                 [this] { outlet<TextField>("uiTfIMEI").isFirstResponder = false; });
+  registerAction("uiBtKeyboardDone_TouchUpInside", [this] { tfIMEI_->isFirstResponder = false; });
   registerAction("uiBtAttachImage_TouchUpInside", [this] {
     std::weak_ptr<ViewController> weak = weak_from_this();
     ports().imagePicker->pickImage(true, [weak](std::optional<Image> image) {
@@ -83,14 +69,14 @@ IMEIViewController::IMEIViewController(ScreenContext context)
 }
 
 void IMEIViewController::viewDidLoad() {
-  outlet<View>("view").backgroundColor = look_.backgroundColor();
+  view()->backgroundColor = look_.backgroundColor();
 
-  auto& title = outlet<Label>("uiLbTitle");
+  auto& title = *lbTitle_;
   title.text = look_.text(keys::Copy::title, "imei_add_screen_title");
   look_.styleTitle(title);
 
   std::string path = look_.copy("imei_location_path_ios");
-  auto& description = outlet<Label>("uiLbDescription");
+  auto& description = *lbDescription_;
   description.text =
       Localization::format(look_.text(keys::Copy::text, "imei_add_screen_description"),
                            {look_.copy("imei_settings"), path});
@@ -99,46 +85,46 @@ void IMEIViewController::viewDidLoad() {
   look_.styleBody(description);
   description.tintColor = look_.themeColor();
 
-  outlet<RadioButton>("uiRBIMEI").title = look_.copy("imei_number");
-  outlet<RadioButton>("uiRBSerialNumber").title = look_.copy("serial_number_abbreviation");
-  for (const char* name : {"uiRBIMEI", "uiRBSerialNumber"}) {
-    auto& radio = outlet<RadioButton>(name);
+  rbIMEI_->title = look_.copy("imei_number");
+  rbSerialNumber_->title = look_.copy("serial_number_abbreviation");
+  for (Outlet<RadioButton>* button : {&rbIMEI_, &rbSerialNumber_}) {
+    auto& radio = **button;
     radio.textColor = look_.textAccentColor();
     radio.tintColor = look_.themeColor();
   }
 
-  auto& field = outlet<TextField>("uiTfIMEI");
+  auto& field = *tfIMEI_;
   field.textColor = look_.textAccentColor();
   field.tintColor = look_.themeColor();
 
-  auto& orLabel = outlet<Label>("uiLbOr");
+  auto& orLabel = *lbOr_;
   orLabel.text = look_.text(keys::Copy::or_, "or");
   look_.styleBody(orLabel);
-  auto& attachText = outlet<Label>("uiLbAttachText");
+  auto& attachText = *lbAttachText_;
   attachText.text = look_.text(keys::Copy::attach_text_label, "imei_add_screen_attach_text");
   look_.styleBody(attachText);
 
-  auto& attach = outlet<Button>("uiBtAttachImage");
+  auto& attach = *btAttachImage_;
   attach.title = look_.text(keys::Copy::attach_button, "attach_image");
   attach.titleColor = look_.themeColor();
   attach.tintColor = look_.themeColor();
   // Without a photo picker on this platform, the photo route is not offered.
   bool canAttach = ports().imagePicker->available();
-  for (const char* name : {"uiLbOr", "uiLbAttachText"}) outlet<Label>(name).hidden = !canAttach;
+  for (Outlet<Label>* label : {&lbOr_, &lbAttachText_}) (*label)->hidden = !canAttach;
   attach.hidden = !canAttach;
 
-  auto& remove = outlet<Button>("uiBtRemoveImage");
+  auto& remove = *btRemoveImage_;
   remove.image = Image::asset("xmark.circle.fill", true);
   remove.tintColor = look_.themeColor();
   remove.accessibilityLabel = look_.copy("accessibility_remove_image");
 
-  auto& cancel = outlet<Button>("uiBtCancel");
+  auto& cancel = *btCancel_;
   cancel.title = look_.copy("cancel");
   cancel.titleColor = look_.themeColor();
-  auto& next = outlet<Button>("uiBtNext");
+  auto& next = *btNext_;
   next.title = look_.copy("next");
   look_.styleMainButton(next);
-  outlet<Button>("uiBtKeyboardDone").title = look_.copy("done");
+  btKeyboardDone_->title = look_.copy("done");
 
   imeiPlaceholder_ = look_.text(keys::Copy::textfield_placeholder, "imei_add_screen_placeholder");
   setMode(Mode::imei);
@@ -147,9 +133,9 @@ void IMEIViewController::viewDidLoad() {
 
 void IMEIViewController::setMode(Mode mode) {
   mode_ = mode;
-  outlet<RadioButton>("uiRBIMEI").isChecked = mode == Mode::imei;
-  outlet<RadioButton>("uiRBSerialNumber").isChecked = mode == Mode::serialNumber;
-  auto& field = outlet<TextField>("uiTfIMEI");
+  rbIMEI_->isChecked = mode == Mode::imei;
+  rbSerialNumber_->isChecked = mode == Mode::serialNumber;
+  auto& field = *tfIMEI_;
   if (mode == Mode::imei) {
     field.placeholder = imeiPlaceholder_;
     field.keyboardType = KeyboardType::numberPad;
@@ -162,10 +148,10 @@ void IMEIViewController::setMode(Mode mode) {
 void IMEIViewController::setImage(std::optional<Image> image) {
   imeiImage_ = std::move(image);
   bool attached = imeiImage_.has_value();
-  outlet<ImageView>("uiIvImage").image = imeiImage_;
-  outlet<ImageView>("uiIvImage").hidden = !attached;
-  outlet<Button>("uiBtRemoveImage").hidden = !attached;
-  outlet<View>("uiViewNoImage").hidden = attached;
+  ivImage_->image = imeiImage_;
+  ivImage_->hidden = !attached;
+  btRemoveImage_->hidden = !attached;
+  viewNoImage_->hidden = attached;
 }
 
 void IMEIViewController::next() {
@@ -173,7 +159,7 @@ void IMEIViewController::next() {
     uploadImage();
     return;
   }
-  std::string text = trimmingWhitespace(outlet<TextField>("uiTfIMEI").text);
+  std::string text = trimmingWhitespace(tfIMEI_->text);
   if (text.empty()) return;
   auto target = delegate.lock();
   if (mode_ == Mode::serialNumber) {

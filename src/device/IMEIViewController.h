@@ -58,6 +58,21 @@ class IMEIViewController : public ViewController {
   std::optional<Image> imeiImage_;
   unsigned uploadAttempt_ = 0;
   bool uploadAnswered_ = false;
+
+  Outlet<Label> lbTitle_{*this, "uiLbTitle"};
+  Outlet<Label> lbDescription_{*this, "uiLbDescription"};
+  Outlet<Label> lbOr_{*this, "uiLbOr"};
+  Outlet<Label> lbAttachText_{*this, "uiLbAttachText"};
+  Outlet<RadioButton> rbIMEI_{*this, "uiRBIMEI"};
+  Outlet<RadioButton> rbSerialNumber_{*this, "uiRBSerialNumber"};
+  Outlet<TextField> tfIMEI_{*this, "uiTfIMEI"};
+  Outlet<View> viewNoImage_{*this, "uiViewNoImage"};
+  Outlet<ImageView> ivImage_{*this, "uiIvImage"};
+  Outlet<Button> btAttachImage_{*this, "uiBtAttachImage"};
+  Outlet<Button> btRemoveImage_{*this, "uiBtRemoveImage"};
+  Outlet<Button> btCancel_{*this, "uiBtCancel"};
+  Outlet<Button> btNext_{*this, "uiBtNext"};
+  Outlet<Button> btKeyboardDone_{*this, "uiBtKeyboardDone"};
 };
 
 }  // namespace quorvel

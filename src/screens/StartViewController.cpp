@@ -32,20 +32,6 @@ StartViewController::StartViewController(ScreenContext context, RunOutline run)
     : ViewController("StartViewController"),
       look_(std::move(context), ScreenType::start_screen),
       run_(std::move(run)) {
-  for (const char* name :
-       {"uiHeaderView", "uiStackViewIMEI", "uiStackViewSerialNumber", "uiViewSuggestions"}) {
-    registerOutlet<View>(name);
-  }
-  for (const char* name :
-       {"uiLbTitle", "uiLbDescription", "uiLbPhoneModel", "uiLbIMEITitle", "uiLbIMEIValue",
-        "uiLbSNTitle", "uiLbSNValue", "uiLbSuggestionsTitle", "uiLbSuggestionChargingCable",
-        "uiLbSuggestionMirror", "uiLbSuggestionNoise"}) {
-    registerOutlet<Label>(name);
-  }
-  registerOutlet<Button>("uiBtBack");
-  registerOutlet<Button>("uiBtNext");
-  registerOutlet<ImageView>("uiImage");
-
   registerAction("uiBtNext_TouchUpInside", [this] {
     if (auto target = delegate.lock()) target->StartViewControlllerViewPressedStart(*this);
   });
@@ -56,52 +42,51 @@ StartViewController::StartViewController(ScreenContext context, RunOutline run)
 }
 
 void StartViewController::viewDidLoad() {
-  outlet<View>("view").backgroundColor = look_.backgroundColor();
+  view()->backgroundColor = look_.backgroundColor();
 
-  auto& back = outlet<Button>("uiBtBack");
+  auto& back = *btBack_;
   back.title = look_.copy("back");
   back.image = Image::asset("chevron.backward", true);
   back.titleColor = look_.themeColor();
   back.tintColor = look_.themeColor();
 
-  auto& illustration = outlet<ImageView>("uiImage");
+  auto& illustration = *image_;
   illustration.image =
       look_.image(keys::Elements::image).value_or(Image::asset("start_illustration"));
 
-  auto& title = outlet<Label>("uiLbTitle");
+  auto& title = *lbTitle_;
   title.text = look_.text(keys::Copy::title, "start_screen_title");
   look_.styleTitle(title);
-  auto& description = outlet<Label>("uiLbDescription");
+  auto& description = *lbDescription_;
   description.text = look_.text(keys::Copy::text, "start_screen_description");
   look_.styleBody(description);
 
-  auto& model = outlet<Label>("uiLbPhoneModel");
+  auto& model = *lbPhoneModel_;
   model.text = std::string(rawValue(currentDeviceType(*look_.context().ports.device)));
   look_.styleTitle(model);
 
   // The title reads the table under "imei", which holds no such key: it shows "imei".
-  outlet<Label>("uiLbIMEITitle").text = look_.copy("imei");
-  showValue(outlet<View>("uiStackViewIMEI"), outlet<Label>("uiLbIMEIValue"), run_.imei);
-  outlet<Label>("uiLbSNTitle").text = look_.copy("serial_number_abbreviation");
-  showValue(outlet<View>("uiStackViewSerialNumber"), outlet<Label>("uiLbSNValue"),
-            run_.serialNumber);
-  for (const char* name : {"uiLbIMEITitle", "uiLbSNTitle"}) look_.styleBody(outlet<Label>(name));
-  for (const char* name : {"uiLbIMEIValue", "uiLbSNValue"}) look_.styleTitle(outlet<Label>(name));
+  lbIMEITitle_->text = look_.copy("imei");
+  showValue(*stackViewIMEI_, *lbIMEIValue_, run_.imei);
+  lbSNTitle_->text = look_.copy("serial_number_abbreviation");
+  showValue(*stackViewSerialNumber_, *lbSNValue_, run_.serialNumber);
+  for (Outlet<Label>* label : {&lbIMEITitle_, &lbSNTitle_}) look_.styleBody(**label);
+  for (Outlet<Label>* label : {&lbIMEIValue_, &lbSNValue_}) look_.styleTitle(**label);
 
-  auto& suggestionsTitle = outlet<Label>("uiLbSuggestionsTitle");
+  auto& suggestionsTitle = *lbSuggestionsTitle_;
   suggestionsTitle.text =
       look_.text(keys::Copy::testsWarning_title, "start_screen_suggestions_title");
   look_.styleTitle(suggestionsTitle);
-  auto& charging = outlet<Label>("uiLbSuggestionChargingCable");
+  auto& charging = *lbSuggestionChargingCable_;
   charging.text =
       look_.text(keys::Copy::testsWarning_charging, "start_screen_suggestion_charging_cable");
-  auto& mirror = outlet<Label>("uiLbSuggestionMirror");
+  auto& mirror = *lbSuggestionMirror_;
   mirror.text = look_.text(keys::Copy::testsWarning_camera, "start_screen_suggestion_mirror");
-  auto& noise = outlet<Label>("uiLbSuggestionNoise");
+  auto& noise = *lbSuggestionNoise_;
   noise.text = look_.text(keys::Copy::testsWarning_audio, "start_screen_suggestion_noise");
   for (Label* hint : {&charging, &mirror, &noise}) look_.styleBody(*hint);
 
-  auto& next = outlet<Button>("uiBtNext");
+  auto& next = *btNext_;
   next.title = look_.copy("start_screen_next_button");
   look_.styleMainButton(next);
 
@@ -110,7 +95,7 @@ void StartViewController::viewDidLoad() {
 
 void StartViewController::configureSuggestions() {
   const auto& selected = run_.selectedTests;
-  auto& block = outlet<View>("uiViewSuggestions");
+  auto& block = *viewSuggestions_;
   block.hidden = true;
 
   bool combinedCharging = holdsAny(selected, {ScreenType::multiple_tests_v2}) &&
@@ -123,9 +108,9 @@ void StartViewController::configureSuggestions() {
       selected, {ScreenType::earspeaker_v1, ScreenType::loudspeaker_v1, ScreenType::read_text_v1,
                  ScreenType::speaker_recording_v1, ScreenType::device_front_video_v2});
 
-  outlet<Label>("uiLbSuggestionChargingCable").hidden = !charging;
-  outlet<Label>("uiLbSuggestionMirror").hidden = !mirror;
-  outlet<Label>("uiLbSuggestionNoise").hidden = !noise;
+  lbSuggestionChargingCable_->hidden = !charging;
+  lbSuggestionMirror_->hidden = !mirror;
+  lbSuggestionNoise_->hidden = !noise;
   block.hidden = !(charging || mirror || noise);
 }
 

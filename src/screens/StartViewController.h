@@ -35,6 +35,25 @@ class StartViewController : public ViewController {
 
   ScreenAppearance look_;
   RunOutline run_;
+
+  Outlet<View> headerView_{*this, "uiHeaderView"};
+  Outlet<View> stackViewIMEI_{*this, "uiStackViewIMEI"};
+  Outlet<View> stackViewSerialNumber_{*this, "uiStackViewSerialNumber"};
+  Outlet<View> viewSuggestions_{*this, "uiViewSuggestions"};
+  Outlet<Label> lbTitle_{*this, "uiLbTitle"};
+  Outlet<Label> lbDescription_{*this, "uiLbDescription"};
+  Outlet<Label> lbPhoneModel_{*this, "uiLbPhoneModel"};
+  Outlet<Label> lbIMEITitle_{*this, "uiLbIMEITitle"};
+  Outlet<Label> lbIMEIValue_{*this, "uiLbIMEIValue"};
+  Outlet<Label> lbSNTitle_{*this, "uiLbSNTitle"};
+  Outlet<Label> lbSNValue_{*this, "uiLbSNValue"};
+  Outlet<Label> lbSuggestionsTitle_{*this, "uiLbSuggestionsTitle"};
+  Outlet<Label> lbSuggestionChargingCable_{*this, "uiLbSuggestionChargingCable"};
+  Outlet<Label> lbSuggestionMirror_{*this, "uiLbSuggestionMirror"};
+  Outlet<Label> lbSuggestionNoise_{*this, "uiLbSuggestionNoise"};
+  Outlet<Button> btBack_{*this, "uiBtBack"};
+  Outlet<Button> btNext_{*this, "uiBtNext"};
+  Outlet<ImageView> image_{*this, "uiImage"};
 };
 
 }  // namespace quorvel

@@ -19,6 +19,14 @@ class TestsFinishedViewController : public ViewController {
 
  private:
   ScreenAppearance look_;
+
+  Outlet<View> backgroundView_{*this, "uiBackgroundView"};
+  Outlet<ImageView> viewImage_{*this, "uiViewImage"};
+  Outlet<ImageView> customImage_{*this, "uiCustomImage"};
+  Outlet<Label> lbText_{*this, "uiLbText"};
+  Outlet<Button> btDone_{*this, "uiBtDone"};
+  Outlet<Button> btTestAgain_{*this, "uiBtTestAgain"};
+  Outlet<Label> versionLabel_{*this, "uiVersionLabel"};
 };
 
 }  // namespace quorvel

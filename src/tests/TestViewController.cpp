@@ -13,13 +13,8 @@ TestViewController::TestViewController(std::string interfaceName, std::string te
                                        std::string headerView, ScreenContext context)
     : ViewController(std::move(interfaceName)),
       testKey_(std::move(testKey)),
-      headerView_(std::move(headerView)),
-      look_(std::move(context), testKey_) {
-  registerOutlet<View>(headerView_);
-  registerOutlet<Label>("uiLbTestCounter");
-  registerOutlet<ProgressBar>("uiStackViewProgressBar");
-  registerOutlet<Button>("uiBtCouldntCompleteTest");
-  registerOutlet<Button>("uiBtCancel");
+      look_(std::move(context), testKey_),
+      header_(*this, std::move(headerView)) {
   registerAction("uiBtCouldntCompleteTest_TouchUpInside", [this] { couldNotCompleteTest(); });
   registerAction("uiBtCancel_TouchUpInside", [this] {
     stopObserving();
@@ -29,18 +24,17 @@ TestViewController::TestViewController(std::string interfaceName, std::string te
 
 void TestViewController::viewDidLoad() {
   const auto& context = look_.context();
-  auto& couldNotComplete = outlet<Button>("uiBtCouldntCompleteTest");
+  auto& couldNotComplete = *btCouldntCompleteTest_;
   couldNotComplete.title = look_.copy("could_not_complete_test");
   couldNotComplete.titleColor = look_.customization().skipTestButtonColor;
-  auto& cancel = outlet<Button>("uiBtCancel");
+  auto& cancel = *btCancel_;
   cancel.title = look_.copy("cancel");
   cancel.titleColor = look_.themeColor();
 
-  auto& counter = outlet<Label>("uiLbTestCounter");
+  auto& counter = *lbTestCounter_;
   counter.text = HeaderViewHelper::counterText(context.header, context.language);
   look_.styleTitle(counter);
-  HeaderViewHelper::progressBar(outlet<ProgressBar>("uiStackViewProgressBar"), context.header,
-                                look_.customization());
+  HeaderViewHelper::progressBar(*stackViewProgressBar_, context.header, look_.customization());
   showHeader();
 }
 
@@ -52,7 +46,7 @@ void TestViewController::viewWillAppear(bool) {
 void TestViewController::viewWillDisappear(bool) { stopObserving(); }
 
 void TestViewController::showHeader() {
-  outlet<View>(headerView_).hidden = !HeaderViewHelper::isHeaderVisible(*this);
+  header_->hidden = !HeaderViewHelper::isHeaderVisible(*this);
 }
 
 void TestViewController::keepObserving(const std::string& group, Subscription subscription) {

@@ -41,6 +41,9 @@ class TestViewController : public ViewController {
   // The ports handed over with the screen's context.
   const Platform& ports() const { return look_.context().ports; }
 
+  // Tests whose own steps take the screen hide or hold this button.
+  Outlet<Button> btCouldntCompleteTest_{*this, "uiBtCouldntCompleteTest"};
+
   // An alert with message and one "ok" button that only closes it.
   void alert(const std::string& title, const std::string& message);
   // Sound tests need the output at half its level or more; below, an alert says so. Advisory:
@@ -80,9 +83,12 @@ class TestViewController : public ViewController {
   void showHeader();
 
   std::string testKey_;
-  std::string headerView_;
   ScreenAppearance look_;
   std::map<std::string, std::vector<Subscription>> observations_;
+  Outlet<View> header_;
+  Outlet<Label> lbTestCounter_{*this, "uiLbTestCounter"};
+  Outlet<ProgressBar> stackViewProgressBar_{*this, "uiStackViewProgressBar"};
+  Outlet<Button> btCancel_{*this, "uiBtCancel"};
 };
 
 }  // namespace quorvel

@@ -5,10 +5,7 @@
 namespace quorvel {
 
 ViewController::ViewController(std::string interfaceName)
-    : interfaceName_(std::move(interfaceName)) {
-  // The screen's root view, as every screen has one (its background).
-  registerOutlet<View>("view");
-}
+    : interfaceName_(std::move(interfaceName)) {}
 
 ViewController::~ViewController() = default;
 

@@ -1,5 +1,7 @@
 #include <gtest/gtest.h>
 
+#include <utility>
+
 #include "quorvel/ui/AlertController.h"
 #include "quorvel/ui/LoadingView.h"
 #include "quorvel/ui/NavigationController.h"
@@ -61,6 +63,31 @@ TEST_F(NavigationTest, ObserversHearOncePerMainQueueTurn) {
   screen.reset();  // gone before the turn: nothing is delivered to a dead screen
   env.queue->runUntilIdle();
   EXPECT_EQ(notified, 1);
+}
+
+// Holds its outlets as the SDK's screens do.
+class HandleScreen : public ViewController {
+ public:
+  HandleScreen() : ViewController("HandleScreen") {}
+  Outlet<Label> title{*this, "uiLbTitle"};
+  Outlet<Label> sameTitle{*this, "uiLbTitle"};
+};
+
+TEST_F(NavigationTest, OutletHandleIsTheNamedElementAndOnlyItsMutableAccessIsAChange) {
+  auto screen = std::make_shared<HandleScreen>();
+  int notified = 0;
+  screen->addObserver([&] { ++notified; });
+  const Outlet<Label>& title = screen->title;
+  EXPECT_EQ(&*title, &std::as_const(*screen).outlet<Label>("uiLbTitle"));
+  EXPECT_EQ(title->text, "");
+  env.queue->runUntilIdle();
+  EXPECT_EQ(notified, 0) << "reading is no change";
+  screen->title->text = "Title";
+  env.queue->runUntilIdle();
+  EXPECT_EQ(notified, 1);
+  // A second handle on the name shares the element rather than replacing it under the first.
+  EXPECT_EQ(&*std::as_const(screen->sameTitle), &*title);
+  EXPECT_DEATH(Outlet<Button>(*screen, "uiLbTitle"), "uiLbTitle is a Label");
 }
 
 TEST_F(NavigationTest, AlertDismissesBeforeItsHandlerRunsAndRefusesASecondPresentation) {

@@ -12,6 +12,7 @@
 #include "quorvel/ui/Elements.h"
 #include "quorvel/ui/GestureRecognizer.h"
 #include "quorvel/ui/Observable.h"
+#include "quorvel/ui/Outlet.h"
 
 namespace quorvel {
 
@@ -82,17 +83,30 @@ class QUORVEL_EXPORT ViewController : public Observable,
   void dismiss(bool animated);
 
  protected:
+  // The root view, which every screen has (its background).
+  Outlet<View>& view() { return view_; }
+  const Outlet<View>& view() const { return view_; }
+
+  // For screens that name their outlets at run time; the SDK's screens hold Outlet members.
   template <class T>
   T& registerOutlet(const std::string& name) {
-    auto element = std::make_unique<T>();
-    T& ref = *element;
-    outlets_[name] = std::move(element);
-    return ref;
+    return adoptOutlet<T>(name);
   }
   void registerAction(const std::string& name, std::function<void()> handler);
 
  private:
   friend class NavigationController;
+  template <class>
+  friend class Outlet;
+
+  // A new name gets a new T; a name registered before keeps its element (handles to it stay
+  // valid), which must be a T.
+  template <class T>
+  T& adoptOutlet(const std::string& name) {
+    auto& element = outlets_[name];
+    if (!element) element = std::make_unique<T>();
+    return findOutlet<T>(name);
+  }
 
   template <class T>
   T& findOutlet(const std::string& name) {
@@ -108,6 +122,7 @@ class QUORVEL_EXPORT ViewController : public Observable,
   std::string interfaceName_;
   bool viewLoaded_ = false;
   std::map<std::string, std::unique_ptr<Element>> outlets_;
+  Outlet<View> view_{*this, "view"};
   std::map<std::string, std::function<void()>> actions_;
   std::weak_ptr<NavigationController> navigationController_;
   std::shared_ptr<ViewController> presented_;

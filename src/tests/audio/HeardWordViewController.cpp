@@ -14,13 +14,6 @@ HeardWordViewController::HeardWordViewController(std::string interfaceName, std:
                          "uiViewProgressBarBackground", std::move(context)),
       copyPrefix_(std::move(copyPrefix)),
       defaultToSpeaker_(defaultToSpeaker) {
-  registerOutlet<Label>("uiLbTitle");
-  registerOutlet<Label>("uiLbDescription");
-  for (const char* name : {"uiBtChangeWord", "uiBtPlay", "uiBtNext", "uiBtInfo"}) {
-    registerOutlet<Button>(name);
-  }
-  registerOutlet<TextField>("uiTfWord");
-  registerOutlet<ActivityIndicator>("uiActivityIndicator");
   registerAction("uiBtPlay_TouchUpInside", [this] { play(); });
   registerAction("uiBtChangeWord_TouchUpInside", [this] { changeWord(); });
   registerAction("uiBtNext_TouchUpInside", [this] { next(); });
@@ -29,36 +22,36 @@ HeardWordViewController::HeardWordViewController(std::string interfaceName, std:
   registerAction("uiTfWord_EditingDidEnd", [this] { editingEnded(); });
   // A tap anywhere else ends the editing, as it hides a phone's keyboard.
   registerAction("view_Tapped", [this] {
-    outlet<TextField>("uiTfWord").isFirstResponder = false;
+    tfWord_->isFirstResponder = false;
     editingEnded();
   });
 }
 
 void HeardWordViewController::viewDidLoad() {
   TestViewController::viewDidLoad();
-  outlet<View>("view").backgroundColor = look().backgroundColor();
-  auto& title = outlet<Label>("uiLbTitle");
+  view()->backgroundColor = look().backgroundColor();
+  auto& title = *lbTitle_;
   title.text = look().copy(copyPrefix_ + "_test_title");
   look().styleTitle(title);
-  auto& description = outlet<Label>("uiLbDescription");
+  auto& description = *lbDescription_;
   description.text = look().copy(copyPrefix_ + "_test_description");
   look().styleBody(description);
-  auto& field = outlet<TextField>("uiTfWord");
+  auto& field = *tfWord_;
   field.placeholder = look().copy(copyPrefix_ + "_test_placeholder");
   field.textColor = look().textAccentColor();
   field.tintColor = look().themeColor();
-  auto& change = outlet<Button>("uiBtChangeWord");
+  auto& change = *btChangeWord_;
   change.title = look().copy("change_word");
   change.titleColor = look().themeColor();
-  auto& next = outlet<Button>("uiBtNext");
+  auto& next = *btNext_;
   next.title = look().copy("next");
   look().styleMainButton(next);
-  auto& info = outlet<Button>("uiBtInfo");
+  auto& info = *btInfo_;
   info.image = Image::asset("info.circle", true);
   info.tintColor = look().themeColor();
   info.accessibilityLabel = look().copy("accessibility_more_information");
-  outlet<Button>("uiBtPlay").accessibilityLabel = look().copy("accessibility_play_word");
-  outlet<ActivityIndicator>("uiActivityIndicator").hidden = true;
+  btPlay_->accessibilityLabel = look().copy("accessibility_play_word");
+  activityIndicator_->hidden = true;
 
   words_ = WordLists::heardWords(look().context().language);
   randomIndex_ = WordLists::randomIndex(words_.size());
@@ -98,7 +91,7 @@ void HeardWordViewController::playEnded() {
 }
 
 void HeardWordViewController::showPlayButton() {
-  auto& button = outlet<Button>("uiBtPlay");
+  auto& button = *btPlay_;
   button.image = Image::asset("play.circle.fill", true);
   button.tintColor = playing_ ? Color::white() : look().themeColor();
   button.backgroundColor = playing_ ? std::optional<Color>(look().themeColor()) : std::nullopt;
@@ -112,13 +105,12 @@ void HeardWordViewController::changeWord() {
 }
 
 void HeardWordViewController::editingEnded() {
-  outlet<Button>("uiBtNext").hidden =
-      trimmingWhitespace(outlet<TextField>("uiTfWord").text).empty();
+  btNext_->hidden = trimmingWhitespace(tfWord_->text).empty();
 }
 
 void HeardWordViewController::next() {
   if (finished_) return;
-  const std::string& typed = outlet<TextField>("uiTfWord").text;
+  const std::string& typed = tfWord_->text;
   if (!wordsMatch(typed, word())) {
     alert("", look().copy("alert_words_dont_match"));
     return;
@@ -143,7 +135,7 @@ void HeardWordViewController::cancelTest() {
 Dictionary HeardWordViewController::result(bool success) const {
   return stamped({{"success", success},
                   {"audio_word", word()},
-                  {"input_word", outlet<TextField>("uiTfWord").text},
+                  {"input_word", tfWord_->text},
                   {"version", "1"}});
 }
 

@@ -53,6 +53,15 @@ class HeardWordViewController : public TestViewController {
   bool playing_ = false;
   unsigned playback_ = 0;
   bool finished_ = false;
+
+  Outlet<Label> lbTitle_{*this, "uiLbTitle"};
+  Outlet<Label> lbDescription_{*this, "uiLbDescription"};
+  Outlet<Button> btChangeWord_{*this, "uiBtChangeWord"};
+  Outlet<Button> btPlay_{*this, "uiBtPlay"};
+  Outlet<Button> btNext_{*this, "uiBtNext"};
+  Outlet<Button> btInfo_{*this, "uiBtInfo"};
+  Outlet<TextField> tfWord_{*this, "uiTfWord"};
+  Outlet<ActivityIndicator> activityIndicator_{*this, "uiActivityIndicator"};
 };
 
 }  // namespace quorvel

@@ -18,12 +18,6 @@ ReadText_v1_ViewController::ReadText_v1_ViewController(ScreenContext context)
     : RecordingViewController("ReadText_v1_ViewController", ScreenType::read_text_v1,
                               "uiViewProgressBarBackground", "recordingReadWord.m4a",
                               std::move(context)) {
-  for (const char* name : {"uiLbTitle", "uiLbDescription", "uiLbWord", "uiLbTimer"}) {
-    registerOutlet<Label>(name);
-  }
-  for (const char* name : {"uiBtRecord", "uiBtPlay", "uiBtRecordAgain", "uiBtNext"}) {
-    registerOutlet<Button>(name);
-  }
   registerAction("uiBtRecord_TouchUpInside", [this] { record(); });
   registerAction("uiBtPlay_TouchUpInside", [this] { play(); });
   registerAction("uiBtRecordAgain_TouchUpInside", [this] { showIdle(); });
@@ -35,27 +29,27 @@ ReadText_v1_ViewController::~ReadText_v1_ViewController() {
 }
 
 void ReadText_v1_ViewController::viewDidLoad() {
-  outlet<View>("view").backgroundColor = look().backgroundColor();
-  auto& title = outlet<Label>("uiLbTitle");
+  view()->backgroundColor = look().backgroundColor();
+  auto& title = *lbTitle_;
   title.text = look().copy("read_word_test_title");
   look().styleTitle(title);
-  auto& description = outlet<Label>("uiLbDescription");
+  auto& description = *lbDescription_;
   description.text = look().copy("read_word_test_description");
   look().styleBody(description);
-  look().styleTitle(outlet<Label>("uiLbWord"));
-  auto& timer = outlet<Label>("uiLbTimer");
+  look().styleTitle(*lbWord_);
+  auto& timer = *lbTimer_;
   look().styleBody(timer);
   timer.hidden = true;
-  outlet<Button>("uiBtRecord").image = Image::asset("record.circle", true);
+  btRecord_->image = Image::asset("record.circle", true);
   showRecordButton(false);
-  auto& play = outlet<Button>("uiBtPlay");
+  auto& play = *btPlay_;
   play.image = Image::asset("play.circle.fill", true);
   play.tintColor = look().themeColor();
   play.accessibilityLabel = look().copy("accessibility_play_recording");
-  auto& again = outlet<Button>("uiBtRecordAgain");
+  auto& again = *btRecordAgain_;
   again.title = look().copy("record_again");
   again.titleColor = look().themeColor();
-  auto& next = outlet<Button>("uiBtNext");
+  auto& next = *btNext_;
   next.title = look().copy("next");
   look().styleMainButton(next);
   showIdle();
@@ -76,20 +70,20 @@ std::string ReadText_v1_ViewController::timerText(double seconds) {
 }
 
 void ReadText_v1_ViewController::permissionAnswered() {
-  outlet<Button>("uiBtNext").hidden = true;
+  btNext_->hidden = true;
   showIdle();
   const auto& words = WordLists::readWords(look().context().language);
   word_ = words[WordLists::randomIndex(words.size())];
-  outlet<Label>("uiLbWord").text = word_;
+  lbWord_->text = word_;
   tick();
 }
 
 void ReadText_v1_ViewController::showIdle() {
   if (finished()) return;
-  outlet<Button>("uiBtRecord").hidden = false;
-  outlet<Button>("uiBtPlay").hidden = true;
-  outlet<Button>("uiBtRecordAgain").hidden = true;
-  outlet<Button>("uiBtNext").hidden = true;
+  btRecord_->hidden = false;
+  btPlay_->hidden = true;
+  btRecordAgain_->hidden = true;
+  btNext_->hidden = true;
 }
 
 void ReadText_v1_ViewController::record() {
@@ -113,7 +107,7 @@ void ReadText_v1_ViewController::record() {
 
 void ReadText_v1_ViewController::showRecordButton(bool recording) {
   // While recording, the same button stops: it shows so, as the play button does while playing.
-  auto& button = outlet<Button>("uiBtRecord");
+  auto& button = *btRecord_;
   button.tintColor = recording ? Color::white() : look().themeColor();
   button.backgroundColor = recording ? std::optional<Color>(look().themeColor()) : std::nullopt;
   button.accessibilityLabel =
@@ -129,10 +123,10 @@ void ReadText_v1_ViewController::recordingEnded(bool successfully) {
     showIdle();
     return;
   }
-  outlet<Button>("uiBtRecordAgain").hidden = false;
-  outlet<Button>("uiBtPlay").hidden = false;
-  outlet<Button>("uiBtNext").hidden = false;
-  outlet<Button>("uiBtRecord").hidden = true;
+  btRecordAgain_->hidden = false;
+  btPlay_->hidden = false;
+  btNext_->hidden = false;
+  btRecord_->hidden = true;
 }
 
 void ReadText_v1_ViewController::play() {
@@ -145,7 +139,7 @@ void ReadText_v1_ViewController::play() {
 }
 
 void ReadText_v1_ViewController::tick() {
-  auto& label = outlet<Label>("uiLbTimer");
+  auto& label = *lbTimer_;
   if (playing_) {
     label.text = timerText(ports().audioPlayer->currentTime());
     label.hidden = false;

@@ -46,6 +46,15 @@ class ReadText_v1_ViewController : public RecordingViewController {
   unsigned playback_ = 0;
   double recordingDuration_ = 0;
   std::shared_ptr<WorkItem> timer_;
+
+  Outlet<Label> lbTitle_{*this, "uiLbTitle"};
+  Outlet<Label> lbDescription_{*this, "uiLbDescription"};
+  Outlet<Label> lbWord_{*this, "uiLbWord"};
+  Outlet<Label> lbTimer_{*this, "uiLbTimer"};
+  Outlet<Button> btRecord_{*this, "uiBtRecord"};
+  Outlet<Button> btPlay_{*this, "uiBtPlay"};
+  Outlet<Button> btRecordAgain_{*this, "uiBtRecordAgain"};
+  Outlet<Button> btNext_{*this, "uiBtNext"};
 };
 
 }  // namespace quorvel

@@ -10,10 +10,6 @@ SpeakerRecording_v1_ViewController::SpeakerRecording_v1_ViewController(ScreenCon
     : RecordingViewController("SpeakerRecording_v1_ViewController",
                               ScreenType::speaker_recording_v1, "uiViewProgressBarBackground",
                               "recording.m4a", std::move(context)) {
-  registerOutlet<Label>("uiLbTitle");
-  registerOutlet<Label>("uiLbDescription");
-  registerOutlet<Button>("uiBtStartTest");
-  registerOutlet<Button>("uiBtInfo");
   registerAction("uiBtStartTest_TouchUpInside", [this] { start(); });
   registerAction("recordTapped", [this] { start(); });
   registerAction("uiBtInfo_TouchUpInside",
@@ -21,18 +17,18 @@ SpeakerRecording_v1_ViewController::SpeakerRecording_v1_ViewController(ScreenCon
 }
 
 void SpeakerRecording_v1_ViewController::viewDidLoad() {
-  outlet<View>("view").backgroundColor = look().backgroundColor();
-  auto& title = outlet<Label>("uiLbTitle");
+  view()->backgroundColor = look().backgroundColor();
+  auto& title = *lbTitle_;
   title.text = look().copy("speaker_record_title");
   look().styleTitle(title);
-  auto& description = outlet<Label>("uiLbDescription");
-  auto& start = outlet<Button>("uiBtStartTest");
+  auto& description = *lbDescription_;
+  auto& start = *btStartTest_;
   start.title = look().copy("speaker_record_start_test");
   // The description names the button.
   description.text = Localization::format(look().copy("speaker_record_description"), {start.title});
   look().styleBody(description);
   look().styleMainButton(start);
-  auto& info = outlet<Button>("uiBtInfo");
+  auto& info = *btInfo_;
   info.image = Image::asset("info.circle", true);
   info.tintColor = look().themeColor();
   info.accessibilityLabel = look().copy("accessibility_more_information");
@@ -43,7 +39,7 @@ void SpeakerRecording_v1_ViewController::viewDidLoad() {
 void SpeakerRecording_v1_ViewController::start() {
   if (started_ || finished()) return;
   started_ = true;
-  outlet<Button>("uiBtStartTest").enabled = false;
+  btStartTest_->enabled = false;
   showLoadingView();
   if (!startRecording(whileAlive<bool>([this](bool successfully) {
         if (!successfully) finish(result(false, std::nullopt));

@@ -26,6 +26,11 @@ class SpeakerRecording_v1_ViewController : public RecordingViewController {
   void reportCancelled() override;
 
   bool started_ = false;
+
+  Outlet<Label> lbTitle_{*this, "uiLbTitle"};
+  Outlet<Label> lbDescription_{*this, "uiLbDescription"};
+  Outlet<Button> btStartTest_{*this, "uiBtStartTest"};
+  Outlet<Button> btInfo_{*this, "uiBtInfo"};
 };
 
 }  // namespace quorvel

@@ -35,19 +35,15 @@ Buttons_v1_ViewController::Buttons_v1_ViewController(ScreenContext context)
     : TestViewController("Buttons_v1_ViewController", ScreenType::buttons_v1,
                          "uiViewProgressBarBackground", std::move(context)),
       volumeListener_(ports()),
-      currentVolume_(ports().audioSession->outputVolume()) {
-  registerOutlet<ImageView>("uiImage");
-  registerOutlet<Label>("uiLbTitle");
-  registerOutlet<Label>("uiLbDescription");
-}
+      currentVolume_(ports().audioSession->outputVolume()) {}
 
 void Buttons_v1_ViewController::viewDidLoad() {
   TestViewController::viewDidLoad();
-  outlet<View>("view").backgroundColor = look().backgroundColor();
-  auto& title = outlet<Label>("uiLbTitle");
+  view()->backgroundColor = look().backgroundColor();
+  auto& title = *lbTitle_;
   title.text = look().copy("buttons_test_title");
   look().styleTitle(title);
-  look().styleBody(outlet<Label>("uiLbDescription"));
+  look().styleBody(*lbDescription_);
   showPhase();
   if (!volumeListener_.hasSetup) {
     volumeListener_.setup();
@@ -62,9 +58,8 @@ void Buttons_v1_ViewController::viewDidLoad() {
 
 void Buttons_v1_ViewController::showPhase() {
   auto phase = lookOf(currentTestPhase_);
-  outlet<ImageView>("uiImage").image =
-      Image::asset(DeviceImages::imageName(phase.imageKind, *ports().device));
-  outlet<Label>("uiLbDescription").text = look().copy(phase.descriptionKey);
+  image_->image = Image::asset(DeviceImages::imageName(phase.imageKind, *ports().device));
+  lbDescription_->text = look().copy(phase.descriptionKey);
   // Screenshots count only in their own phase.
   if (currentTestPhase_ == TestPhase::Screenshot) {
     keepObserving(kScreenshotObservation, ports().screenshotEvents->addObserver(

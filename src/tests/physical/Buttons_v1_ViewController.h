@@ -40,6 +40,10 @@ class Buttons_v1_ViewController : public TestViewController {
   VolumeListener volumeListener_;
   // The last level seen, to tell a press up from a press down.
   float currentVolume_;
+
+  Outlet<ImageView> image_{*this, "uiImage"};
+  Outlet<Label> lbTitle_{*this, "uiLbTitle"};
+  Outlet<Label> lbDescription_{*this, "uiLbDescription"};
 };
 
 }  // namespace quorvel

@@ -15,10 +15,6 @@ constexpr const char* kBatteryObservation = "battery";
 Charging_v1_ViewController::Charging_v1_ViewController(ScreenContext context)
     : TestViewController("Charging_v1_ViewController", ScreenType::charging_v1,
                          "uiViewProgressBarBackground", std::move(context)) {
-  registerOutlet<Label>("uiLbTitle");
-  registerOutlet<Label>("uiLbDescription");
-  registerOutlet<ImageView>("uiImage");
-  registerOutlet<Button>("uiBtNext");
   registerAction("uiBtNext_TouchUpInside", [this] { next(); });
 }
 
@@ -29,12 +25,12 @@ Charging_v1_ViewController::~Charging_v1_ViewController() {
 void Charging_v1_ViewController::viewDidLoad() {
   TestViewController::viewDidLoad();
   hasChargingBeenDetected_ = false;
-  outlet<View>("view").backgroundColor = look().backgroundColor();
-  auto& title = outlet<Label>("uiLbTitle");
+  view()->backgroundColor = look().backgroundColor();
+  auto& title = *lbTitle_;
   title.text = look().copy("charging_test_title");
   look().styleTitle(title);
-  look().styleBody(outlet<Label>("uiLbDescription"));
-  auto& nextButton = outlet<Button>("uiBtNext");
+  look().styleBody(*lbDescription_);
+  auto& nextButton = *btNext_;
   nextButton.title = look().copy("next");
   look().styleMainButton(nextButton);
   nextButton.hidden = true;
@@ -42,11 +38,10 @@ void Charging_v1_ViewController::viewDidLoad() {
 }
 
 void Charging_v1_ViewController::showDetectionState(bool detected) {
-  outlet<ImageView>("uiImage").image =
-      Image::asset(detected ? "power_cable_plugged" : "power_cable_unplugged");
-  outlet<Label>("uiLbDescription").text = look().copy(
-      detected ? "charging_test_description_plugged" : "charging_test_description_unplugged");
-  outlet<Button>("uiBtNext").hidden = !hasChargingBeenDetected_;
+  image_->image = Image::asset(detected ? "power_cable_plugged" : "power_cable_unplugged");
+  lbDescription_->text = look().copy(detected ? "charging_test_description_plugged"
+                                              : "charging_test_description_unplugged");
+  btNext_->hidden = !hasChargingBeenDetected_;
 }
 
 void Charging_v1_ViewController::startMonitoring() {

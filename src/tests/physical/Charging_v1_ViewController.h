@@ -33,6 +33,11 @@ class Charging_v1_ViewController : public TestViewController {
                            std::optional<float> batteryLevel);
 
   bool hasChargingBeenDetected_ = false;
+
+  Outlet<Label> lbTitle_{*this, "uiLbTitle"};
+  Outlet<Label> lbDescription_{*this, "uiLbDescription"};
+  Outlet<ImageView> image_{*this, "uiImage"};
+  Outlet<Button> btNext_{*this, "uiBtNext"};
 };
 
 }  // namespace quorvel

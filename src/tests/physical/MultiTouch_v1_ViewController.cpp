@@ -7,29 +7,26 @@ namespace quorvel {
 
 MultiTouch_v1_ViewController::MultiTouch_v1_ViewController(ScreenContext context)
     : TestViewController("MultiTouch_v1_ViewController", ScreenType::multi_touch_v1, "uiHeaderView",
-                         std::move(context)) {
-  registerOutlet<Label>("uiLbTitle");
-  registerOutlet<Label>("uiLbDescription");
-}
+                         std::move(context)) {}
 
 void MultiTouch_v1_ViewController::viewDidLoad() {
   TestViewController::viewDidLoad();
-  outlet<View>("view").backgroundColor = look().backgroundColor();
-  auto& title = outlet<Label>("uiLbTitle");
+  view()->backgroundColor = look().backgroundColor();
+  auto& title = *lbTitle_;
   title.text = look().copy("multi_touch_title");
   look().styleTitle(title);
-  auto& description = outlet<Label>("uiLbDescription");
+  auto& description = *lbDescription_;
   description.text = look().copy("multi_touch_description");
   look().styleBody(description);
 
-  removeGestureRecognizers("view");
-  addGestureRecognizer("view", std::make_shared<TapGestureRecognizer>(
-                                   3, [this](GestureRecognizer&) { tapDetected(); }));
+  removeGestureRecognizers(view().name());
+  addGestureRecognizer(view().name(), std::make_shared<TapGestureRecognizer>(
+                                          3, [this](GestureRecognizer&) { tapDetected(); }));
 }
 
 void MultiTouch_v1_ViewController::tapDetected() {
   // Gone before reporting, so that a second tap cannot report again.
-  removeGestureRecognizers("view");
+  removeGestureRecognizers(view().name());
   report(true);
 }
 

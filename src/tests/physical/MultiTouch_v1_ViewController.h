@@ -21,6 +21,9 @@ class MultiTouch_v1_ViewController : public TestViewController {
   void report(bool success);
   void couldNotCompleteTest() override;
   void cancelTest() override;
+
+  Outlet<Label> lbTitle_{*this, "uiLbTitle"};
+  Outlet<Label> lbDescription_{*this, "uiLbDescription"};
 };
 
 }  // namespace quorvel

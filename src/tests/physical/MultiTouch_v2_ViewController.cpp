@@ -21,47 +21,39 @@ constexpr const char* kSlideOn = "imgSlideFingerOn";
 MultiTouch_v2_ViewController::MultiTouch_v2_ViewController(ScreenContext context)
     : TestViewController("MultiTouch_v2_ViewController", ScreenType::multi_touch_v2, "uiHeaderView",
                          std::move(context)) {
-  for (const char* name :
-       {"uiBackgroundView", "uiHeaderContainerView", "uiTestView", "uiSliderView"}) {
-    registerOutlet<View>(name);
-  }
-  registerOutlet<Label>("uiLbTitle");
-  registerOutlet<Label>("uiLbDescription");
-  registerOutlet<ImageView>("uiImageSlide");
-  registerOutlet<Button>("uiBtNext");
   registerAction("uiBtNext_TouchUpInside", [this] { report(true); });
 }
 
 void MultiTouch_v2_ViewController::viewDidLoad() {
   TestViewController::viewDidLoad();
-  outlet<View>("uiBackgroundView").backgroundColor = look().backgroundColor();
-  auto& title = outlet<Label>("uiLbTitle");
+  backgroundView_->backgroundColor = look().backgroundColor();
+  auto& title = *lbTitle_;
   title.text = look().text(keys::Copy::title, "multi_touch_v2_title");
   look().styleTitle(title);
-  auto& description = outlet<Label>("uiLbDescription");
+  auto& description = *lbDescription_;
   description.text = look().text(keys::Copy::text, "multi_touch_v2_description");
   look().styleBody(description);
 
-  auto& slide = outlet<ImageView>("uiImageSlide");
+  auto& slide = *imageSlide_;
   slide.image = look().image(keys::Elements::imageOff).value_or(Image::asset(kSlideOff));
   slide.tintColor.reset();
 
-  auto& nextButton = outlet<Button>("uiBtNext");
+  auto& nextButton = *btNext_;
   nextButton.title = look().copy("next");
   look().styleMainButton(nextButton);
   nextButton.hidden = true;
 
-  addGestureRecognizer("uiSliderView",
+  addGestureRecognizer(sliderView_.name(),
                        std::make_shared<PanGestureRecognizer>(
                            2, 2, [this](GestureRecognizer& sender) { panedView(sender); }));
-  outlet<Button>("uiBtCouldntCompleteTest").userInteractionEnabled = true;
+  btCouldntCompleteTest_->userInteractionEnabled = true;
 }
 
 void MultiTouch_v2_ViewController::panedView(GestureRecognizer& sender) {
   // Reset on every event, the ended one included: the travel checked below is therefore the
   // final depth in the slider, however far the fingers moved.
   startLocation_ = {0, 0};
-  double height = outlet<ImageView>("uiImageSlide").bounds.height;
+  double height = imageSlide_->bounds.height;
   switch (sender.state()) {
     case GestureState::changed:
       previousLocation_ = currentLocation_;
@@ -91,13 +83,13 @@ void MultiTouch_v2_ViewController::panedView(GestureRecognizer& sender) {
 }
 
 void MultiTouch_v2_ViewController::showSlideOff() {
-  auto& slide = outlet<ImageView>("uiImageSlide");
+  auto& slide = *imageSlide_;
   slide.image = Image::asset(kSlideOff);
   slide.tintColor.reset();
 }
 
 void MultiTouch_v2_ViewController::showSlideOn(double alpha) {
-  auto& slide = outlet<ImageView>("uiImageSlide");
+  auto& slide = *imageSlide_;
   slide.image = Image::asset(kSlideOn, true);
   // A colour's alpha lives in 0...1; fingers may go past either edge of the picture.
   slide.tintColor = look().themeColor().withAlpha(alpha > 0 ? std::min(alpha, 1.0) : 0.0);
@@ -105,15 +97,15 @@ void MultiTouch_v2_ViewController::showSlideOn(double alpha) {
 
 void MultiTouch_v2_ViewController::slideSucceeded() {
   if (auto hostPicture = look().image(keys::Elements::imageOn)) {
-    auto& slide = outlet<ImageView>("uiImageSlide");
+    auto& slide = *imageSlide_;
     slide.image = *hostPicture;
     slide.tintColor.reset();
   } else {
     showSlideOn(1.0);
   }
-  outlet<Button>("uiBtNext").hidden = false;
+  btNext_->hidden = false;
   // No later attempt may turn the picture off again.
-  removeGestureRecognizers("uiSliderView");
+  removeGestureRecognizers(sliderView_.name());
 }
 
 void MultiTouch_v2_ViewController::report(bool success) {

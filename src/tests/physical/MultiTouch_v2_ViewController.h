@@ -33,6 +33,15 @@ class MultiTouch_v2_ViewController : public TestViewController {
   Point startLocation_;
   Point previousLocation_;
   Point currentLocation_;
+
+  Outlet<View> backgroundView_{*this, "uiBackgroundView"};
+  Outlet<View> headerContainerView_{*this, "uiHeaderContainerView"};
+  Outlet<View> testView_{*this, "uiTestView"};
+  Outlet<View> sliderView_{*this, "uiSliderView"};
+  Outlet<Label> lbTitle_{*this, "uiLbTitle"};
+  Outlet<Label> lbDescription_{*this, "uiLbDescription"};
+  Outlet<ImageView> imageSlide_{*this, "uiImageSlide"};
+  Outlet<Button> btNext_{*this, "uiBtNext"};
 };
 
 }  // namespace quorvel

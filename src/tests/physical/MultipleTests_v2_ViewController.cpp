@@ -33,10 +33,6 @@ MultipleTests_v2_ViewController::MultipleTests_v2_ViewController(ScreenContext c
                          "uiHeaderView", context),
       supportedTests{ScreenType::buttons_v2, ScreenType::charging_v2},
       selectedTests(std::move(context.multipleTestsList)) {
-  registerOutlet<View>("uiMainBackgroundView");
-  registerOutlet<View>("uiTestView");
-  registerOutlet<Table>("uiTableView");
-  registerOutlet<Button>("uiBtNext");
   registerAction("uiBtNext_TouchUpInside", [this] { next(); });
 }
 
@@ -48,8 +44,8 @@ TestViewState MultipleTests_v2_ViewController::state(const std::string& rowKey) 
 
 void MultipleTests_v2_ViewController::viewDidLoad() {
   TestViewController::viewDidLoad();
-  outlet<View>("uiMainBackgroundView").backgroundColor = look().backgroundColor();
-  auto& nextButton = outlet<Button>("uiBtNext");
+  mainBackgroundView_->backgroundColor = look().backgroundColor();
+  auto& nextButton = *btNext_;
   nextButton.title = look().copy("next");
   look().styleMainButton(nextButton);
   nextButton.hidden = true;
@@ -69,7 +65,7 @@ void MultipleTests_v2_ViewController::viewDidLoad() {
   for (const auto& row : testsToPerform_) {
     testsResults_[row] = {{"state", static_cast<int>(TestViewState::unfocused)}};
   }
-  outlet<Table>("uiTableView").registeredCells = {MultipleTestsTableViewCell::reuseIdentifier};
+  tableView_->registeredCells = {MultipleTestsTableViewCell::reuseIdentifier};
   // Registers the battery observer ahead of time; nothing can pass before a row is focused.
   if (holds(testsToPerform_, ScreenType::charging_v2)) startChargingDetector();
   moveToNextTest();
@@ -86,8 +82,8 @@ void MultipleTests_v2_ViewController::moveToNextTest() {
   currentTestPos_ += 1;
   const std::string* row = focusedRow();
   if (!row) {
-    outlet<Button>("uiBtNext").hidden = false;
-    outlet<Button>("uiBtCouldntCompleteTest").hidden = true;
+    btNext_->hidden = false;
+    btCouldntCompleteTest_->hidden = true;
     reloadTable();
     return;
   }
@@ -156,7 +152,7 @@ void MultipleTests_v2_ViewController::finishRow(const std::string& rowKey, bool 
 }
 
 void MultipleTests_v2_ViewController::reloadTable() {
-  auto& table = outlet<Table>("uiTableView");
+  auto& table = *tableView_;
   table.rows.clear();
   for (const auto& row : testsToPerform_) {
     table.rows.push_back(

@@ -53,6 +53,11 @@ class MultipleTests_v2_ViewController : public TestViewController {
   int currentTestPos_ = -1;
   // The last output level seen, to tell a press up from a press down.
   float currentVolume_ = 0;
+
+  Outlet<View> mainBackgroundView_{*this, "uiMainBackgroundView"};
+  Outlet<View> testView_{*this, "uiTestView"};
+  Outlet<Table> tableView_{*this, "uiTableView"};
+  Outlet<Button> btNext_{*this, "uiBtNext"};
 };
 
 }  // namespace quorvel

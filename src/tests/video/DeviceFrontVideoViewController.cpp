@@ -44,19 +44,6 @@ DeviceFrontVideoViewController::DeviceFrontVideoViewController(std::string inter
                          std::move(context)),
       version_(std::move(version)),
       customizable_(customizable) {
-  for (const char* name : {"uiInitialView", "uiColorsView", "uiVideoView"}) {
-    registerOutlet<View>(name);
-  }
-  for (const char* name : {"uiLbTitle", "uiLbDescription", "uiLbMD5", "uiLbVideoReviewTitle",
-                           "uiLbVideoReviewDescription"}) {
-    registerOutlet<Label>(name);
-  }
-  registerOutlet<ImageView>("uiImage");
-  registerOutlet<ImageView>("uiVideoReviewImage");
-  for (const char* name : {"uiBtNext", "uiBtTryAgain", "uiBtInfo", "uiBtPlayVideo",
-                           "uiBtVideoReviewNext", "uiBtVideoReviewCouldntComplete"}) {
-    registerOutlet<Button>(name);
-  }
   registerAction("uiBtTryAgain_TouchUpInside", [this] { showInitialStep(); });
   registerAction("uiBtInfo_TouchUpInside", [this] { showInfo(); });
   registerAction("uiBtPlayVideo_TouchUpInside", [this] { playVideo(); });
@@ -80,29 +67,27 @@ std::string DeviceFrontVideoViewController::renderedMoviePath() const {
 
 void DeviceFrontVideoViewController::viewDidLoad() {
   TestViewController::viewDidLoad();
-  outlet<View>("view").backgroundColor = look().backgroundColor();
-  look().styleTitle(outlet<Label>("uiLbTitle"));
-  look().styleBody(outlet<Label>("uiLbDescription"));
-  look().styleTitle(outlet<Label>("uiLbVideoReviewTitle"));
-  look().styleBody(outlet<Label>("uiLbVideoReviewDescription"));
-  for (const char* name : {"uiBtNext", "uiBtVideoReviewNext"}) {
-    look().styleMainButton(outlet<Button>(name));
-  }
-  auto& couldNotComplete = outlet<Button>("uiBtVideoReviewCouldntComplete");
+  view()->backgroundColor = look().backgroundColor();
+  look().styleTitle(*lbTitle_);
+  look().styleBody(*lbDescription_);
+  look().styleTitle(*lbVideoReviewTitle_);
+  look().styleBody(*lbVideoReviewDescription_);
+  for (Outlet<Button>* button : {&btNext_, &btVideoReviewNext_}) look().styleMainButton(**button);
+  auto& couldNotComplete = *btVideoReviewCouldntComplete_;
   couldNotComplete.title = look().copy("could_not_complete_test");
   couldNotComplete.titleColor = look().customization().skipTestButtonColor;
-  auto& info = outlet<Button>("uiBtInfo");
+  auto& info = *btInfo_;
   info.image = Image::asset("info.circle", true);
   info.tintColor = look().themeColor();
   info.accessibilityLabel = look().copy("accessibility_more_information");
-  auto& play = outlet<Button>("uiBtPlayVideo");
+  auto& play = *btPlayVideo_;
   play.image = Image::asset("play.circle.fill", true);
   play.tintColor = Color::white();
   play.accessibilityLabel = look().copy("accessibility_play_video");
-  outlet<Button>("uiBtTryAgain").titleColor = look().themeColor();
+  btTryAgain_->titleColor = look().themeColor();
 
   // Read in the mirror, the label must be written backwards.
-  auto& label = outlet<Label>("uiLbMD5");
+  auto& label = *lbMD5_;
   label.mirrored = true;
   const std::string seed = look().context().deviceInfoSHA256 + currentTimestamp();
   md5_ = CryptoHelper::hexString(CryptoHelper::md5(seed));
@@ -143,7 +128,7 @@ void DeviceFrontVideoViewController::showStartCode() {
 }
 
 void DeviceFrontVideoViewController::showCode(const std::string& text) {
-  auto& image = outlet<ImageView>("uiImage");
+  auto& image = *image_;
   image.image = QRCodeHelper::generateQRCode(text);
   image.tintColor.reset();
   image.hidden = false;
@@ -222,8 +207,8 @@ void DeviceFrontVideoViewController::runColourSequence(std::function<void()> atE
   // Every step counts from this one moment, so a late step does not delay the ones after it.
   for (const auto& step : kColourSteps) {
     auto show = [this, step] {
-      outlet<View>("uiColorsView").backgroundColor = step.background;
-      outlet<Label>("uiLbMD5").textColor = step.label;
+      colorsView_->backgroundColor = step.background;
+      lbMD5_->textColor = step.label;
     };
     if (step.at == 0) {
       show();
@@ -242,39 +227,37 @@ void DeviceFrontVideoViewController::runColourSequence(std::function<void()> atE
 }
 
 void DeviceFrontVideoViewController::showViews(bool initial, bool colours, bool review) {
-  outlet<View>("uiInitialView").hidden = !initial;
-  outlet<View>("uiColorsView").hidden = !colours;
-  outlet<View>("uiVideoView").hidden = !review;
+  initialView_->hidden = !initial;
+  colorsView_->hidden = !colours;
+  videoView_->hidden = !review;
 }
 
 void DeviceFrontVideoViewController::showInitialStep() {
   stopEverything();
   step_ = Step::initial;
   showViews(true, false, false);
-  outlet<Label>("uiLbTitle").text = text("initial_title", "screen_test_title_initial");
-  outlet<Label>("uiLbDescription").text =
-      text("initial_description", "screen_test_description_initial");
-  auto& image = outlet<ImageView>("uiImage");
+  lbTitle_->text = text("initial_title", "screen_test_title_initial");
+  lbDescription_->text = text("initial_description", "screen_test_description_initial");
+  auto& image = *image_;
   auto hostImage = customizable_ ? look().image("image_initial_screen") : std::nullopt;
   image.image = hostImage.value_or(Image::asset("imageMirrorTest"));
   image.hidden = false;
-  auto& next = outlet<Button>("uiBtNext");
+  auto& next = *btNext_;
   next.title = text("initial_next_button", "next");
   next.hidden = false;
-  outlet<Button>("uiBtCouldntCompleteTest").hidden = false;
+  btCouldntCompleteTest_->hidden = false;
   initialShown();
 }
 
 void DeviceFrontVideoViewController::showReviewStep() {
   step_ = Step::review;
   showViews(false, false, true);
-  outlet<Label>("uiLbVideoReviewTitle").text =
-      text("video_review_title", "screen_test_title_video_review");
-  outlet<Label>("uiLbVideoReviewDescription").text =
+  lbVideoReviewTitle_->text = text("video_review_title", "screen_test_title_video_review");
+  lbVideoReviewDescription_->text =
       text("video_review_description", "screen_test_description_video_review");
-  outlet<Button>("uiBtVideoReviewNext").title = text("video_review_next_button", "next");
-  outlet<Button>("uiBtTryAgain").title = text("video_review_try_again", "try_again");
-  outlet<ImageView>("uiVideoReviewImage").image.reset();
+  btVideoReviewNext_->title = text("video_review_next_button", "next");
+  btTryAgain_->title = text("video_review_try_again", "try_again");
+  videoReviewImage_->image.reset();
   whenRecordingEnds([this] { showThumbnail(); });
   reviewShown();
 }
@@ -283,7 +266,7 @@ void DeviceFrontVideoViewController::showThumbnail() {
   if (step_ != Step::review) return;
   auto picture = ports().mediaExport->thumbnail(moviePath());
   if (!picture) logLine("The recording has no picture to show: " + moviePath());
-  outlet<ImageView>("uiVideoReviewImage").image = std::move(picture);
+  videoReviewImage_->image = std::move(picture);
 }
 
 void DeviceFrontVideoViewController::showInfo() { alert("", infoText()); }

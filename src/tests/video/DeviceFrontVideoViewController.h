@@ -96,6 +96,13 @@ class DeviceFrontVideoViewController : public TestViewController {
   // The result: success, the upload's address, and on success the label and codes.
   Dictionary result(bool success, const std::optional<std::string>& url = std::nullopt) const;
 
+  // Outlets the versions change as well.
+  Outlet<Label> lbTitle_{*this, "uiLbTitle"};
+  Outlet<Label> lbDescription_{*this, "uiLbDescription"};
+  Outlet<ImageView> image_{*this, "uiImage"};
+  Outlet<Button> btNext_{*this, "uiBtNext"};
+  Outlet<Button> btVideoReviewNext_{*this, "uiBtVideoReviewNext"};
+
  private:
   void couldNotCompleteTest() override;
   void cancelTest() override;
@@ -121,6 +128,18 @@ class DeviceFrontVideoViewController : public TestViewController {
   std::vector<std::function<void()>> afterRecording_;
   std::vector<std::shared_ptr<WorkItem>> pending_;
   std::shared_ptr<LoadingView> loadingView_;
+
+  Outlet<View> initialView_{*this, "uiInitialView"};
+  Outlet<View> colorsView_{*this, "uiColorsView"};
+  Outlet<View> videoView_{*this, "uiVideoView"};
+  Outlet<Label> lbMD5_{*this, "uiLbMD5"};
+  Outlet<Label> lbVideoReviewTitle_{*this, "uiLbVideoReviewTitle"};
+  Outlet<Label> lbVideoReviewDescription_{*this, "uiLbVideoReviewDescription"};
+  Outlet<ImageView> videoReviewImage_{*this, "uiVideoReviewImage"};
+  Outlet<Button> btTryAgain_{*this, "uiBtTryAgain"};
+  Outlet<Button> btInfo_{*this, "uiBtInfo"};
+  Outlet<Button> btPlayVideo_{*this, "uiBtPlayVideo"};
+  Outlet<Button> btVideoReviewCouldntComplete_{*this, "uiBtVideoReviewCouldntComplete"};
 };
 
 }  // namespace quorvel

@@ -20,10 +20,9 @@ void DeviceFrontVideo_v1_ViewController::viewDidLoad() {
 void DeviceFrontVideo_v1_ViewController::showInstructions() {
   if (step() != Step::initial) return;
   setStep(Step::instructions);
-  outlet<Label>("uiLbTitle").text = look().copy("screen_test_title_instructions");
-  outlet<Label>("uiLbDescription").text =
-      look().copy("screen_test_description_instructions_start_ios");
-  outlet<Button>("uiBtNext").hidden = true;
+  lbTitle_->text = look().copy("screen_test_title_instructions");
+  lbDescription_->text = look().copy("screen_test_description_instructions_start_ios");
+  btNext_->hidden = true;
   showStartCode();
   startScanning();
 }
@@ -66,10 +65,7 @@ void DeviceFrontVideo_v1_ViewController::startCodeRead() {
   after(kColoursDelay, [this] {
     playSound("testfile");
     runColourSequence(
-        [this] {
-          outlet<Label>("uiLbDescription").text =
-              look().copy("screen_test_description_instructions_end");
-        },
+        [this] { lbDescription_->text = look().copy("screen_test_description_instructions_end"); },
         [this] {
           stopRecording();
           startScanning();

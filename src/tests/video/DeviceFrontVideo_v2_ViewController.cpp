@@ -12,10 +12,6 @@ DeviceFrontVideo_v2_ViewController::DeviceFrontVideo_v2_ViewController(ScreenCon
     : DeviceFrontVideoViewController("DeviceFrontVideo_v2_ViewController",
                                      ScreenType::device_front_video_v2, "2", true,
                                      std::move(context)) {
-  registerOutlet<VideoPreview>("uiViewVideoPreview");
-  registerOutlet<View>("uiVideoOverlay");
-  registerOutlet<Button>("uiBtStartRecording");
-  registerOutlet<CheckBox>("uiCheckBoxTerms");
   registerAction("uiBtNext_TouchUpInside", [this] { next(); });
   registerAction("uiBtStartRecording_TouchUpInside", [this] { startRecordingPressed(); });
   registerAction("uiCheckBoxTerms_TouchUpInside", [this] { termsToggled(); });
@@ -28,19 +24,19 @@ void DeviceFrontVideo_v2_ViewController::viewDidLoad() {
   volumeObservation_ = session.observeOutputVolume(
       whileAlive<float>([this](float volume) { currentVolume_ = volume; }));
   // A round record button, as cameras have: it needs no words on screen, only for a screen reader.
-  auto& record = outlet<Button>("uiBtStartRecording");
+  auto& record = *btStartRecording_;
   record.image = Image::asset("record.circle");
   record.accessibilityLabel = look().copy("accessibility_start_recording");
-  auto& box = outlet<CheckBox>("uiCheckBoxTerms");
+  auto& box = *checkBoxTerms_;
   box.title = text(keys::Copy::video_review_checkbox_text, "screen_test_review_checkbox_text");
   box.tintColor = look().themeColor();
   box.textColor = look().textColor();
 }
 
 void DeviceFrontVideo_v2_ViewController::initialShown() {
-  outlet<VideoPreview>("uiViewVideoPreview").hidden = true;
-  outlet<View>("uiVideoOverlay").hidden = true;
-  outlet<Button>("uiBtStartRecording").hidden = true;
+  viewVideoPreview_->hidden = true;
+  videoOverlay_->hidden = true;
+  btStartRecording_->hidden = true;
 }
 
 void DeviceFrontVideo_v2_ViewController::next() {
@@ -52,31 +48,30 @@ void DeviceFrontVideo_v2_ViewController::next() {
 void DeviceFrontVideo_v2_ViewController::showPreview() {
   setStep(Step::preview);
   auto session = ports().camera->startCapture(true);
-  outlet<Label>("uiLbTitle").text = text(keys::Copy::preview_title, "screen_test_title_preview");
-  outlet<Label>("uiLbDescription").text =
-      text(keys::Copy::preview_description, "screen_test_description_preview");
-  outlet<Button>("uiBtNext").hidden = true;
-  outlet<ImageView>("uiImage").hidden = true;
+  lbTitle_->text = text(keys::Copy::preview_title, "screen_test_title_preview");
+  lbDescription_->text = text(keys::Copy::preview_description, "screen_test_description_preview");
+  btNext_->hidden = true;
+  image_->hidden = true;
   if (!session) {
     showScanningNotSupported();
     return;
   }
   setSession(std::move(session));
-  outlet<VideoPreview>("uiViewVideoPreview").hidden = false;
-  outlet<View>("uiVideoOverlay").hidden = false;
-  outlet<Button>("uiBtStartRecording").hidden = false;
+  viewVideoPreview_->hidden = false;
+  videoOverlay_->hidden = false;
+  btStartRecording_->hidden = false;
 }
 
 void DeviceFrontVideo_v2_ViewController::startRecordingPressed() {
   if (step() != Step::preview || !session()) return;
   setStep(Step::recording);
-  outlet<Label>("uiLbTitle").text.clear();
-  outlet<Label>("uiLbDescription").text.clear();
-  outlet<Button>("uiBtNext").hidden = true;
-  outlet<Button>("uiBtCouldntCompleteTest").hidden = true;
-  outlet<Button>("uiBtStartRecording").hidden = true;
-  outlet<VideoPreview>("uiViewVideoPreview").hidden = true;
-  outlet<View>("uiVideoOverlay").hidden = true;
+  lbTitle_->text.clear();
+  lbDescription_->text.clear();
+  btNext_->hidden = true;
+  btCouldntCompleteTest_->hidden = true;
+  btStartRecording_->hidden = true;
+  viewVideoPreview_->hidden = true;
+  videoOverlay_->hidden = true;
   showStartCode();
   // The alert says why; the first step is back, with its way out and another try.
   if (!startRecording()) {
@@ -87,7 +82,7 @@ void DeviceFrontVideo_v2_ViewController::startRecordingPressed() {
   after(kColoursDelay, [this] {
     playSound(look().context().language == SupportedLanguage::portuguese ? "video_test_audio_PT"
                                                                          : "video_test_audio_EN");
-    runColourSequence([this] { outlet<Label>("uiLbDescription").text.clear(); },
+    runColourSequence([this] { lbDescription_->text.clear(); },
                       [this] {
                         playSound("beep");
                         stopRecording();
@@ -98,9 +93,9 @@ void DeviceFrontVideo_v2_ViewController::startRecordingPressed() {
 
 void DeviceFrontVideo_v2_ViewController::reviewShown() {
   termsAccepted_ = false;
-  auto& box = outlet<CheckBox>("uiCheckBoxTerms");
+  auto& box = *checkBoxTerms_;
   box.isChecked = false;
-  auto& next = outlet<Button>("uiBtVideoReviewNext");
+  auto& next = *btVideoReviewNext_;
   next.enabled = false;
   next.alpha = 0.3;
 }
@@ -108,8 +103,8 @@ void DeviceFrontVideo_v2_ViewController::reviewShown() {
 void DeviceFrontVideo_v2_ViewController::termsToggled() {
   if (step() != Step::review) return;
   termsAccepted_ = !termsAccepted_;
-  outlet<CheckBox>("uiCheckBoxTerms").isChecked = termsAccepted_;
-  auto& next = outlet<Button>("uiBtVideoReviewNext");
+  checkBoxTerms_->isChecked = termsAccepted_;
+  auto& next = *btVideoReviewNext_;
   next.enabled = termsAccepted_;
   next.alpha = termsAccepted_ ? 1.0 : 0.3;
 }

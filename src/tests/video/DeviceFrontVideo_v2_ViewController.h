@@ -38,6 +38,11 @@ class DeviceFrontVideo_v2_ViewController : public DeviceFrontVideoViewController
   bool termsAccepted_ = false;
   // Held for the screen's lifetime, not only while it shows: the level matters at any step.
   Subscription volumeObservation_;
+
+  Outlet<VideoPreview> viewVideoPreview_{*this, "uiViewVideoPreview"};
+  Outlet<View> videoOverlay_{*this, "uiVideoOverlay"};
+  Outlet<Button> btStartRecording_{*this, "uiBtStartRecording"};
+  Outlet<CheckBox> checkBoxTerms_{*this, "uiCheckBoxTerms"};
 };
 
 }  // namespace quorvel
