@@ -365,6 +365,21 @@ TEST_F(RunUploadTest, TestAgainStartsOverAndOnlyTheLastResultsAreSent) {
   EXPECT_EQ(outcome->calls, 1);
 }
 
+TEST_F(RunUploadTest, RetryAlertStillUpWhenALaterFinishDeliversIsNotLeftOverTheHost) {
+  env.setAssetsHost("http://127.0.0.1:1");
+  runToEndScreen();
+  auto endScreen = top();
+  press("uiBtDone_TouchUpInside");
+  ASSERT_TRUE(waitForAlert());
+  // A second Finish reaches the end screen before the alert is answered, and this one delivers.
+  env.setAssetsHost(server.address());
+  endScreen->sendAction("uiBtDone_TouchUpInside");
+  ASSERT_TRUE(waitUntil([&] { return outcome->calls > 0; }));
+  EXPECT_EQ(outcome->response->at("status_code"), 200);
+  EXPECT_EQ(stack(), (Names{"HostHome", "HostDetail"}));
+  EXPECT_FALSE(hostNavigation->presentedViewController());
+}
+
 TEST_F(RunUploadTest, AnswerThatIsNotAnObjectLeavesTheRunOpenUnderTheOverlay) {
   ScriptedHttpServer scripted;
   scripted.script({ScriptedHttpServer::Reply::json(200, "[\"stored\"]")});
