@@ -75,18 +75,9 @@ class RunFlowTest : public quorvel::testing::SdkFixture {
     ASSERT_TRUE(waitUntil([&] { return topInterface() == "TestsFinishedViewController"; }));
   }
 
-  std::shared_ptr<AlertController> presentedAlert() const {
-    auto stackShown = navigation();
-    return stackShown
-               ? std::dynamic_pointer_cast<AlertController>(stackShown->presentedViewController())
-               : nullptr;
-  }
-
   bool waitForAlert() {
-    return waitUntil([&] { return presentedAlert() != nullptr; });
+    return waitUntil([&] { return alertOn() != nullptr; });
   }
-
-  bool overlayShown() const { return window && !window->overlays().empty(); }
 
   // A default run on the host's own navigation stack, every test given up, up to the end screen.
   void runToEndScreen() {
@@ -157,7 +148,7 @@ TEST_F(RunFlowTest, EndingPathsAnswerOnceAndGiveTheNavigationBack) {
          env.picker->next = Image::encoded({1, 2, 3});
          press("uiBtAttachImage_TouchUpInside");
          press("uiBtNext_TouchUpInside");
-         auto alert = std::dynamic_pointer_cast<AlertController>(entry->presentedViewController());
+         auto alert = alertOn(entry);
          ASSERT_TRUE(alert);
          alert->performAction(1);  // cancel
          settle();
@@ -228,7 +219,7 @@ TEST_F(RunFlowTest, FailedUploadOffersRetryOrTryLater) {
   EXPECT_TRUE(overlayShown());
   // Nothing listens on the test platform's assets host.
   ASSERT_TRUE(waitForAlert());
-  auto alert = presentedAlert();
+  auto alert = alertOn();
   ASSERT_EQ(alert->actions().size(), 2u);
   EXPECT_EQ(alert->actions()[1].style, AlertActionStyle::destructive);
   // The document went nowhere and is gone; the next press writes it anew.
@@ -247,7 +238,7 @@ TEST_F(RunFlowTest, FailedUploadOffersRetryOrTryLater) {
   // Try later: the host hears 406 under "status_message" and gets its navigation back.
   press("uiBtDone_TouchUpInside");
   ASSERT_TRUE(waitForAlert());
-  presentedAlert()->performAction(1);
+  alertOn()->performAction(1);
   settle();
   ASSERT_EQ(outcome->calls, 1);
   EXPECT_EQ(*outcome->response,
@@ -260,7 +251,7 @@ TEST_F(RunFlowTest, FailedUploadOffersRetryOrTryLater) {
   endScreen->sendAction("uiBtDone_TouchUpInside");
   settle();
   EXPECT_TRUE(overlayShown());
-  EXPECT_FALSE(presentedAlert());
+  EXPECT_FALSE(alertOn());
   EXPECT_EQ(outcome->calls, 1);
 }
 
@@ -314,7 +305,7 @@ TEST_F(RunUploadTest, DefaultRunDeliversEveryResultInTheSealedDocument) {
   env.setAssetsHost("http://127.0.0.1:1");
   press("uiBtDone_TouchUpInside");
   ASSERT_TRUE(waitForAlert());
-  presentedAlert()->performAction(0);
+  alertOn()->performAction(0);
   settle();
 
   env.setAssetsHost(server.address());
@@ -391,7 +382,7 @@ TEST_F(RunUploadTest, AnswerThatIsNotAnObjectLeavesTheRunOpenUnderTheOverlay) {
   ASSERT_TRUE(http->waitForExchanges(1));
   settle();
   EXPECT_TRUE(overlayShown());
-  EXPECT_FALSE(presentedAlert());
+  EXPECT_FALSE(alertOn());
   EXPECT_EQ(outcome->calls, 0);
   EXPECT_EQ(topInterface(), "TestsFinishedViewController");
 }
@@ -416,13 +407,10 @@ TEST_F(RunUploadTest, PhotoOfTheIdentifierIsRetriedAfterAFailureAndItsAddressKep
   env.picker->next = Image::encoded(quorvel::testing::makePng(40, 30));
   press("uiBtAttachImage_TouchUpInside");
   press("uiBtNext_TouchUpInside");
-  auto alert = [&] {
-    return std::dynamic_pointer_cast<AlertController>(entry->presentedViewController());
-  };
-  ASSERT_TRUE(waitUntil([&] { return alert() != nullptr; }));
+  ASSERT_TRUE(waitUntil([&] { return alertOn(entry) != nullptr; }));
 
   env.setAssetsHost(server.address());
-  alert()->performAction(0);  // try again
+  alertOn(entry)->performAction(0);  // try again
   ASSERT_TRUE(waitUntil([&] { return topInterface() == "MultiTouch_v2_ViewController"; }));
   press("uiBtCouldntCompleteTest_TouchUpInside");
   const auto& ids = finish().at("device_info").at("received_ids");

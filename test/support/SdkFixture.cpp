@@ -113,6 +113,15 @@ std::vector<std::string> SdkFixture::stack() const {
   return names;
 }
 
+std::shared_ptr<AlertController> SdkFixture::alertOn(
+    const std::shared_ptr<ViewController>& screen) const {
+  std::shared_ptr<ViewController> presenter = screen;
+  if (!presenter) presenter = navigation();
+  return presenter
+             ? std::dynamic_pointer_cast<AlertController>(presenter->presentedViewController())
+             : nullptr;
+}
+
 void SdkFixture::press(const std::string& action) {
   auto screen = top();
   ASSERT_TRUE(screen) << "no screen to press " << action << " on";

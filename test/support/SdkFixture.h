@@ -7,6 +7,7 @@
 #include <optional>
 
 #include "quorvel/QuorvelSDK.h"
+#include "quorvel/ui/AlertController.h"
 #include "quorvel/ui/NavigationController.h"
 #include "quorvel/ui/Window.h"
 #include "support/TemporaryTree.h"
@@ -46,6 +47,10 @@ class SdkFixture : public ::testing::Test {
   std::string topInterface() const;
   // Interface names of the screens on the stack, bottom first.
   std::vector<std::string> stack() const;
+  // The alert presented on screen, or on the stack shown when no screen is named; null if none.
+  std::shared_ptr<AlertController> alertOn(
+      const std::shared_ptr<ViewController>& screen = nullptr) const;
+  bool overlayShown() const { return window && !window->overlays().empty(); }
   // Sends action to the top screen and lets the main queue settle.
   void press(const std::string& action);
   void settle() { env.queue->runUntilIdle(); }
