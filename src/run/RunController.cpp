@@ -42,7 +42,8 @@ Dictionary errorResponse(int code) {
 // screen, which the run gathers onto it.
 std::vector<std::string> supportedTests() {
   std::vector<std::string> tests = ScreenTable::runKeys();
-  tests.insert(tests.end(), {ScreenType::charging_v2, ScreenType::buttons_v2});
+  const auto& rows = MultipleTests_v2_ViewController::supportedTests();
+  tests.insert(tests.end(), rows.begin(), rows.end());
   return tests;
 }
 

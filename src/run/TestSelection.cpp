@@ -3,6 +3,7 @@
 #include <algorithm>
 
 #include "quorvel/ScreenType.h"
+#include "tests/physical/MultipleTests_v2_ViewController.h"
 
 namespace quorvel {
 
@@ -25,7 +26,7 @@ TestSelection TestSelection::make(const std::optional<std::vector<std::string>>&
   TestSelection selection;
   for (const auto& key : input) {
     if (!holds(allSupportedTests, key) || holds(selection.selectedTests, key)) continue;
-    if (key == ScreenType::buttons_v2 || key == ScreenType::charging_v2) {
+    if (holds(MultipleTests_v2_ViewController::supportedTests(), key)) {
       appendOnce(selection.multipleTestsList, key);
       appendOnce(selection.selectedTests, ScreenType::multiple_tests_v2);
     } else {

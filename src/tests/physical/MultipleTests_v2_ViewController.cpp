@@ -31,9 +31,13 @@ Dictionary copied(const Dictionary& from, std::initializer_list<const char*> key
 MultipleTests_v2_ViewController::MultipleTests_v2_ViewController(ScreenContext context)
     : TestViewController("MultipleTests_v2_ViewController", ScreenType::multiple_tests_v2,
                          "uiHeaderView", context),
-      supportedTests{ScreenType::buttons_v2, ScreenType::charging_v2},
       selectedTests(std::move(context.multipleTestsList)) {
   registerAction("uiBtNext_TouchUpInside", [this] { next(); });
+}
+
+const std::vector<std::string>& MultipleTests_v2_ViewController::supportedTests() {
+  static const std::vector<std::string> tests{ScreenType::buttons_v2, ScreenType::charging_v2};
+  return tests;
 }
 
 TestViewState MultipleTests_v2_ViewController::state(const std::string& rowKey) const {
@@ -54,7 +58,7 @@ void MultipleTests_v2_ViewController::viewDidLoad() {
   // Rows keep the display order, whatever the order of the selection; keys this screen does
   // not serve are left out.
   auto selected = [&](const std::string& key) {
-    return holds(supportedTests, key) && holds(selectedTests, key);
+    return holds(supportedTests(), key) && holds(selectedTests, key);
   };
   testsToPerform_.clear();
   if (selected(ScreenType::charging_v2)) testsToPerform_.push_back(ScreenType::charging_v2);

@@ -20,9 +20,9 @@ class MultipleTests_v2_ViewController : public TestViewController {
 
   std::weak_ptr<MultipleTests_v2_ViewControllerDelegate> delegate;
 
-  // The tests this screen serves, and those chosen for the run (the context's, or set before it
-  // loads).
-  const std::vector<std::string> supportedTests;
+  // The tests this screen serves, in the order of its rows; a run gathers them onto this screen.
+  static const std::vector<std::string>& supportedTests();
+  // Those chosen for the run (the context's, or set before it loads).
   std::vector<std::string> selectedTests;
 
   const std::vector<std::string>& testsToPerform() const { return testsToPerform_; }
