@@ -121,13 +121,12 @@ void ResultsSubmission::failed() {
       return Localization::copy(key, language);
     };
     auto alert = AlertController::make("", copy("error_uploading_results_to_server_message"));
-    alert->addAction({copy("ok"), AlertActionStyle::standard, [weak] {
+    // The end screen learns of the closed alert on the next turn, once the alert is gone.
+    alert->addAction({copy("ok"), AlertActionStyle::standard, [weak, queue = self->queue_] {
                         logLine("Error uploading tests results");
-                        if (auto submission = weak.lock()) {
-                          submission->queue_->async([weak] {
-                            if (auto later = weak.lock()) later->run_.alertClosed();
-                          });
-                        }
+                        queue->async([weak] {
+                          if (auto submission = weak.lock()) submission->run_.alertClosed();
+                        });
                       }});
     alert->addAction({copy("try_later"), AlertActionStyle::destructive, [weak] {
                         if (auto submission = weak.lock()) submission->run_.givenUp();
