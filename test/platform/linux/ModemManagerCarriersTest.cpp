@@ -28,8 +28,6 @@ std::vector<std::string> described(const std::vector<std::pair<std::string, Carr
 }
 
 TEST(ModemManagerCarriers, NoServiceOrAHungOneIsNoDictionaryAndNoModemsAnEmptyOne) {
-  // The tests' system bus address leads nowhere.
-  EXPECT_FALSE(ModemManagerCarriers::read().has_value());
   PrivateBus bus;
   ASSERT_TRUE(bus.running());
   EXPECT_FALSE(ModemManagerCarriers::read().has_value());

@@ -107,16 +107,6 @@ TEST_F(MovieWriterTest, FramesKeepTheirMomentsAndOutOfOrderOnesAreDropped) {
   EXPECT_NEAR(video.seconds, 0.5 + 1 / 15.0, 1e-3) << "the last frame lasts one nominal frame";
 }
 
-TEST_F(MovieWriterTest, AFileThatCannotBeWrittenIsAnErrorAtOnce) {
-  std::string error;
-  const std::string nowhere = (tree.path() / "missing" / "output.mov").string();
-  EXPECT_FALSE(MovieWriter::open(nowhere, {160, 120, 15, 0, 1}, error));
-  EXPECT_NE(error.find(nowhere), std::string::npos) << error;
-  error.clear();
-  EXPECT_FALSE(MovieWriter::open(path, {0, 120, 15, 0, 1}, error));
-  EXPECT_FALSE(error.empty());
-}
-
 // Where the loudest sample is, in seconds.
 double loudestAt(const std::vector<std::int16_t>& samples, int rate) {
   auto loudest = std::max_element(samples.begin(), samples.end(),
@@ -139,7 +129,7 @@ std::vector<std::int16_t> ffmpegHears(const std::string& path, int rate) {
 // A click 0.5 s into a second of silence keeps its moment through each AAC encoder's priming
 // (ours, 1600 samples, cut by the file's edit list; FFmpeg's, 1024), as the tests' decoder and as
 // ffmpeg hear it.
-TEST_F(MovieWriterTest, WritesAnM4aRecordingWhoseClicksKeepTheirMoments) {
+TEST_F(MovieWriterTest, WritesAnM4aWhoseClicksKeepTheirMomentsOrSaysAtOnceWhyItCannot) {
   const std::string ours = (tree.path() / "recording.m4a").string();
   MovieWriter::Options options;
   options.audioSampleRate = 12000;
@@ -171,22 +161,62 @@ TEST_F(MovieWriterTest, WritesAnM4aRecordingWhoseClicksKeepTheirMoments) {
             ":s=48000:d=1\" -c:a pcm_s16le -y " +
             wav));
   ASSERT_TRUE(shell("ffmpeg -v error -i " + wav + " -c:a aac -ar 24000 -y " + theirs));
-  for (const std::string& path : {ours, theirs}) {
-    SCOPED_TRACE(path);
-    auto heard = SoundDecoder::decodeFile(path, 12000);
+  for (const std::string& file : {ours, theirs}) {
+    SCOPED_TRACE(file);
+    auto heard = SoundDecoder::decodeFile(file, 12000);
     ASSERT_TRUE(heard);
     EXPECT_NEAR(static_cast<double>(heard->size()), 12000, 120) << "a second long";
     EXPECT_NEAR(loudestAt(*heard, 12000), 0.5, 0.003);
-    EXPECT_NEAR(loudestAt(ffmpegHears(path, 12000), 12000), 0.5, 0.003);
+    EXPECT_NEAR(loudestAt(ffmpegHears(file, 12000), 12000), 0.5, 0.003);
   }
   // The bytes of a recording decode as its file does.
   const std::string bytes = contents(ours);
   EXPECT_EQ(SoundDecoder::decode({bytes.begin(), bytes.end()}, 12000),
             SoundDecoder::decodeFile(ours, 12000));
-  // A picture size or no sound is no recording.
+  // A picture size or no sound is no recording; a file that cannot be written or a picture of no
+  // width is an error at once.
   options.width = 160;
   options.height = 120;
   EXPECT_FALSE(MovieWriter::open(ours, options, error));
+  const std::string nowhere = (tree.path() / "missing" / "output.mov").string();
+  EXPECT_FALSE(MovieWriter::open(nowhere, {160, 120, 15, 0, 1}, error));
+  EXPECT_NE(error.find(nowhere), std::string::npos) << error;
+  error.clear();
+  EXPECT_FALSE(MovieWriter::open(path, {0, 120, 15, 0, 1}, error));
+  EXPECT_FALSE(error.empty());
+}
+
+// The tests' own decoder, whose AAC side the click above checks against ffmpeg.
+TEST(SoundDecoder, ResamplesAndMixesDownToMonoAtTheAskedRateOrGivesNothing) {
+  TemporaryTree tree("quorvel-sound");
+  const std::string wav = (tree.path() / "tone.wav").string();
+  // Half a second at 22,050 Hz in stereo: a tone on the left, silence on the right.
+  ASSERT_TRUE(
+      shell("ffmpeg -v error -f lavfi -i sine=frequency=1000:sample_rate=22050:duration=0.5"
+            " -af 'pan=stereo|c0=c0|c1=0*c0' -c:a pcm_s16le -y " +
+            wav));
+  auto samples = SoundDecoder::decodeFile(wav, 48000);
+  ASSERT_TRUE(samples);
+  EXPECT_NEAR(static_cast<double>(samples->size()), 24000, 48);
+  // sine's level is 1/8 of full scale; one channel of two, mixed down.
+  const double level = loudness(*samples, 48000, 0.05, 0.45);
+  EXPECT_GT(level, 0.02);
+  EXPECT_LT(level, 0.09);
+
+  const std::string bytes = contents(wav);
+  EXPECT_EQ(SoundDecoder::decode({bytes.begin(), bytes.end()}, 48000), samples);
+  // 32-bit float and 8-bit samples read as the same sound.
+  for (const char* codec : {"pcm_f32le", "pcm_u8"}) {
+    const std::string other = (tree.path() / (std::string(codec) + ".wav")).string();
+    ASSERT_TRUE(shell("ffmpeg -v error -i " + wav + " -c:a " + codec + " -y " + other));
+    auto same = SoundDecoder::decodeFile(other, 48000);
+    ASSERT_TRUE(same) << codec;
+    EXPECT_NEAR(loudness(*same, 48000, 0.05, 0.45), level, 0.005) << codec;
+  }
+  // What holds no sound gives nothing.
+  EXPECT_FALSE(SoundDecoder::decode({}, 48000));
+  EXPECT_FALSE(SoundDecoder::decode(std::vector<std::uint8_t>(1000, 7), 48000));
+  EXPECT_FALSE(SoundDecoder::decodeFile("/nonexistent/beep.wav", 48000));
 }
 
 }  // namespace
