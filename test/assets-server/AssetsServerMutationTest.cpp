@@ -52,13 +52,6 @@ void replaceFirst(std::string& text, const std::string& from, const std::string&
   if (std::size_t at = text.find(from); at != std::string::npos) text.replace(at, from.size(), to);
 }
 
-// Bytes as a JSON string shows them (control and invalid bytes escaped), cut to a length a log
-// can hold.
-std::string escaped(const std::string& bytes, std::size_t limit) {
-  return json(bytes.substr(0, limit)).dump(-1, ' ', false, json::error_handler_t::replace) +
-         (bytes.size() > limit ? "... (" + std::to_string(bytes.size()) + " bytes)" : "");
-}
-
 // A request taken apart so that mutations can aim at its pieces.
 struct Request {
   std::vector<std::string> head;  // the request line, then one line per header field
@@ -340,8 +333,9 @@ TEST(AssetsServerMutation, MutatedRequestsGetAllowedAnswersAndLeaveTheStoreWhole
       ++failures;
       ADD_FAILURE() << problem << "\nreplay: QUORVEL_MUTATION_SEED=" << seed
                     << " QUORVEL_MUTATION_CASE=" << index
-                    << " quorvel_tests --gtest_filter=AssetsServerMutation.*\nsent: "
-                    << escaped(sent, 1500) << "\nanswer: " << escaped(answer, 400);
+                    << " quorvel_tests --gtest_filter=AssetsServerMutation.*\nsent (" << sent.size()
+                    << " bytes): " << ::testing::PrintToString(sent.substr(0, 1500))
+                    << "\nanswer: " << ::testing::PrintToString(answer.substr(0, 400));
     }
   }
   std::size_t assets = 0;
