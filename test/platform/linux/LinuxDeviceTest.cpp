@@ -220,13 +220,12 @@ TEST_F(SysfsBatteryTest, LevelFromCapacityElseChargeCounters) {
   EXPECT_EQ(battery().level(), 1.0f);
 }
 
-// A fake /sys/class/thermal in a temporary directory.
-class SysfsThermalTest : public ::testing::Test {
+class SysfsThermalTest : public LinuxDeviceTest {
  protected:
   // A zone at temperature (millidegrees) with (type, limit) trips numbered from 0.
   void addZone(const std::string& name, const std::string& temperature,
                const std::vector<std::pair<std::string, long>>& trips) {
-    const std::string zone = "class/thermal/" + name + "/";
+    const std::string zone = "sys/class/thermal/" + name + "/";
     tree.write(zone + "temp", temperature + "\n");
     for (std::size_t i = 0; i < trips.size(); ++i) {
       const std::string trip = zone + "trip_point_" + std::to_string(i);
@@ -234,9 +233,7 @@ class SysfsThermalTest : public ::testing::Test {
       tree.write(trip + "_temp", std::to_string(trips[i].second) + "\n");
     }
   }
-  int state() const { return SysfsThermal(tree.path().string()).state(); }
-
-  quorvel::testing::TemporaryTree tree{"quorvel-sysfs"};
+  int state() const { return SysfsThermal((tree.path() / "sys").string()).state(); }
 };
 
 const std::vector<std::pair<std::string, long>> kLaptopTrips = {
@@ -269,8 +266,8 @@ TEST_F(SysfsThermalTest, ZonesWithoutReadingsOrRealLimits) {
   EXPECT_EQ(SysfsThermal((tree.path() / "absent").string()).state(), ThermalState::unknown);
 
   // Cooling devices sit beside the zones and have no temperature.
-  std::filesystem::create_directories(tree.path() / "class/thermal/cooling_device0");
-  tree.write("class/thermal/thermal_zone3/type", "acpitz\n");
+  std::filesystem::create_directories(tree.path() / "sys/class/thermal/cooling_device0");
+  tree.write("sys/class/thermal/thermal_zone3/type", "acpitz\n");
   EXPECT_EQ(state(), ThermalState::unknown);
 
   // Placeholder trips at 0 are not limits.
