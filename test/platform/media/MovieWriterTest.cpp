@@ -186,7 +186,8 @@ TEST_F(MovieWriterTest, WritesAnM4aWhoseClicksKeepTheirMomentsOrSaysAtOnceWhyItC
   EXPECT_FALSE(error.empty());
 }
 
-// The tests' own decoder, whose AAC side the click above checks against ffmpeg.
+// WAV through the tests' decoder is the virtual speaker's WaveDecoder; its AAC side is the click's
+// above, checked against ffmpeg.
 TEST(SoundDecoder, ResamplesAndMixesDownToMonoAtTheAskedRateOrGivesNothing) {
   TemporaryTree tree("quorvel-sound");
   const std::string wav = (tree.path() / "tone.wav").string();
