@@ -1,4 +1,3 @@
-#include <arpa/inet.h>
 #include <gtest/gtest.h>
 #include <httplib.h>
 #include <sys/socket.h>
@@ -103,71 +102,80 @@ TEST_F(AssetsServerTest, StoresThePartByteForByteAndServesItBackWithItsType) {
   EXPECT_EQ(storedFileCount(), 2 * cases.size());
 }
 
-TEST_F(AssetsServerTest, RefusesFromTheHeadersAloneWithoutWaitingForTheBody) {
-  const std::string path = "POST /v3/applications/app/asset-upload HTTP/1.1\r\nHost: x\r\n";
+// Each refused from the head alone when it can be (the body is never sent), with its reason in
+// JSON; nothing stored but the one asset, and nothing served but the assets.
+TEST_F(AssetsServerTest, RefusesBadHeadsBodiesAndPathsWithTheirStatus) {
+  const std::string asset =
+      stored("app", "a.txt", "abc").value("url", "").substr(server.address().size());
+  // A file outside the storage that looks like a stored one.
+  tree.write("x", "secret");
+  tree.write("x.meta.json", R"({"stored_filename": "x", "media_type": "text/plain"})");
+  const std::string upload = "POST /v3/applications/app/asset-upload HTTP/1.1\r\nHost: x\r\n";
   const std::string type = "Content-Type: multipart/form-data; boundary=" + kBoundary + "\r\n";
   const std::string huge = "Content-Length: 900000000000\r\n";
   const std::string key = "Authorization: Bearer key-1\r\n";
-  const std::string rest = key + "Content-Length: 1\r\n";
+  const std::string rest = key + "Content-Length: 1\r\n\r\n";
   std::string manyFields;
   for (std::size_t i = 0; i <= AssetsServer::kMaxHeaderFields; ++i) {
     manyFields += "X-" + std::to_string(i) + ": y\r\n";
   }
+  const std::string one = part("a.txt", "text/plain", "abc");
+  auto get = [](const std::string& path) { return "GET " + path + " HTTP/1.1\r\nHost: x\r\n\r\n"; };
   struct Case {
-    std::string headers;
+    std::string sent;
     int status;
   };
   const std::vector<Case> cases = {
       // Malformed or oversized heads.
-      {"X: " + std::string(AssetsServer::kMaxHeadBytes, 'y') + "\r\n" + rest, 431},
-      {manyFields + rest, 431},
-      {"No colon here\r\n" + rest, 400},
-      {"Authorization: Bearer key-1" + std::string(1, '\0') + "more\r\nContent-Length: 1\r\n", 400},
-      {"Authorization: Basic key-1\r\n" + type + huge, 401},
+      {upload + "X: " + std::string(AssetsServer::kMaxHeadBytes, 'y') + "\r\n" + rest, 431},
+      {upload + manyFields + rest, 431},
+      {upload + "No colon here\r\n" + rest, 400},
+      {upload + "Authorization: Bearer key-1" + std::string(1, '\0') + "more\r\n" + rest, 400},
+      {upload + "Authorization: Basic key-1\r\n" + type + huge + "\r\n", 401},
       // Refused instead of "100 Continue".
-      {"Expect: 100-continue\r\nAuthorization: Bearer nope\r\n" + type + huge, 401},
-      {key + type + "Content-Length: " + std::to_string(kMaxBytes + 1) + "\r\n", 413},
-      {key + type + "Content-Length: 100\r\nContent-Encoding: gzip\r\n", 415},
-      {key + type + "Transfer-Encoding: chunked\r\n", 411},
-      {key + "Content-Type: application/octet-stream\r\nContent-Length: 100\r\n", 415},
+      {upload + "Expect: 100-continue\r\nAuthorization: Bearer nope\r\n" + type + huge + "\r\n",
+       401},
+      {upload + key + type + "Content-Length: " + std::to_string(kMaxBytes + 1) + "\r\n\r\n", 413},
+      {upload + key + type + "Content-Length: 100\r\nContent-Encoding: gzip\r\n\r\n", 415},
+      {upload + key + type + "Transfer-Encoding: chunked\r\n\r\n", 411},
+      {upload + key + "Content-Type: application/octet-stream\r\nContent-Length: 100\r\n\r\n", 415},
+      // Bodies that are not one part named content.
+      {request("app", part("a.txt", "text/plain", "abc", "file") + kClose), 400},
+      {request("app", one + one + kClose), 400},
+      {request("app", one), 400},  // no close delimiter
+      // Unknown methods and paths.
+      {get("/v3/applications/app/asset-upload"), 405},
+      {get(asset + ".meta.json"), 404},
+      {get("/assets/../x"), 404},
+      {get("/assets/..%2F..%2Fx/x"), 404},
   };
   for (const auto& c : cases) {
-    std::string answer = roundTrip(port, path + c.headers + "\r\n");
-    EXPECT_EQ(statuses(answer), std::vector<int>{c.status}) << c.headers.substr(0, 120) << answer;
+    std::string answer = roundTrip(port, c.sent);
+    EXPECT_EQ(statuses(answer), std::vector<int>{c.status}) << c.sent.substr(0, 160) << answer;
     EXPECT_NE(answer.find("{\"error\":"), std::string::npos) << answer;
   }
-  EXPECT_EQ(storedFileCount(), 0u);
-
-  std::string whole = request("app", part("a.txt", "text/plain", "abc") + kClose);
-  std::size_t headEnd = whole.find("\r\n\r\n") + 2;
-  std::string expecting = whole.substr(0, headEnd) + "Expect: 100-continue\r\n\r\n";
-  EXPECT_EQ(statuses(roundTrip(port, expecting, whole.substr(headEnd + 2))),
-            (std::vector<int>{100, 200}));
+  // A refused HEAD gets the head alone: a body would be read as the next answer.
+  std::string head = roundTrip(port, "HEAD /v3/applications/app/asset-upload HTTP/1.1\r\n\r\n");
+  EXPECT_TRUE(head.starts_with("HTTP/1.1 405") && head.ends_with("\r\n\r\n")) << head;
+  EXPECT_EQ(storedFileCount(), 2u);
 }
 
-TEST_F(AssetsServerTest, RefusesBodiesThatAreNotOnePartNamedContent) {
-  std::string one = part("a.txt", "text/plain", "abc");
-  const std::vector<std::string> bodies = {
-      part("a.txt", "text/plain", "abc", "file") + kClose, one + one + kClose,
-      one,  // no close delimiter
-  };
-  for (const auto& body : bodies) {
-    EXPECT_EQ(statuses(roundTrip(port, request("app", body))), std::vector<int>{400}) << body;
-  }
-  EXPECT_EQ(storedFileCount(), 0u);
-}
-
-TEST_F(AssetsServerTest, NeverTakesABodyForAnotherRequest) {
+// A refused request's unread body, and bytes after a complete request, are no request; a body
+// announced with "Expect: 100-continue" is read once the head is accepted.
+TEST_F(AssetsServerTest, TakesNoBodyForAnotherRequestAndContinuesOnlyAfterTheHead) {
   std::string inner = request("app", part("inner.txt", "text/plain", "smuggled") + kClose);
-  // A refused request's unread body, and bytes after a complete request.
   std::string refused = request("app", inner, "wrong");
   std::string refusedHead = refused.substr(0, refused.size() - inner.size());
   EXPECT_EQ(statuses(roundTrip(port, refusedHead, inner)), std::vector<int>{401});
   EXPECT_EQ(storedFileCount(), 0u);
-
   std::string first = request("app", part("first.txt", "text/plain", "1") + kClose);
   EXPECT_EQ(statuses(roundTrip(port, first, inner)), std::vector<int>{200});
   EXPECT_EQ(storedFileCount(), 2u);
+
+  std::size_t headEnd = first.find("\r\n\r\n") + 2;
+  std::string expecting = first.substr(0, headEnd) + "Expect: 100-continue\r\n\r\n";
+  EXPECT_EQ(statuses(roundTrip(port, expecting, first.substr(headEnd + 2))),
+            (std::vector<int>{100, 200}));
 }
 
 TEST_F(AssetsServerTest, ChecksTheSealOfAResultsDocument) {
@@ -234,24 +242,6 @@ TEST_F(AssetsServerTest, RemovesWhatACrashLeftWhenItStarts) {
     auto served = httplib::Client("127.0.0.1", port)
                       .Get(answer.value("url", "").substr(server.address().size()));
     EXPECT_TRUE(served && served->body == "kept") << answer;
-  }
-}
-
-TEST_F(AssetsServerTest, AnswersUnknownPathsAndMethodsWithoutServingOtherFiles) {
-  std::string asset =
-      stored("app", "a.txt", "abc").value("url", "").substr(server.address().size());
-  // A file outside the storage that looks like a stored one.
-  tree.write("x", "secret");
-  tree.write("x.meta.json", R"({"stored_filename": "x", "media_type": "text/plain"})");
-  httplib::Client client("127.0.0.1", port);
-  auto status = [](const httplib::Result& result) { return result ? result->status : -1; };
-  EXPECT_EQ(status(client.Get("/v3/applications/app/asset-upload")), 405);
-  // A refused HEAD gets the head alone: a body would be read as the next answer.
-  std::string head = roundTrip(port, "HEAD /v3/applications/app/asset-upload HTTP/1.1\r\n\r\n");
-  EXPECT_TRUE(head.starts_with("HTTP/1.1 405") && head.ends_with("\r\n\r\n")) << head;
-  for (const std::string& path :
-       {asset + ".meta.json", std::string("/assets/../x"), std::string("/assets/..%2F..%2Fx/x")}) {
-    EXPECT_EQ(status(client.Get(path.c_str())), 404) << path;
   }
 }
 

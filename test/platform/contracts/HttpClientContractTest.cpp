@@ -5,7 +5,6 @@
 
 #include "curl/CurlHttpClient.h"
 #include "platform/contracts/Implementation.h"
-#include "support/ObservingHttpClient.h"
 #include "support/ScriptedHttpServer.h"
 #include "support/TemporaryTree.h"
 
@@ -124,13 +123,10 @@ TEST_P(HttpClientContract, RedirectIsAnAnswerAndACompressedAnswerArrivesDecoded)
   EXPECT_EQ(server.requests().size(), 2u);
 }
 
-INSTANTIATE_TEST_SUITE_P(
-    Implementations, HttpClientContract,
-    ::testing::Values(HttpClientImplementation{"Curl",
-                                               [] { return std::make_shared<CurlHttpClient>(); }},
-                      HttpClientImplementation{
-                          "Observing", [] { return std::make_shared<ObservingHttpClient>(); }}),
-    nameOfImplementation);
+INSTANTIATE_TEST_SUITE_P(Implementations, HttpClientContract,
+                         ::testing::Values(HttpClientImplementation{
+                             "Curl", [] { return std::make_shared<CurlHttpClient>(); }}),
+                         nameOfImplementation);
 
 }  // namespace
 }  // namespace quorvel::testing

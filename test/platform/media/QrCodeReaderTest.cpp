@@ -72,6 +72,8 @@ QrFrameReader::Frame frame(const std::string& text = "") {
   };
 }
 
+// That the codes come on the main queue is the camera contract's check: the mirror camera reads
+// through this reader.
 class QrFrameReaderTest : public ::testing::Test {
  protected:
   // Offers frame until the reader takes it (it drops frames while busy).
@@ -90,14 +92,10 @@ class QrFrameReaderTest : public ::testing::Test {
 
   std::shared_ptr<ManualMainQueue> queue = std::make_shared<ManualMainQueue>();
   std::vector<Texts> reports;
-  int offQueue = 0;
-  QrFrameReader::CodesRead record = [this](const Texts& codes) {
-    if (!queue->isCurrent()) ++offQueue;
-    reports.push_back(codes);
-  };
+  QrFrameReader::CodesRead record = [this](const Texts& codes) { reports.push_back(codes); };
 };
 
-TEST_F(QrFrameReaderTest, ReportsTheCodesOfAFrameOnTheMainQueueDroppingFramesWhileBusy) {
+TEST_F(QrFrameReaderTest, ReportsTheCodesOfAFrameDroppingFramesWhileBusy) {
   QrFrameReader reader(queue, record);
   std::promise<void> release, started;
   auto held = release.get_future().share();
@@ -112,7 +110,6 @@ TEST_F(QrFrameReaderTest, ReportsTheCodesOfAFrameOnTheMainQueueDroppingFramesWhi
   hand(reader, frame("kept"));
   runUntilReported();
   EXPECT_EQ(reports, std::vector<Texts>{{"kept"}}) << "a frame without codes is not reported";
-  EXPECT_EQ(offQueue, 0);
 }
 
 TEST_F(QrFrameReaderTest, NothingArrivesAfterStopNotEvenCodesAlreadyRead) {
