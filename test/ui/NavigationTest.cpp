@@ -87,7 +87,9 @@ TEST_F(NavigationTest, OutletHandleIsTheNamedElementAndOnlyItsMutableAccessIsACh
   EXPECT_EQ(notified, 1);
   // A second handle on the name shares the element rather than replacing it under the first.
   EXPECT_EQ(&*std::as_const(screen->sameTitle), &*title);
+  // A name of another kind, or none at all, is a programming error.
   EXPECT_DEATH(Outlet<Button>(*screen, "uiLbTitle"), "uiLbTitle is a Label");
+  EXPECT_DEATH(screen->outlet<Label>("uiLbMissing"), "has no outlet uiLbMissing");
 }
 
 TEST_F(NavigationTest, AlertDismissesBeforeItsHandlerRunsAndRefusesASecondPresentation) {
@@ -121,12 +123,6 @@ TEST_F(NavigationTest, LoadingViewFadesThenLeavesItsWindowUnlessShownAgain) {
   env.queue->advance(0.1);
   EXPECT_FALSE(overlay->isShown());
   EXPECT_TRUE(window->overlays().empty());
-}
-
-TEST_F(NavigationTest, UnknownOutletIsAProgrammingError) {
-  auto screen = std::make_shared<ViewController>("Screen");
-  EXPECT_DEATH(screen->outlet<Label>("uiLbMissing"), "has no outlet uiLbMissing");
-  EXPECT_DEATH(screen->outlet<Label>("view"), "view is a View");
 }
 
 }  // namespace
