@@ -73,8 +73,10 @@ TEST_F(TestViewControllerTest, HeaderButtonsPortraitOnEveryAppearanceAndCancel) 
 TEST_F(TestViewControllerTest, WithoutADelegateTheButtonsReportNothing) {
   forEachScreen([this](const std::string& key) {
     auto screen = showScreen(key);
-    // The screen holds its delegate weakly: with the recorder gone, no report may reach it.
+    // The screen holds its delegate weakly: the recorder goes, and no report may reach it.
+    std::weak_ptr<TestScreensDelegate> recorder = delegate;
     delegate.reset();
+    EXPECT_TRUE(recorder.expired());
     for (const auto& action : screen->actionNames()) screen->sendAction(action);
     settle();
     EXPECT_EQ(hostNavigation->topViewController(), screen);
