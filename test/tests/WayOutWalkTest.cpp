@@ -11,7 +11,6 @@
 #include "quorvel/ScreenType.h"
 #include "quorvel/ui/AlertController.h"
 #include "quorvel/ui/Application.h"
-#include "quorvel/ui/LoadingView.h"
 #include "run/ScreenTable.h"
 #include "support/RecordingTestDelegate.h"
 #include "support/SdkFixture.h"

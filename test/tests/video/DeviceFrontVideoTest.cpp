@@ -77,16 +77,6 @@ class DeviceFrontVideoTest : public TestScreenFixture {
     return env.camera->sessions.back();
   }
 
-  // From the first step to the review, on virtual time.
-  void recordV2(DeviceFrontVideo_v2_ViewController& screen) {
-    press("uiBtNext_TouchUpInside");
-    ASSERT_FALSE(screen.outlet<VideoPreview>("uiViewVideoPreview").hidden);
-    press("uiBtStartRecording_TouchUpInside");
-    EXPECT_TRUE(lastSession()->withMicrophone && lastSession()->recording);
-    EXPECT_EQ(lastSession()->recordingPath, movie().string());
-    env.queue->advance(6.0);
-  }
-
   TemporaryTree storage{"quorvel-assets"};
   AssetsServer server{AssetsServer::Options{storage.path(), {"key-abcdefghijkl"}}};
 };
@@ -178,7 +168,12 @@ TEST_F(DeviceFrontVideoTest, V2AsksForSoundSpeaksPortugueseAndFailsWhenTheUpload
   EXPECT_TRUE(env.camera->sessions.empty());
   env.volume.systemChange(0.5f);  // exactly half is enough
   settle();
-  recordV2(*screen);
+  press("uiBtNext_TouchUpInside");
+  ASSERT_FALSE(screen->outlet<VideoPreview>("uiViewVideoPreview").hidden);
+  press("uiBtStartRecording_TouchUpInside");
+  EXPECT_TRUE(lastSession()->withMicrophone && lastSession()->recording);
+  EXPECT_EQ(lastSession()->recordingPath, movie().string());
+  env.queue->advance(6.0);  // to the review
   EXPECT_EQ(screen->startQRCode(), std::string("start;no_identifier;") + kStamp);
   EXPECT_THAT(env.sounds->names(), ElementsAre("beep", "video_test_audio_PT", "beep"));
 
