@@ -96,10 +96,11 @@ TEST_F(IMEIViewControllerTest, NextReportsTrimmedTextInTheChosenModeAndRejectsIn
   EXPECT_EQ(recorder->cancels, 1);
 }
 
-TEST_F(IMEIViewControllerTest, AttachedPhotoIsUploadedInsteadOfTheTypedText) {
+TEST_F(IMEIViewControllerTest, AttachedPhotoIsUploadedInsteadOfTheTypedTextUntilRemoved) {
   // Answers without a text "url" are failures the person may retry.
   std::vector<Dictionary> answers = {Dictionary{{"filename", "a.png"}}, Dictionary{{"url", 7}},
-                                     Dictionary{{"url", "https://assets/imei.png"}}};
+                                     Dictionary{{"url", "https://assets/imei.png"}},
+                                     Dictionary{{"url", "https://assets/sn.png"}}};
   int uploads = 0;
   screen->imageUploader = [&](const Image& image, IMEIViewController::UploadCompletion done) {
     EXPECT_EQ(image.bytes, (std::vector<std::uint8_t>{9, 8, 7}));
@@ -123,6 +124,20 @@ TEST_F(IMEIViewControllerTest, AttachedPhotoIsUploadedInsteadOfTheTypedText) {
   EXPECT_FALSE(recorder->successes[0].imei);
   env.queue->advance(0.1);
   EXPECT_FALSE(screen->loadingView->isShown());
+
+  // In serial mode the photo is the serial number's.
+  send("uiRBSerialNumber_TouchUpInside");
+  send("uiBtNext_TouchUpInside");
+  ASSERT_EQ(recorder->successes.size(), 2u);
+  EXPECT_EQ(recorder->successes[1].serialUrl, "https://assets/sn.png");
+  EXPECT_FALSE(recorder->successes[1].imeiUrl);
+
+  // Removing the photo brings the typed text back into play.
+  send("uiBtRemoveImage_TouchUpInside");
+  EXPECT_TRUE(screen->outlet<ImageView>("uiIvImage").hidden);
+  type("SN-2");
+  send("uiBtNext_TouchUpInside");
+  EXPECT_EQ(recorder->successes.back().serial, "SN-2");
 }
 
 // A client may answer one upload twice, or an attempt given up on may still answer: the screen
@@ -153,25 +168,6 @@ TEST_F(IMEIViewControllerTest, OnlyTheFirstAnswerOfTheLatestUploadCounts) {
   answer(1, Dictionary{{"url", "https://assets/again.png"}});
   ASSERT_EQ(recorder->successes.size(), 1u);
   EXPECT_EQ(recorder->successes[0].imeiUrl, "https://assets/imei.png");
-}
-
-TEST_F(IMEIViewControllerTest, PhotoInSerialModeReportsTheSerialAddressUntilRemoved) {
-  screen->imageUploader = [&](const Image&, IMEIViewController::UploadCompletion done) {
-    done(Dictionary{{"url", "https://assets/sn.png"}}, std::nullopt);
-  };
-  env.picker->next = Image::encoded({1});
-  send("uiBtAttachImage_TouchUpInside");
-  send("uiRBSerialNumber_TouchUpInside");
-  send("uiBtNext_TouchUpInside");
-  ASSERT_EQ(recorder->successes.size(), 1u);
-  EXPECT_EQ(recorder->successes[0].serialUrl, "https://assets/sn.png");
-
-  // Removing the photo brings the typed text back into play.
-  send("uiBtRemoveImage_TouchUpInside");
-  EXPECT_TRUE(screen->outlet<ImageView>("uiIvImage").hidden);
-  type("SN-2");
-  send("uiBtNext_TouchUpInside");
-  EXPECT_EQ(recorder->successes.back().serial, "SN-2");
 }
 
 }  // namespace

@@ -9,16 +9,7 @@ namespace {
 
 using namespace quorvel;
 
-class FlowScreensTest : public quorvel::testing::SdkFixture {
- protected:
-  std::shared_ptr<StartViewController> startScreenFor(std::vector<std::string> tests) {
-    hostWithNavigation();
-    start(std::move(tests), quorvel::testing::kValidIMEI);
-    auto screen = std::dynamic_pointer_cast<StartViewController>(top());
-    EXPECT_TRUE(screen);
-    return screen;
-  }
-};
+using FlowScreensTest = quorvel::testing::SdkFixture;
 
 TEST_F(FlowScreensTest, StartScreenHintsFollowTheRunsTests) {
   struct Case {
@@ -32,7 +23,9 @@ TEST_F(FlowScreensTest, StartScreenHintsFollowTheRunsTests) {
        }) {
     SCOPED_TRACE(::testing::PrintToString(c.tests));
     SetUp();
-    auto screen = startScreenFor(c.tests);
+    hostWithNavigation();
+    start(c.tests, quorvel::testing::kValidIMEI);
+    auto screen = std::dynamic_pointer_cast<StartViewController>(top());
     ASSERT_TRUE(screen);
     EXPECT_EQ(!screen->outlet<Label>("uiLbSuggestionChargingCable").hidden, c.charging);
     EXPECT_EQ(!screen->outlet<Label>("uiLbSuggestionMirror").hidden, c.mirror);

@@ -1,12 +1,11 @@
 #include <gtest/gtest.h>
 
+#include <set>
+
 #include "quorvel/ScreenType.h"
+#include "run/ScreenTable.h"
 #include "support/TestScreenFixture.h"
-#include "tests/physical/Buttons_v1_ViewController.h"
-#include "tests/physical/Charging_v1_ViewController.h"
-#include "tests/physical/MultiTouch_v1_ViewController.h"
-#include "tests/physical/MultiTouch_v2_ViewController.h"
-#include "tests/physical/MultipleTests_v2_ViewController.h"
+#include "tests/TestViewController.h"
 
 namespace {
 
@@ -14,48 +13,43 @@ using namespace quorvel;
 
 class TestViewControllerTest : public quorvel::testing::TestScreenFixture {
  protected:
-  struct ScreenCase {
-    std::string key;
-    std::string headerView;
-    std::function<std::shared_ptr<ViewController>()> show;
-  };
-
-  std::vector<ScreenCase> screens() {
-    return {
-        {ScreenType::buttons_v1, "uiViewProgressBarBackground",
-         [this] { return show<Buttons_v1_ViewController>(); }},
-        {ScreenType::charging_v1, "uiViewProgressBarBackground",
-         [this] { return show<Charging_v1_ViewController>(); }},
-        {ScreenType::multi_touch_v1, "uiHeaderView",
-         [this] { return show<MultiTouch_v1_ViewController>(); }},
-        {ScreenType::multi_touch_v2, "uiHeaderView",
-         [this] { return show<MultiTouch_v2_ViewController>(); }},
-        {ScreenType::multiple_tests_v2, "uiHeaderView",
-         [this] {
-           return show<MultipleTests_v2_ViewController>(
-               [](auto& screen) { screen.selectedTests = {ScreenType::charging_v2}; });
-         }},
-    };
-  }
-
-  // Runs check on a fresh fixture for every test screen.
-  void forEachScreen(const std::function<void(const ScreenCase&)>& check) {
-    for (const auto& each : screens()) {
-      SCOPED_TRACE(each.key);
+  // Runs check on a fresh fixture for every test screen, keyed by its key.
+  void forEachScreen(const std::function<void(const std::string&)>& check) {
+    for (const std::string& key : ScreenTable::keys()) {
+      SCOPED_TRACE(key);
       TearDown();
       SetUp();
-      check(each);
+      check(key);
     }
+  }
+
+  // The screen for key, as the only screen of its run (the combined one with its charging row).
+  std::shared_ptr<ViewController> showScreen(const std::string& key) {
+    context.header = {0, 1};
+    context.ports = platform();
+    context.multipleTestsList = {ScreenType::charging_v2};
+    auto screen = ScreenTable::makeScreen(key, context, delegate);
+    hostNavigation->pushViewController(screen, false);
+    settle();
+    return screen;
+  }
+
+  // The outlet that holds the header: its own view, else the progress bar's background.
+  static std::string headerView(const std::string& key) {
+    static const std::set<std::string> ownView = {
+        ScreenType::multi_touch_v1, ScreenType::multi_touch_v2, ScreenType::multiple_tests_v2,
+        ScreenType::device_front_video_v1, ScreenType::device_front_video_v2};
+    return ownView.count(key) ? "uiHeaderView" : "uiViewProgressBarBackground";
   }
 };
 
-TEST_F(TestViewControllerTest, HeaderButtonsAndPortraitOnEveryAppearance) {
-  forEachScreen([this](const ScreenCase& c) {
+TEST_F(TestViewControllerTest, HeaderButtonsPortraitOnEveryAppearanceAndCancel) {
+  forEachScreen([this](const std::string& key) {
     context.themeColor = Color::rgb(0, 128, 0);
     auto custom = std::make_shared<Customization>();
     custom->skipTestButtonColor = Color::rgb(200, 0, 0);
     context.customization = custom;
-    auto screen = c.show();
+    auto screen = showScreen(key);
     EXPECT_EQ(screen->outlet<Button>("uiBtCancel").titleColor, Color::rgb(0, 128, 0));
     EXPECT_EQ(screen->outlet<Button>("uiBtCouldntCompleteTest").titleColor, Color::rgb(200, 0, 0));
     EXPECT_EQ(screen->outlet<Label>("uiLbTestCounter").text, "Test 1/1");
@@ -63,11 +57,11 @@ TEST_F(TestViewControllerTest, HeaderButtonsAndPortraitOnEveryAppearance) {
               (std::vector<std::optional<Color>>{custom->progressBarSelectedColor}));
     // The header shows only while the navigation bar is hidden, and portrait is asked for on
     // every appearance.
-    EXPECT_TRUE(screen->outlet<View>(c.headerView).hidden);
+    EXPECT_TRUE(screen->outlet<View>(headerView(key)).hidden);
     hostNavigation->setNavigationBarHidden(true, false);
     cover();
     hostNavigation->popViewController(false);
-    EXPECT_FALSE(screen->outlet<View>(c.headerView).hidden);
+    EXPECT_FALSE(screen->outlet<View>(headerView(key)).hidden);
     EXPECT_EQ(env.device->orientationRequests,
               std::vector<DeviceOrientation>(2, DeviceOrientation::portrait));
 
@@ -77,10 +71,12 @@ TEST_F(TestViewControllerTest, HeaderButtonsAndPortraitOnEveryAppearance) {
 }
 
 TEST_F(TestViewControllerTest, WithoutADelegateTheButtonsReportNothing) {
-  forEachScreen([this](const ScreenCase& c) {
-    auto screen = c.show();
-    // The screen holds its delegate weakly: with the recorder gone, no report may reach it.
+  forEachScreen([this](const std::string& key) {
+    auto screen = showScreen(key);
+    // The screen holds its delegate weakly: the recorder goes, and no report may reach it.
+    std::weak_ptr<TestScreensDelegate> recorder = delegate;
     delegate.reset();
+    EXPECT_TRUE(recorder.expired());
     for (const auto& action : screen->actionNames()) screen->sendAction(action);
     settle();
     EXPECT_EQ(hostNavigation->topViewController(), screen);

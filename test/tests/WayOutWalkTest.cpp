@@ -11,7 +11,6 @@
 #include "quorvel/ScreenType.h"
 #include "quorvel/ui/AlertController.h"
 #include "quorvel/ui/Application.h"
-#include "quorvel/ui/LoadingView.h"
 #include "run/ScreenTable.h"
 #include "support/RecordingTestDelegate.h"
 #include "support/SdkFixture.h"
@@ -63,14 +62,19 @@ class WayOutWalk : public SdkFixture {
   using SdkFixture::env;
   using SdkFixture::settle;
 
-  // The screen for key on a fresh platform where failure holds, resting after its first steps.
-  void show(const std::string& key, const Failure& failure) {
+  // A fresh process on a platform where failure holds, under the host's navigation.
+  void freshHost(const Failure& failure) {
     SdkFixture::SetUp();
-    WordLists::restoreHeardWords();  // as in a new process
+    WordLists::restoreHeardWords();
     env.setAssetsHost(server.address());
     env.device->battery = BatteryState::unplugged;
     failure.apply(env);
     hostWithNavigation();
+  }
+
+  // The screen for key on a fresh platform where failure holds, resting after its first steps.
+  void show(const std::string& key, const Failure& failure) {
+    freshHost(failure);
     delegate = std::make_shared<RecordingTestDelegate>();
     ScreenContext context = portsOnly();
     context.header = {0, 1};
@@ -124,6 +128,13 @@ class WayOutWalk : public SdkFixture {
     return true;
   }
   bool tap(const std::string& button) { return tap(button, button + "_TouchUpInside"); }
+  // The first of buttons the person can press, or null.
+  const char* firstOffered(std::initializer_list<const char*> buttons) const {
+    for (const char* button : buttons) {
+      if (offered(button)) return button;
+    }
+    return nullptr;
+  }
 
   // The informational alerts have one button; the last one closes any alert.
   void closeAlerts() {
@@ -162,6 +173,17 @@ std::shared_ptr<DeviceFrontVideoViewController> film(WayOutWalk& walk) {
   return std::dynamic_pointer_cast<DeviceFrontVideoViewController>(walk.screen);
 }
 
+const Step kNext{"presses Next", [](WayOutWalk& w) { return w.tap("uiBtNext"); }};
+const Step kUp{"presses volume up", [](WayOutWalk& w) { return w.env.volume.pressUp(), true; }};
+const Step kDown{"presses volume down",
+                 [](WayOutWalk& w) { return w.env.volume.pressDown(), true; }};
+const Step kSendFilm{"sends the film", [](WayOutWalk& w) {
+                       return w.tap("uiBtVideoReviewNext", "uiBtVideoReviewNext_TouchUpInsde");
+                     }};
+const Step kCharger{"plugs the charger", [](WayOutWalk& w) {
+                      return w.env.device->setBattery(BatteryState::charging), true;
+                    }};
+
 // The heard-word tests: play, type the word heard, Next.
 std::vector<Step> heardWordSteps() {
   return {{"plays the word", [](WayOutWalk& w) { return w.tap("uiBtPlay"); }},
@@ -174,46 +196,30 @@ std::vector<Step> heardWordSteps() {
              w.settle();
              return true;
            }},
-          {"presses Next", [](WayOutWalk& w) { return w.tap("uiBtNext"); }}};
+          kNext};
 }
 
 // Each screen's steps, as a person who wants to pass goes through them.
 const std::map<std::string, std::vector<Step>>& scripts() {
   static const std::map<std::string, std::vector<Step>> table = {
-      {ScreenType::buttons_v1,
-       {{"presses volume up", [](WayOutWalk& w) { return w.env.volume.pressUp(), true; }},
-        {"presses volume down", [](WayOutWalk& w) { return w.env.volume.pressDown(), true; }}}},
-      {ScreenType::charging_v1,
-       {{"plugs the charger",
-         [](WayOutWalk& w) { return w.env.device->setBattery(BatteryState::charging), true; }},
-        {"presses Next", [](WayOutWalk& w) { return w.tap("uiBtNext"); }}}},
-      {ScreenType::multiple_tests_v2,
-       {{"plugs the charger",
-         [](WayOutWalk& w) { return w.env.device->setBattery(BatteryState::charging), true; }},
-        {"presses volume up", [](WayOutWalk& w) { return w.env.volume.pressUp(), true; }},
-        {"presses volume down", [](WayOutWalk& w) { return w.env.volume.pressDown(), true; }},
-        {"presses Next", [](WayOutWalk& w) { return w.tap("uiBtNext"); }}}},
+      {ScreenType::buttons_v1, {kUp, kDown}},
+      {ScreenType::charging_v1, {kCharger, kNext}},
+      {ScreenType::multiple_tests_v2, {kCharger, kUp, kDown, kNext}},
       {ScreenType::multi_touch_v1, {}},
       {ScreenType::multi_touch_v2, {}},
       {ScreenType::device_front_video_v1,
-       {{"presses Next", [](WayOutWalk& w) { return w.tap("uiBtNext"); }},
+       {kNext,
         {"shows the start code to the mirror",
          [](WayOutWalk& w) { return w.env.camera->sees({film(w)->startQRCode()}); }},
         {"shows the end code to the mirror",
          [](WayOutWalk& w) { return w.env.camera->sees({film(w)->endQRCode()}); }},
         {"plays the film", [](WayOutWalk& w) { return w.tap("uiBtPlayVideo"); }},
-        {"sends the film",
-         [](WayOutWalk& w) {
-           return w.tap("uiBtVideoReviewNext", "uiBtVideoReviewNext_TouchUpInsde");
-         }}}},
+        kSendFilm}},
       {ScreenType::device_front_video_v2,
-       {{"presses Next", [](WayOutWalk& w) { return w.tap("uiBtNext"); }},
+       {kNext,
         {"starts recording", [](WayOutWalk& w) { return w.tap("uiBtStartRecording"); }},
         {"ticks the box", [](WayOutWalk& w) { return w.tap("uiCheckBoxTerms"); }},
-        {"sends the film",
-         [](WayOutWalk& w) {
-           return w.tap("uiBtVideoReviewNext", "uiBtVideoReviewNext_TouchUpInsde");
-         }}}},
+        kSendFilm}},
       {ScreenType::loudspeaker_v1, heardWordSteps()},
       {ScreenType::earspeaker_v1, heardWordSteps()},
       {ScreenType::speaker_recording_v1,
@@ -222,7 +228,7 @@ const std::map<std::string, std::vector<Step>>& scripts() {
        {{"starts recording", [](WayOutWalk& w) { return w.tap("uiBtRecord"); }},
         {"stops recording", [](WayOutWalk& w) { return w.tap("uiBtRecord"); }},
         {"listens to it", [](WayOutWalk& w) { return w.tap("uiBtPlay"); }},
-        {"presses Next", [](WayOutWalk& w) { return w.tap("uiBtNext"); }}}},
+        kNext}},
   };
   return table;
 }
@@ -254,10 +260,8 @@ TEST_F(WayOutWalk, EveryScreenInEveryStateWithAnyFailingPortLetsThePersonFinishA
         // then sends what it has by Next.
         for (int press = 0; press < 6 && delegate->reports.empty(); ++press) {
           closeAlerts();
-          const char* way = nullptr;
-          for (const char* button : {"uiBtCouldntCompleteTest", "uiBtVideoReviewCouldntComplete"}) {
-            if (!way && offered(button)) way = button;
-          }
+          const char* way =
+              firstOffered({"uiBtCouldntCompleteTest", "uiBtVideoReviewCouldntComplete"});
           if (!way && key == ScreenType::multiple_tests_v2 && offered("uiBtNext")) way = "uiBtNext";
           ASSERT_TRUE(way) << "a dead end: only Cancel is left\n" << screen->snapshot().dump();
           ASSERT_TRUE(tap(way));
@@ -277,12 +281,7 @@ TEST_F(WayOutWalk, EveryScreenInEveryStateWithAnyFailingPortLetsThePersonFinishA
 TEST_F(WayOutWalk, EveryRunWithAnyFailingPortReachesTheHostsAnswerWithoutCancelling) {
   for (const Failure& failure : kFailures) {
     SCOPED_TRACE(failure.name);
-    SdkFixture::SetUp();
-    WordLists::restoreHeardWords();
-    env.setAssetsHost(server.address());
-    env.device->battery = BatteryState::unplugged;
-    failure.apply(env);
-    hostWithNavigation();
+    freshHost(failure);
     start();
     std::string path;
     for (int move = 0; move < 40 && outcome->calls == 0; ++move) {
@@ -311,11 +310,8 @@ TEST_F(WayOutWalk, EveryRunWithAnyFailingPortReachesTheHostsAnswerWithoutCancell
         screen = std::dynamic_pointer_cast<TestViewController>(top());
         ASSERT_TRUE(screen) << "an unknown screen: " << name;
         closeAlerts();
-        const char* way = nullptr;
-        for (const char* button :
-             {"uiBtCouldntCompleteTest", "uiBtVideoReviewCouldntComplete", "uiBtNext"}) {
-          if (!way && offered(button)) way = button;
-        }
+        const char* way =
+            firstOffered({"uiBtCouldntCompleteTest", "uiBtVideoReviewCouldntComplete", "uiBtNext"});
         ASSERT_TRUE(way) << "a dead end on " << name << "\n" << screen->snapshot().dump();
         ASSERT_TRUE(tap(way));
       }

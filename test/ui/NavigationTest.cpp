@@ -50,21 +50,6 @@ TEST_F(NavigationTest, StackCallsTheLifecycleOfTheScreensItShowsAndHides) {
   EXPECT_EQ(navigation->viewControllers().size(), 1u);
 }
 
-TEST_F(NavigationTest, ObserversHearOncePerMainQueueTurn) {
-  auto screen = std::make_shared<ViewController>("Screen");
-  int notified = 0;
-  screen->addObserver([&] { ++notified; });
-  screen->outlet<View>("view").hidden = true;
-  screen->outlet<View>("view").alpha = 0.5;
-  EXPECT_EQ(notified, 0);
-  env.queue->runUntilIdle();
-  EXPECT_EQ(notified, 1);
-  screen->outlet<View>("view").alpha = 1;
-  screen.reset();  // gone before the turn: nothing is delivered to a dead screen
-  env.queue->runUntilIdle();
-  EXPECT_EQ(notified, 1);
-}
-
 // Holds its outlets as the SDK's screens do.
 class HandleScreen : public ViewController {
  public:
@@ -87,7 +72,20 @@ TEST_F(NavigationTest, OutletHandleIsTheNamedElementAndOnlyItsMutableAccessIsACh
   EXPECT_EQ(notified, 1);
   // A second handle on the name shares the element rather than replacing it under the first.
   EXPECT_EQ(&*std::as_const(screen->sameTitle), &*title);
+  // A name of another kind, or none at all, is a programming error.
   EXPECT_DEATH(Outlet<Button>(*screen, "uiLbTitle"), "uiLbTitle is a Label");
+  EXPECT_DEATH(screen->outlet<Label>("uiLbMissing"), "has no outlet uiLbMissing");
+
+  // Changes are heard once per main-queue turn, and not by a screen gone before the turn.
+  screen->outlet<View>("view").hidden = true;
+  screen->outlet<View>("view").alpha = 0.5;
+  EXPECT_EQ(notified, 1);
+  env.queue->runUntilIdle();
+  EXPECT_EQ(notified, 2);
+  screen->outlet<View>("view").alpha = 1;
+  screen.reset();
+  env.queue->runUntilIdle();
+  EXPECT_EQ(notified, 2);
 }
 
 TEST_F(NavigationTest, AlertDismissesBeforeItsHandlerRunsAndRefusesASecondPresentation) {
@@ -121,12 +119,6 @@ TEST_F(NavigationTest, LoadingViewFadesThenLeavesItsWindowUnlessShownAgain) {
   env.queue->advance(0.1);
   EXPECT_FALSE(overlay->isShown());
   EXPECT_TRUE(window->overlays().empty());
-}
-
-TEST_F(NavigationTest, UnknownOutletIsAProgrammingError) {
-  auto screen = std::make_shared<ViewController>("Screen");
-  EXPECT_DEATH(screen->outlet<Label>("uiLbMissing"), "has no outlet uiLbMissing");
-  EXPECT_DEATH(screen->outlet<Label>("view"), "view is a View");
 }
 
 }  // namespace

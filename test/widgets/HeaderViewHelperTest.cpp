@@ -6,12 +6,9 @@ namespace {
 
 using namespace quorvel;
 
-TEST(HeaderViewHelper, CounterInBothLanguagesAndOutsideTheRun) {
+TEST(HeaderViewHelper, CounterAndSegmentsUpToTheCurrentScreen) {
   EXPECT_EQ(HeaderViewHelper::counterText({1, 3}, SupportedLanguage::portuguese), "Teste 2/3");
   EXPECT_EQ(HeaderViewHelper::counterText({-1, 3}, SupportedLanguage::english), "---");
-}
-
-TEST(HeaderViewHelper, SegmentsUpToTheCurrentScreenAreFilled) {
   Customization customization;
   customization.progressBarSelectedColor = Color::rgb(255, 0, 0);
   customization.progressBarBackgroundColor = Color::rgb(0, 0, 255);

@@ -20,11 +20,8 @@ class Charging_v1_ViewControllerTest : public quorvel::testing::TestScreenFixtur
               Image::asset(detected ? "power_cable_plugged" : "power_cable_unplugged"));
   }
 
-  const Dictionary kSuccess = {{"success", true},
-                               {"battery_state", "charging"},
-                               {"battery_level", -1.0},
-                               {"timestamp", "2024-03-01T10:15:30.123+0000"},
-                               {"version", "1"}};
+  const Dictionary kSuccess = Dictionary::parse(R"({"success": true, "battery_state": "charging",
+      "battery_level": -1.0, "timestamp": "2024-03-01T10:15:30.123+0000", "version": "1"})");
 };
 
 TEST_F(Charging_v1_ViewControllerTest, CableAlreadyInOrFullAtLoadIsDetectedAtOnce) {

@@ -35,20 +35,6 @@ class MultiTouch_v2_ViewControllerTest : public quorvel::testing::TestScreenFixt
   std::unique_ptr<ScriptedFingers> fingers;
 };
 
-TEST_F(MultiTouch_v2_ViewControllerTest, ThePictureFillsInWithTheDepthOfTheFingers) {
-  showSlider();
-  fingers->down(2, {150, 20});
-  fingers->moveTo({150, 40});  // begins
-  fingers->moveTo({150, 100});
-  expectTintedOn(0.5);
-  fingers->moveTo({150, 80});  // up: unchanged
-  expectTintedOn(0.5);
-  fingers->lift();
-  expectOff();
-  settle();
-  EXPECT_FALSE(nextShown());
-}
-
 TEST_F(MultiTouch_v2_ViewControllerTest, OnlyTwoFingersEndingBelowTheNinetyPercentLinePass) {
   struct Case {
     int fingers;
@@ -70,7 +56,7 @@ TEST_F(MultiTouch_v2_ViewControllerTest, OnlyTwoFingersEndingBelowTheNinetyPerce
   }
 }
 
-TEST_F(MultiTouch_v2_ViewControllerTest, HostPicturesWithTheOnPictureOnlyAfterAPass) {
+TEST_F(MultiTouch_v2_ViewControllerTest, PictureFillsInWithTheFingersAndTheHostsShowsAfterAPass) {
   auto custom = std::make_shared<Customization>();
   custom->customScreens.emplace_back(
       "multi_touch_v2", std::map<std::string, std::string>{},
@@ -79,8 +65,17 @@ TEST_F(MultiTouch_v2_ViewControllerTest, HostPicturesWithTheOnPictureOnlyAfterAP
   context.customization = custom;
   showSlider();
   EXPECT_EQ(slide().image, Image::file("/host/off.png"));
-  fingers->slide(2, {150, 20}, {150, 100});
-  expectOff();  // the bundle's picture, not the host's
+  // While the fingers move, the bundle's pictures, not the host's, fill in with their depth.
+  fingers->down(2, {150, 20});
+  fingers->moveTo({150, 40});  // begins
+  fingers->moveTo({150, 100});
+  expectTintedOn(0.5);
+  fingers->moveTo({150, 80});  // up: unchanged
+  expectTintedOn(0.5);
+  fingers->lift();
+  expectOff();
+  settle();
+  EXPECT_FALSE(nextShown());
   fingers->slide(2, {150, 20}, {150, 190});
   expectTintedOn(1.0);
   settle();

@@ -12,7 +12,6 @@ using namespace quorvel;
 const std::string kCharging = "charging_v2";
 const std::string kUp = "buttons_v2_volume_up";
 const std::string kDown = "buttons_v2_volume_down";
-const char* kNow = "2024-03-01T10:15:30.123+0000";
 
 class MultipleTests_v2_ViewControllerTest : public quorvel::testing::TestScreenFixture {
  protected:
@@ -59,18 +58,12 @@ TEST_F(MultipleTests_v2_ViewControllerTest, RowsInDisplayOrderPassByTheirEventsA
   EXPECT_EQ(states(), std::vector<TestViewState>(3, TestViewState::success));
   EXPECT_TRUE(done());
 
-  Dictionary stampedSuccess = {{"success", true}, {"timestamp", kNow}};
-  EXPECT_EQ(pressNext(), (Dictionary{{"charging",
-                                      {{"version", "1"},
-                                       {"success", true},
-                                       {"timestamp", kNow},
-                                       {"battery_state", "charging"},
-                                       {"battery_level", -1.0}}},
-                                     {"buttons",
-                                      {{"version", "1"},
-                                       {"volume_up", stampedSuccess},
-                                       {"volume_down", stampedSuccess},
-                                       {"timestamp", kNow}}}}));
+  EXPECT_EQ(pressNext(), Dictionary::parse(R"({
+    "charging": {"version": "1", "success": true, "timestamp": "2024-03-01T10:15:30.123+0000",
+                 "battery_state": "charging", "battery_level": -1.0},
+    "buttons": {"version": "1", "timestamp": "2024-03-01T10:15:30.123+0000",
+                "volume_up": {"success": true, "timestamp": "2024-03-01T10:15:30.123+0000"},
+                "volume_down": {"success": true, "timestamp": "2024-03-01T10:15:30.123+0000"}}})"));
   // Next stops watching the battery only.
   env.volume.pressDown();
   EXPECT_EQ(screen->currentVolume(), env.volume.level());
@@ -94,14 +87,11 @@ TEST_F(MultipleTests_v2_ViewControllerTest, GivingUpEveryRowStillLeadsToNextWith
   showRows({"charging_v2", "buttons_v2"});
   for (int row = 0; row < 3; ++row) giveUp();
   EXPECT_TRUE(done());
-  Dictionary failed = {{"success", false}, {"timestamp", kNow}};
-  EXPECT_EQ(pressNext(),
-            (Dictionary{{"charging", {{"version", "1"}, {"success", false}, {"timestamp", kNow}}},
-                        {"buttons",
-                         {{"version", "1"},
-                          {"volume_up", failed},
-                          {"volume_down", failed},
-                          {"timestamp", kNow}}}}));
+  EXPECT_EQ(pressNext(), Dictionary::parse(R"({
+    "charging": {"version": "1", "success": false, "timestamp": "2024-03-01T10:15:30.123+0000"},
+    "buttons": {"version": "1", "timestamp": "2024-03-01T10:15:30.123+0000",
+                "volume_up": {"success": false, "timestamp": "2024-03-01T10:15:30.123+0000"},
+                "volume_down": {"success": false, "timestamp": "2024-03-01T10:15:30.123+0000"}}})"));
 }
 
 TEST_F(MultipleTests_v2_ViewControllerTest, CancelOrDisappearingStopsBothDetectors) {
