@@ -16,8 +16,8 @@ using Reply = ScriptedHttpServer::Reply;
 using HttpClientImplementation = Implementation<HttpClient, std::shared_ptr<HttpClient>>;
 
 // What every HttpClient must do against a loopback peer: stream a body in one piece with its
-// length, end with an error on cancel, time-out, refusal and a file that shrank, always once
-// and on its own thread, hand a redirect back as it is and a compressed answer decoded.
+// length, end with an error on cancel, silence past the time-out, refusal and a file that shrank,
+// always once and on its own thread, hand a redirect back as it is and a compressed answer decoded.
 class HttpClientContract : public ::testing::TestWithParam<HttpClientImplementation> {
  protected:
   struct Outcome {
@@ -90,6 +90,18 @@ TEST_P(HttpClientContract, CancelTimeOutRefusalAndAShrunkFileEachEndWithAnError)
   auto timedOut = outcome();
   ASSERT_TRUE(timedOut) << "the time-out never fired";
   EXPECT_TRUE(timedOut->error);
+  // The time-out is for silence, not for the whole exchange: an answer that keeps coming is slow
+  // but not late.
+  Reply trickled = Reply::json(200, R"({"url": "u"})");
+  trickled.pieces = 8;
+  trickled.gap = std::chrono::milliseconds(100);
+  server.script({trickled});
+  send([](HttpRequest& request) { request.timeout = std::chrono::milliseconds(300); });
+  auto slow = outcome();
+  ASSERT_TRUE(slow);
+  EXPECT_FALSE(slow->error) << *slow->error;
+  ASSERT_TRUE(slow->response);
+  EXPECT_EQ(slow->response->statusCode, 200);
 
   send(nullptr, "http://127.0.0.1:" + std::to_string(ScriptedHttpServer::closedPort()));
   auto refused = outcome();
