@@ -9,7 +9,6 @@
 #include "QuickFixture.h"
 #include "qt/QtHardwareKeys.h"
 #include "quorvel/platform/TrackedAudioSession.h"
-#include "quorvel/virtual/VirtualKeyboard.h"
 #include "quorvel/virtual/VirtualVolumeKeys.h"
 
 namespace quorvel::testing {
@@ -91,34 +90,32 @@ TEST_F(HardwareKeysTest, PressesAreExplicitSixteenthStepsClampedAtEitherEnd) {
   EXPECT_TRUE(window.keys.empty());
 }
 
-TEST_F(HardwareKeysTest, PrintTakesAScreenshotOtherKeysPassThroughAndAClosedWindowHasNone) {
+// Print is the screenshot chord (on the front end's window below); other keys reach the window
+// (typing on the screens, ScreensInputTest).
+TEST_F(HardwareKeysTest, AClosedWindowHasNone) {
   auto gone = std::make_unique<QWindow>();
   VirtualVolumeKeys orphan(gone.get(), volume, session);
   gone.reset();
   orphan.pressUp();
-  buttons.pressScreenshot();
-  ASSERT_TRUE(QTest::qWaitFor([&] { return screenshotsTaken == 1; }, 5000));
-
-  VirtualKeyboard keyboard(&window);
-  keyboard.type("a");
-  keyboard.pressKey(Qt::Key_Return);
-  ASSERT_TRUE(QTest::qWaitFor([&] { return window.keys.size() == 2; }, 5000));
-  EXPECT_EQ(window.keys, (std::vector<int>{Qt::Key_A, Qt::Key_Return}));
-  EXPECT_EQ(screenshotsTaken, 1);
+  orphan.pressScreenshot();
+  QTest::qWait(100);
   EXPECT_TRUE(changes.empty());
+  EXPECT_EQ(screenshotsTaken, 0);
 }
 
 // The front end's own window hears its side buttons on the ports it installs.
 class HardwareKeysFrontEndTest : public QuickFixture {};
 
-// Volume presses on it pass the combined screen's rows (CombinedScreenInputTest).
-TEST_F(HardwareKeysFrontEndTest, TheFrontEndWindowReportsScreenshotsOnItsPorts) {
+TEST_F(HardwareKeysFrontEndTest, TheFrontEndWindowReportsVolumeAndScreenshotsOnItsPorts) {
   Platform ports = frontEnd->platform();
-  int screenshotsTaken = 0;
+  int screenshotsTaken = 0, volumeChanges = 0;
   Subscription screenshot = ports.screenshotEvents->addObserver([&] { ++screenshotsTaken; });
+  Subscription volume =
+      ports.volumeEvents->addObserver([&](const VolumeChange&) { ++volumeChanges; });
   VirtualVolumeKeys buttons(frontEnd->window(), ports.volumeEvents, ports.audioSession);
   buttons.pressScreenshot();
-  EXPECT_TRUE(waitFor([&] { return screenshotsTaken == 1; }));
+  buttons.pressUp();
+  EXPECT_TRUE(waitFor([&] { return screenshotsTaken == 1 && volumeChanges == 1; }));
 }
 
 }  // namespace

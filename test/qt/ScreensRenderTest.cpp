@@ -1,18 +1,16 @@
-// The flow and physical-test screens drawn offscreen from their core state: copy in both
-// languages, what the core hides, and the colours that reach the pixels.
-#include <QRegularExpression>
+// Screens drawn offscreen from their core state: what the core hides, the colours that reach the
+// pixels (the video test's too), and the layout in a wide window. The copy and colours of every
+// screen in both languages are the accessibility walk's.
 #include <QTest>
 
 #include "QuickFixture.h"
 #include "device/IMEIViewController.h"
 #include "quorvel/ScreenType.h"
 #include "screens/TestsFinishedViewController.h"
-#include "support/ScriptedDevice.h"
-#include "tests/physical/Buttons_v1_ViewController.h"
 #include "tests/physical/Charging_v1_ViewController.h"
 #include "tests/physical/MultiTouch_v1_ViewController.h"
-#include "tests/physical/MultiTouch_v2_ViewController.h"
 #include "tests/physical/MultipleTests_v2_ViewController.h"
+#include "tests/video/DeviceFrontVideo_v2_ViewController.h"
 
 namespace quorvel::testing {
 namespace {
@@ -40,16 +38,6 @@ class ScreenFixture : public QuickFixture {
     }
     return count;
   }
-  // A scripted battery, so that the charging screens start unplugged on any machine.
-  std::shared_ptr<ScriptedDevice> unpluggedDevice() {
-    auto device = std::make_shared<ScriptedDevice>();
-    device->battery = BatteryState::unplugged;
-    device->documents = documents->path().string();
-    Platform changed = platform();
-    changed.device = device;
-    installPlatform(changed);
-    return device;
-  }
   std::shared_ptr<MultipleTests_v2_ViewController> showCombined() {
     auto combined = std::make_shared<MultipleTests_v2_ViewController>(
         contextFor(ScreenType::multiple_tests_v2));
@@ -58,97 +46,13 @@ class ScreenFixture : public QuickFixture {
   }
 };
 
-class EveryScreenTest : public ScreenFixture,
-                        public ::testing::WithParamInterface<SupportedLanguage> {
- protected:
-  void screenshot(const std::string& name) {
-    expectCoreColours();
-    grab(name + (GetParam() == SupportedLanguage::english ? "-en" : "-pt"));
-  }
-};
-
-TEST_P(EveryScreenTest, ShowsTheCopyAndColoursTheCoreHolds) {
-  sdk.language = GetParam();
-  unpluggedDevice();
-  const std::vector<const char*> testCopy = {"uiLbTitle", "uiLbDescription",
-                                             "uiBtCouldntCompleteTest"};
-  const std::pair<std::function<std::shared_ptr<ViewController>()>, std::vector<const char*>>
-      screens[] = {
-          {[&] { return show<IMEIViewController>(ScreenType::imei_screen); },
-           {"uiLbTitle", "uiRBIMEI", "uiRBSerialNumber", "uiLbOr", "uiLbAttachText", "uiBtCancel",
-            "uiBtNext"}},
-          {[&] { return show<TestsFinishedViewController>(ScreenType::end_screen); },
-           {"uiLbText", "uiBtDone", "uiBtTestAgain", "uiVersionLabel"}},
-          {[&] { return show<Charging_v1_ViewController>(ScreenType::charging_v1); },
-           {"uiLbTitle", "uiLbDescription", "uiLbTestCounter", "uiBtCouldntCompleteTest",
-            "uiBtCancel"}},
-          {[&] { return show<Buttons_v1_ViewController>(ScreenType::buttons_v1); }, testCopy},
-          {[&] { return show<MultiTouch_v1_ViewController>(ScreenType::multi_touch_v1); },
-           testCopy},
-          {[&] { return show<MultiTouch_v2_ViewController>(ScreenType::multi_touch_v2); },
-           testCopy}};
-  for (const auto& [make, copy] : screens) {
-    auto screen = make();
-    expectCoreCopy(*screen, copy);
-    screenshot(screen->interfaceName());
-  }
-
-  // The last screen's pan is judged against the picture's height, so the picture fills the slider
-  // area.
-  const Size slide = frontEnd->topViewController()->outlet<ImageView>("uiImageSlide").bounds;
-  EXPECT_GT(slide.height, 200);
-  EXPECT_EQ(slide.height, item("uiSliderView")->height());
-
-  // The IMEI screen's description carries its settings path as a link; the placeholder is a
-  // property of the field.
-  auto imei = show<IMEIViewController>(ScreenType::imei_screen);
-  const QString description = textOf("uiLbDescription");
-  EXPECT_TRUE(description.contains("<a href")) << description.toStdString();
-  EXPECT_EQ(QString(description).remove(QRegularExpression("<[^>]*>")),
-            QString::fromStdString(coreText(*imei, "uiLbDescription")));
-  EXPECT_EQ(item("uiTfIMEIInput")->property("placeholderText").toString(),
-            QString::fromStdString(imei->outlet<TextField>("uiTfIMEI").placeholder));
-
-  auto combined = showCombined();
-  const auto& rows = combined->outlet<Table>("uiTableView").rows;
-  ASSERT_EQ(rows.size(), 3u);
-  for (const auto& row : rows) {
-    const QString key = QString::fromStdString(row.at("key").get<std::string>());
-    EXPECT_EQ(textOf(key + "Title"), QString::fromStdString(row.at("title").get<std::string>()));
-    EXPECT_EQ(textOf(key + "Description"),
-              QString::fromStdString(row.at("description").get<std::string>()));
-  }
-  screenshot("MultipleTests_v2_ViewController");
-
-  // The start screen comes from a run, with the identifier it was given: the core hides the
-  // IMEI it was not given and the screen drops it; the default tests' hints show.
-  start(std::nullopt, std::nullopt, "C02XK0AB");
-  settle("StartViewController");
-  expectCoreCopy(*frontEnd->topViewController(),
-                 {"uiLbTitle", "uiBtNext", "uiLbSNValue", "uiLbSuggestionChargingCable",
-                  "uiLbSuggestionMirror", "uiLbSuggestionNoise"});
-  EXPECT_EQ(frontEnd->findItem("uiStackViewIMEI"), nullptr);
-  screenshot("StartViewController");
-  tap("uiBtNext");
-  settle("MultipleTests_v2_ViewController");
-}
-
-INSTANTIATE_TEST_SUITE_P(Languages, EveryScreenTest,
-                         ::testing::Values(SupportedLanguage::english,
-                                           SupportedLanguage::portuguese),
-                         [](const auto& language) {
-                           return language.param == SupportedLanguage::english ? "English"
-                                                                               : "Portuguese";
-                         });
-
 class ScreenStateTest : public ScreenFixture {};
 
-TEST_F(ScreenStateTest, HeaderFillsTheSegmentsUpToItsScreenAndHidesUnderANavigationBar) {
+TEST_F(ScreenStateTest, HeaderFillsTheSegmentsUpToItsScreen) {
   auto custom = std::make_shared<Customization>();
   custom->progressBarSelectedColor = Color::rgb(230, 20, 140);
   custom->progressBarBackgroundColor = Color::rgb(20, 190, 110);
   customization = custom;
-  unpluggedDevice();
   show(std::make_shared<MultiTouch_v1_ViewController>(
       contextFor(ScreenType::multi_touch_v1,
                  {ScreenType::charging_v1, ScreenType::multi_touch_v1, ScreenType::buttons_v1})));
@@ -160,16 +64,6 @@ TEST_F(ScreenStateTest, HeaderFillsTheSegmentsUpToItsScreenAndHidesUnderANavigat
                                                : custom->progressBarBackgroundColor)))
         << "segment " << segment << " is " << drawn.name().toStdString();
   }
-
-  // With the host's navigation bar showing, the core hides the header and the screen drops it.
-  hostNavigation->setNavigationBarHidden(false, false);
-  auto charging = std::make_shared<Charging_v1_ViewController>(contextFor(ScreenType::charging_v1));
-  hostNavigation->pushViewController(charging, false);
-  settle(charging->interfaceName());
-  ASSERT_TRUE(charging->outlet<View>("uiViewProgressBarBackground").hidden);
-  EXPECT_EQ(frontEnd->findItem("uiViewProgressBarBackground"), nullptr);
-  EXPECT_EQ(frontEnd->findItem("uiBtCancel"), nullptr);
-  EXPECT_NE(item("uiLbTitle"), nullptr);
 }
 
 TEST_F(ScreenStateTest, IMEIScreenWithoutAPickerDropsThePhotoRouteAndItsRoom) {
@@ -186,7 +80,6 @@ TEST_F(ScreenStateTest, IMEIScreenWithoutAPickerDropsThePhotoRouteAndItsRoom) {
 
 TEST_F(ScreenStateTest, ContentKeepsAReadableWidthCentredInALaptopWindow) {
   frontEnd->window()->resize(1280, 800);
-  unpluggedDevice();
   const std::pair<std::function<void()>, std::vector<QString>> screens[] = {
       {[&] { show<IMEIViewController>(ScreenType::imei_screen); }, {"uiTfIMEI", "uiBtNext"}},
       {[&] { show<Charging_v1_ViewController>(ScreenType::charging_v1); },
@@ -207,7 +100,6 @@ TEST_F(ScreenStateTest, ContentKeepsAReadableWidthCentredInALaptopWindow) {
 
 TEST_F(ScreenStateTest, CombinedScreenOutlinesTheFocusedRowAndMarksFinishedOnes) {
   sdk.themeColor = Color::rgb(120, 40, 200);
-  unpluggedDevice();
   showCombined();
   const QColor theme = qColor(*sdk.themeColor);
 
@@ -229,13 +121,42 @@ TEST_F(ScreenStateTest, CombinedScreenOutlinesTheFocusedRowAndMarksFinishedOnes)
   EXPECT_GT(pixelsIn(image, "charging_v2Status", QColor(255, 59, 48)), 40);
   EXPECT_TRUE(near(edgePixel(image, "buttons_v2_volume_up"), theme));
   EXPECT_FALSE(near(edgePixel(image, "charging_v2"), theme));
+}
 
-  // Every row done: Next takes the could-not-complete button's place.
-  tap("uiBtCouldntCompleteTest");
-  ASSERT_TRUE(waitFor([&] { return frontEnd->findItem("buttons_v2_volume_upStatus"); }));
-  tap("uiBtCouldntCompleteTest");
-  ASSERT_TRUE(waitFor([&] { return frontEnd->findItem("uiBtNext") != nullptr; }));
-  EXPECT_EQ(frontEnd->findItem("uiBtCouldntCompleteTest"), nullptr);
+// The screen video test filmed by the mirror camera: the preview shows the mirror's picture, each
+// colour covers the screen under the core's MD5, and the review shows the film's first picture.
+TEST_F(ScreenStateTest, VideoTestColoursCoverTheScreenAndTheReviewShowsTheFilm) {
+  useVirtualRoom();
+  auto screen = show<DeviceFrontVideo_v2_ViewController>(ScreenType::device_front_video_v2);
+  tap("uiBtNext");
+  ASSERT_TRUE(waitFor([&] { return item("uiViewVideoPreview")->property("showing").toBool(); }));
+  // The codes are read back from the film in DemoProgramTest.
+  tap("uiBtStartRecording");
+  const std::pair<const char*, QColor> colours[] = {{"blue", Qt::blue},
+                                                    {"yellow", Qt::yellow},
+                                                    {"red", Qt::red},
+                                                    {"black", Qt::black},
+                                                    {"green", Qt::green}};
+  for (const auto& [name, colour] : colours) {
+    ASSERT_TRUE(waitFor([&, c = colour] {
+      const auto& background = screen->outlet<View>("uiColorsView").backgroundColor;
+      return background && qColor(*background) == c;
+    }));
+    QTest::qWait(50);
+    const QImage shot = grab(std::string("DeviceFrontVideo_v2-") + name);
+    // The colour covers the screen, corners included; the label is drawn over it.
+    EXPECT_EQ(shot.pixelColor(2, 2), colour) << name;
+    EXPECT_EQ(shot.pixelColor(shot.width() - 3, shot.height() - 3), colour) << name;
+    EXPECT_EQ(textOf("uiLbMD5"), QString::fromStdString(screen->md5()));
+  }
+  ASSERT_TRUE(waitFor([&] {
+    return !screen->outlet<View>("uiVideoView").hidden &&
+           screen->outlet<ImageView>("uiVideoReviewImage").image.has_value();
+  }));
+  QTest::qWait(50);
+  // The film's first picture is the mirror's view of the start code, not an empty frame.
+  EXPECT_NE(colorAt("uiVideoReviewImage", QPointF(0, -40)), QColor("#1C1C1E"));
+  tap("uiBtCancel");
 }
 
 }  // namespace

