@@ -12,7 +12,6 @@
 #include <QSignalSpy>
 #include <QTest>
 #include <algorithm>
-#include <map>
 #include <set>
 #include <string>
 
@@ -43,31 +42,35 @@ bool needsName(QAccessible::Role role) {
   return named.contains(role);
 }
 
-// The copy key that names an element drawn as a picture alone (a button, a row's mark, the
-// chrome's back and close) at a step of the walk; "" for any other element. Nothing on screen
-// says what these are, so only the core's copy can.
+// The copy key that names each element drawn as a picture alone (a button, a row's mark, the
+// chrome's back and close), by its object name and a part of the steps' names where it is named
+// so; the first that fits counts. Nothing on screen says what these are, so only the core's copy
+// can.
+const struct {
+  QString name;
+  std::string step;
+  std::string key;
+} kPictureNames[] = {{"uiBtInfo", "", "accessibility_more_information"},
+                     {"uiBtPlayVideo", "", "accessibility_play_video"},
+                     {"uiBtStartRecording", "", "accessibility_start_recording"},
+                     {"uiBtRemoveImage", "", "accessibility_remove_image"},
+                     {"charging_v2Status", "", "accessibility_test_passed"},
+                     {"buttons_v2_volume_upStatus", "", "accessibility_test_failed"},
+                     {"navigationBack", "", "back"},
+                     {"moviePlayerClose", "", "accessibility_close"},
+                     // The play button plays one's own recording back, or the word to be heard.
+                     {"uiBtPlay", "ReadText", "accessibility_play_recording"},
+                     {"uiBtPlay", "", "accessibility_play_word"},
+                     // While recording, the record button stops.
+                     {"uiBtRecord", "-recording", "accessibility_stop_recording"},
+                     {"uiBtRecord", "", "accessibility_record"}};
+
+// The key naming the element called name at step; "" for an element not drawn as a picture alone.
 std::string pictureNameKey(const std::string& step, const QString& name) {
-  static const std::map<QString, std::string> keys = {
-      {"uiBtInfo", "accessibility_more_information"},
-      {"uiBtPlayVideo", "accessibility_play_video"},
-      {"uiBtStartRecording", "accessibility_start_recording"},
-      {"uiBtRemoveImage", "accessibility_remove_image"},
-      {"charging_v2Status", "accessibility_test_passed"},
-      {"buttons_v2_volume_upStatus", "accessibility_test_failed"},
-      {"navigationBack", "back"},
-      {"moviePlayerClose", "accessibility_close"},
-  };
-  // The play button plays the word to be heard, or one's own recording back.
-  if (name == "uiBtPlay") {
-    return step.starts_with("ReadText") ? "accessibility_play_recording"
-                                        : "accessibility_play_word";
+  for (const auto& each : kPictureNames) {
+    if (each.name == name && step.find(each.step) != std::string::npos) return each.key;
   }
-  // While recording, the record button stops.
-  if (name == "uiBtRecord") {
-    return step.ends_with("-recording") ? "accessibility_stop_recording" : "accessibility_record";
-  }
-  auto it = keys.find(name);
-  return it == keys.end() ? std::string() : it->second;
+  return {};
 }
 
 // An item in a failure message: its own object name or its nearest named ancestor's, and its type.
@@ -390,9 +393,6 @@ TEST_P(AccessibilityWalkTest, EveryControlIsNamedAndReportsTheCoreState) {
       ASSERT_TRUE(waitFor([&] { return checked("uiRBSerialNumber"); }));
       EXPECT_EQ(screen->mode(), IMEIViewController::Mode::serialNumber);
       EXPECT_FALSE(checked("uiRBIMEI"));
-      tap("uiRBIMEI");
-      ASSERT_TRUE(waitFor([&] { return checked("uiRBIMEI"); }));
-      EXPECT_FALSE(checked("uiRBSerialNumber"));
       // The keyboard's done key shows while the field has the keyboard.
       screen->outlet<TextField>("uiTfIMEI").isFirstResponder = true;
       ASSERT_TRUE(waitFor([&] { return frontEnd->findItem("uiBtKeyboardDone") != nullptr; }));
@@ -423,13 +423,9 @@ TEST_P(AccessibilityWalkTest, EveryControlIsNamedAndReportsTheCoreState) {
     }
   });
   // Each picture's name was checked somewhere on the walk.
-  EXPECT_EQ(picturesMet,
-            (std::set<std::string>{"accessibility_more_information", "accessibility_play_word",
-                                   "accessibility_play_recording", "accessibility_record",
-                                   "accessibility_stop_recording", "accessibility_start_recording",
-                                   "accessibility_play_video", "accessibility_remove_image",
-                                   "accessibility_test_passed", "accessibility_test_failed", "back",
-                                   "accessibility_close"}));
+  std::set<std::string> everyKey;
+  for (const auto& each : kPictureNames) everyKey.insert(each.key);
+  EXPECT_EQ(picturesMet, everyKey);
 }
 
 TEST_P(AccessibilityWalkTest, TextFollowsALargerApplicationFontAndIsNeverCut) {

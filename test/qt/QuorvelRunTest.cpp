@@ -85,14 +85,12 @@ TEST_F(QuorvelRunTest, WithoutAnSdkViewTheRunShowsInAWindowOfItsOwnUntilItsOneAn
   EXPECT_TRUE(running());
   ASSERT_TRUE(QTest::qWaitFor([&] { return topInterface() == "StartViewController"; }, 10000));
   EXPECT_EQ(visibleWindows(), 1);
+  // The run's window goes with its one answer (whose status is the cancel test's below).
   QMetaObject::invokeMethod(run.get(), "cancel");
-  ASSERT_TRUE(QTest::qWaitFor([&] { return !answers().isEmpty(); }, 5000));
+  EXPECT_TRUE(QTest::qWaitFor([] { return visibleWindows() == 0; }, 5000));
   QTest::qWait(100);
-  ASSERT_EQ(answers().size(), 1);
-  EXPECT_EQ(answer().value("status_code").toInt(), 301);
+  EXPECT_EQ(answers().size(), 1);
   EXPECT_FALSE(running());
-  // The run's window goes with the run.
-  EXPECT_TRUE(QTest::qWaitFor([] { return visibleWindows() == 0; }, 2000));
 }
 
 TEST_F(QuorvelRunTest, WrongSettingsAnswerOnceThroughFinishedWithTheirStatus) {
