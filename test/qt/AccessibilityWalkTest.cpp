@@ -1,8 +1,9 @@
-// Every screen as assistive technology meets it, in both languages: each control is named from
-// the core's copy (those drawn as pictures alone too, and the front end's chrome), the check box
-// and radio buttons report the core's state, and a press through accessibility does what a tap
-// does (a photo picked so shows on the IMEI screen until removed). With the application font at one
-// and a half times its size, no text on any screen is cut off.
+// Every screen as drawn and as assistive technology meets it, in both languages: the copy and
+// colours the core holds; each control named from the core's copy (those drawn as pictures alone
+// too, and the front end's chrome); the check box and radio buttons reporting the core's state; a
+// press through accessibility doing what a tap does (a photo picked so shows on the IMEI screen
+// until removed). With the application font at one and a half times its size, no text on any
+// screen is cut off.
 #include <QAccessible>
 #include <QFont>
 #include <QFontInfo>
@@ -10,7 +11,7 @@
 #include <QMetaEnum>
 #include <QSignalSpy>
 #include <QTest>
-#include <map>
+#include <algorithm>
 #include <set>
 #include <string>
 
@@ -19,19 +20,12 @@
 #include "qt/OutletItem.h"
 #include "quorvel/Localization.h"
 #include "quorvel/ScreenType.h"
+#include "run/ScreenTable.h"
 #include "screens/TestsFinishedViewController.h"
 #include "support/MovieProbe.h"
-#include "support/ScriptedDevice.h"
-#include "tests/audio/Earspeaker_v1_ViewController.h"
-#include "tests/audio/Loudspeaker_v1_ViewController.h"
 #include "tests/audio/ReadText_v1_ViewController.h"
-#include "tests/audio/SpeakerRecording_v1_ViewController.h"
-#include "tests/physical/Buttons_v1_ViewController.h"
 #include "tests/physical/Charging_v1_ViewController.h"
-#include "tests/physical/MultiTouch_v1_ViewController.h"
-#include "tests/physical/MultiTouch_v2_ViewController.h"
 #include "tests/physical/MultipleTests_v2_ViewController.h"
-#include "tests/video/DeviceFrontVideo_v1_ViewController.h"
 #include "tests/video/DeviceFrontVideo_v2_ViewController.h"
 
 namespace quorvel::testing {
@@ -39,51 +33,44 @@ namespace {
 
 // What a person reads or operates: each is of no use to assistive technology without a name.
 bool needsName(QAccessible::Role role) {
-  switch (role) {
-    case QAccessible::Button:
-    case QAccessible::CheckBox:
-    case QAccessible::RadioButton:
-    case QAccessible::EditableText:
-    case QAccessible::Slider:
-    case QAccessible::SpinBox:
-    case QAccessible::ComboBox:
-    case QAccessible::Link:
-    case QAccessible::Graphic:
-    case QAccessible::StaticText:
-    case QAccessible::ListItem:
-    case QAccessible::AlertMessage:
-    case QAccessible::Dialog:
-      return true;
-    default:
-      return false;
-  }
+  static const std::set<QAccessible::Role> named = {
+      QAccessible::Button,       QAccessible::CheckBox, QAccessible::RadioButton,
+      QAccessible::EditableText, QAccessible::Slider,   QAccessible::SpinBox,
+      QAccessible::ComboBox,     QAccessible::Link,     QAccessible::Graphic,
+      QAccessible::StaticText,   QAccessible::ListItem, QAccessible::AlertMessage,
+      QAccessible::Dialog};
+  return named.contains(role);
 }
 
-// The copy key that names an element drawn as a picture alone (a button, a row's mark, the
-// chrome's back and close) at a step of the walk; "" for any other element. Nothing on screen
-// says what these are, so only the core's copy can.
+// The copy key that names each element drawn as a picture alone (a button, a row's mark, the
+// chrome's back and close), by its object name and a part of the steps' names where it is named
+// so; the first that fits counts. Nothing on screen says what these are, so only the core's copy
+// can.
+const struct {
+  QString name;
+  std::string step;
+  std::string key;
+} kPictureNames[] = {{"uiBtInfo", "", "accessibility_more_information"},
+                     {"uiBtPlayVideo", "", "accessibility_play_video"},
+                     {"uiBtStartRecording", "", "accessibility_start_recording"},
+                     {"uiBtRemoveImage", "", "accessibility_remove_image"},
+                     {"charging_v2Status", "", "accessibility_test_passed"},
+                     {"buttons_v2_volume_upStatus", "", "accessibility_test_failed"},
+                     {"navigationBack", "", "back"},
+                     {"moviePlayerClose", "", "accessibility_close"},
+                     // The play button plays one's own recording back, or the word to be heard.
+                     {"uiBtPlay", "ReadText", "accessibility_play_recording"},
+                     {"uiBtPlay", "", "accessibility_play_word"},
+                     // While recording, the record button stops.
+                     {"uiBtRecord", "-recording", "accessibility_stop_recording"},
+                     {"uiBtRecord", "", "accessibility_record"}};
+
+// The key naming the element called name at step; "" for an element not drawn as a picture alone.
 std::string pictureNameKey(const std::string& step, const QString& name) {
-  static const std::map<QString, std::string> keys = {
-      {"uiBtInfo", "accessibility_more_information"},
-      {"uiBtPlayVideo", "accessibility_play_video"},
-      {"uiBtStartRecording", "accessibility_start_recording"},
-      {"uiBtRemoveImage", "accessibility_remove_image"},
-      {"charging_v2Status", "accessibility_test_passed"},
-      {"buttons_v2_volume_upStatus", "accessibility_test_failed"},
-      {"navigationBack", "back"},
-      {"moviePlayerClose", "accessibility_close"},
-  };
-  // The play button plays the word to be heard, or one's own recording back.
-  if (name == "uiBtPlay") {
-    return step.starts_with("ReadText") ? "accessibility_play_recording"
-                                        : "accessibility_play_word";
+  for (const auto& each : kPictureNames) {
+    if (each.name == name && step.find(each.step) != std::string::npos) return each.key;
   }
-  // While recording, the record button stops.
-  if (name == "uiBtRecord") {
-    return step.ends_with("-recording") ? "accessibility_stop_recording" : "accessibility_record";
-  }
-  auto it = keys.find(name);
-  return it == keys.end() ? std::string() : it->second;
+  return {};
 }
 
 // An item in a failure message: its own object name or its nearest named ancestor's, and its type.
@@ -101,15 +88,8 @@ class AccessibilityWalkTest : public QuickFixture,
   void SetUp() override {
     QuickFixture::SetUp();
     sdk.language = GetParam();
-    // The machine's own camera, microphone and battery are replaced by ones the tests control.
+    // The machine's own camera and microphone are replaced by ones the tests control.
     camera = useVirtualRoom();
-    Platform changed = platform();
-    device = std::make_shared<ScriptedDevice>();
-    device->battery = BatteryState::unplugged;
-    // Recordings and films go to the test's own folder, never the working directory.
-    device->documents = documents->path().string();
-    changed.device = device;
-    installPlatform(changed);
   }
 
   void TearDown() override {
@@ -198,42 +178,50 @@ class AccessibilityWalkTest : public QuickFixture,
     }
   }
 
+  // The texts and inputs on show, with their text, behind no transparent ancestor.
+  std::vector<QQuickItem*> shownTexts() {
+    std::vector<QQuickItem*> found;
+    std::function<void(QQuickItem*, qreal)> visit = [&](QQuickItem* item, qreal opacity) {
+      opacity *= item->opacity();
+      if (!item->isVisible() || qFuzzyIsNull(opacity)) return;
+      for (QQuickItem* child : item->childItems()) visit(child, opacity);
+      if ((item->inherits("QQuickText") || item->inherits("QQuickTextInput")) &&
+          !item->property("text").toString().isEmpty()) {
+        found.push_back(item);
+      }
+    };
+    visit(frontEnd->window()->contentItem(), 1);
+    return found;
+  }
+  // Within a pixel: glyphs' antialiasing and rounding.
+  static bool inside(const QRectF& drawn, const QRectF& bounds) {
+    return bounds.adjusted(-1, -1, 1, 1).contains(drawn);
+  }
+  // An input's own text scrolls inside it; only a text item must fit its box.
+  static bool fitsItsBox(QQuickItem* text) {
+    return !text->inherits("QQuickText") ||
+           inside(text->boundingRect(), QRectF(0, 0, text->width(), text->height()));
+  }
+
   // Every text on show follows the application font, none smaller than it, and is whole: not
   // elided, and drawn inside its own box, its outlet, whatever clips it and the window; a
   // scrolling area clips to its content, which scrolls into view.
   void expectTextFits(const std::string& step) {
     const QRectF window(QPointF(), frontEnd->window()->size());
     const int smallest = QFontInfo(QGuiApplication::font()).pixelSize();
-    std::function<void(QQuickItem*, qreal)> visit = [&](QQuickItem* item, qreal opacity) {
-      opacity *= item->opacity();
-      if (!item->isVisible() || qFuzzyIsNull(opacity)) return;
-      for (QQuickItem* child : item->childItems()) visit(child, opacity);
-      const bool isText = item->inherits("QQuickText");
-      if ((!isText && !item->inherits("QQuickTextInput")) ||
-          item->property("text").toString().isEmpty()) {
-        return;
-      }
+    auto sceneRectOf = [](QQuickItem* bounds) {
+      return bounds->mapRectToScene(QRectF(0, 0, bounds->width(), bounds->height()));
+    };
+    for (QQuickItem* item : shownTexts()) {
       const std::string what = step + ": " + describe(item) + " \"" +
                                item->property("text").toString().left(40).toStdString() + "\"";
       EXPECT_GE(QFontInfo(item->property("font").value<QFont>()).pixelSize(), smallest)
           << what << " keeps a size of its own";
       EXPECT_FALSE(item->property("truncated").toBool()) << what << " is elided";
-      // Within a pixel: glyphs' antialiasing and rounding.
-      auto inside = [](const QRectF& drawn, const QRectF& bounds) {
-        return bounds.adjusted(-1, -1, 1, 1).contains(drawn);
-      };
-      const QRectF own = item->boundingRect();
-      // An input's own text scrolls inside it; only its placeholder, a text item, must fit.
-      if (isText) {
-        EXPECT_TRUE(inside(own, QRectF(0, 0, item->width(), item->height())))
-            << what << " overflows its box: " << own.width() << "x" << own.height() << " in "
-            << item->width() << "x" << item->height();
-      }
-      const QRectF drawn = item->mapRectToScene(own);
-      auto sceneRectOf = [](QQuickItem* bounds) {
-        return bounds->mapRectToScene(QRectF(0, 0, bounds->width(), bounds->height()));
-      };
-      bool inOutlet = false;
+      EXPECT_TRUE(fitsItsBox(item))
+          << what << " overflows its box: " << item->width() << "x" << item->height();
+      const QRectF drawn = item->mapRectToScene(item->boundingRect());
+      bool inOutlet = false, scrolls = false;
       for (QQuickItem* ancestor = item->parentItem(); ancestor; ancestor = ancestor->parentItem()) {
         // The outlet is the box the screen lays the text out in; a text beyond it overlaps others.
         if (!inOutlet && qobject_cast<OutletItem*>(ancestor)) {
@@ -246,44 +234,40 @@ class AccessibilityWalkTest : public QuickFixture,
           EXPECT_TRUE(
               inside(drawn, sceneRectOf(ancestor->property("contentItem").value<QQuickItem*>())))
               << what << " lies outside the content of " << describe(ancestor);
-          return;
+          scrolls = true;
+          break;
         }
         if (ancestor->clip()) {
           EXPECT_TRUE(inside(drawn, sceneRectOf(ancestor)))
               << what << " is cut off by " << describe(ancestor);
         }
       }
-      EXPECT_TRUE(inside(drawn, window)) << what << " runs off the window";
-    };
-    visit(frontEnd->window()->contentItem(), 1);
+      EXPECT_TRUE(scrolls || inside(drawn, window)) << what << " runs off the window";
+    }
   }
 
   // Shows every screen of the SDK, the steps of those that change, the alert and the navigation
   // bar, calling check at each; moves between steps through accessibility's press.
-  // Whether every text on show is laid out within its box yet; a loaded machine can be a few
-  // frames late with a screen's layout after the screen shows.
-  bool textsLaidOut() {
-    bool laidOut = true;
-    std::function<void(QQuickItem*)> visit = [&](QQuickItem* item) {
-      if (!item->isVisible()) return;
-      for (QQuickItem* child : item->childItems()) visit(child);
-      if (item->inherits("QQuickText") && !QRectF(0, 0, item->width(), item->height())
-                                               .adjusted(-1, -1, 1, 1)
-                                               .contains(item->boundingRect())) {
-        laidOut = false;
-      }
-    };
-    visit(frontEnd->window()->contentItem());
-    return laidOut;
-  }
-
   void visitEveryScreen(const std::function<void(const std::string& step)>& check) {
-    auto at = [&](const std::string& step) {
+    // Once ready holds (when given), check step and keep its picture.
+    auto at = [&](const std::string& step, const std::function<bool()>& ready = {},
+                  int timeoutMs = 10000) {
       SCOPED_TRACE(step);
-      // A text that never fits is reported by the check itself.
-      waitFor([&] { return textsLaidOut(); }, 3000);
+      if (ready) {
+        ASSERT_TRUE(waitFor(ready, timeoutMs)) << "never reached";
+        QTest::qWait(50);
+      }
+      // A loaded machine can be a few frames late with a screen's layout; a text that never fits
+      // is reported by the check itself.
+      waitFor([&] { return std::ranges::all_of(shownTexts(), fitsItsBox); }, 3000);
       check(step);
       grab(step + suffix + "-" + language());
+    };
+    auto shown = [&](const QString& name) {
+      return [&, name] { return frontEnd->findItem(name); };
+    };
+    auto showKey = [&](const std::string& key) {
+      return show(ScreenTable::makeScreen(key, contextFor(key), nullptr));
     };
 
     auto imei = show<IMEIViewController>(ScreenType::imei_screen);
@@ -304,26 +288,21 @@ class AccessibilityWalkTest : public QuickFixture,
         QMetaObject::invokeMethod(each, "close");
       }
     }
-    ASSERT_TRUE(waitFor([&] { return frontEnd->findItem("uiBtRemoveImage") != nullptr; }));
-    ASSERT_TRUE(imei->imeiImage().has_value());
+    at("IMEIViewController-photo", shown("uiBtRemoveImage"));
+    EXPECT_TRUE(imei->imeiImage().has_value());
     EXPECT_EQ(frontEnd->findItem("uiViewNoImage"), nullptr);
-    QTest::qWait(50);
-    at("IMEIViewController-photo");
     press("uiBtRemoveImage");
     EXPECT_FALSE(imei->imeiImage().has_value());
-    ASSERT_TRUE(waitFor([&] { return frontEnd->findItem("uiViewNoImage") != nullptr; }));
+    ASSERT_TRUE(waitFor(shown("uiViewNoImage")));
     EXPECT_EQ(frontEnd->findItem("uiIvImage"), nullptr);
     EXPECT_EQ(frontEnd->findItem("uiBtRemoveImage"), nullptr);
     show<TestsFinishedViewController>(ScreenType::end_screen);
     at("TestsFinishedViewController");
-    show<Charging_v1_ViewController>(ScreenType::charging_v1);
-    at("Charging_v1_ViewController");
-    show<Buttons_v1_ViewController>(ScreenType::buttons_v1);
-    at("Buttons_v1_ViewController");
-    show<MultiTouch_v1_ViewController>(ScreenType::multi_touch_v1);
-    at("MultiTouch_v1_ViewController");
-    show<MultiTouch_v2_ViewController>(ScreenType::multi_touch_v2);
-    at("MultiTouch_v2_ViewController");
+    for (const std::string& key : {ScreenType::charging_v1, ScreenType::buttons_v1,
+                                   ScreenType::multi_touch_v1, ScreenType::multi_touch_v2,
+                                   ScreenType::speaker_recording_v1, ScreenType::earspeaker_v1}) {
+      at(showKey(key)->interfaceName());
+    }
     auto combined = std::make_shared<MultipleTests_v2_ViewController>(
         contextFor(ScreenType::multiple_tests_v2));
     combined->selectedTests = {ScreenType::charging_v2, ScreenType::buttons_v2};
@@ -331,64 +310,42 @@ class AccessibilityWalkTest : public QuickFixture,
     at("MultipleTests_v2_ViewController");
     // The cable goes in and the first row passes; the next is given up and fails.
     device->setBattery(BatteryState::charging);
-    ASSERT_TRUE(waitFor([&] { return frontEnd->findItem("charging_v2Status") != nullptr; }));
+    ASSERT_TRUE(waitFor(shown("charging_v2Status")));
     press("uiBtCouldntCompleteTest");
-    ASSERT_TRUE(
-        waitFor([&] { return frontEnd->findItem("buttons_v2_volume_upStatus") != nullptr; }));
-    QTest::qWait(50);
-    at("MultipleTests_v2_ViewController-passed-and-failed");
-    show<SpeakerRecording_v1_ViewController>(ScreenType::speaker_recording_v1);
-    at("SpeakerRecording_v1_ViewController");
-    show<Earspeaker_v1_ViewController>(ScreenType::earspeaker_v1);
-    at("Earspeaker_v1_ViewController");
+    at("MultipleTests_v2_ViewController-passed-and-failed", shown("buttons_v2_volume_upStatus"));
 
-    show<Loudspeaker_v1_ViewController>(ScreenType::loudspeaker_v1);
-    at("Loudspeaker_v1_ViewController");
+    at(showKey(ScreenType::loudspeaker_v1)->interfaceName());
     press("uiBtInfo");
-    ASSERT_TRUE(waitFor([&] { return frontEnd->alert() && frontEnd->findItem("action0"); }));
-    QTest::qWait(50);
-    at("alert");
+    at("alert", [&] { return frontEnd->alert() && frontEnd->findItem("action0"); });
     press("action0");
     ASSERT_TRUE(waitFor([&] { return !frontEnd->alert(); }));
 
     auto reading = show<ReadText_v1_ViewController>(ScreenType::read_text_v1);
-    ASSERT_TRUE(waitFor([&] { return !reading->word().empty(); }));
-    QTest::qWait(50);
-    at("ReadText_v1_ViewController");
+    at("ReadText_v1_ViewController", [&] { return !reading->word().empty(); });
     press("uiBtRecord");
     // A second's recording, which the screen offers for review.
-    ASSERT_TRUE(waitFor([&] { return reading->outlet<Label>("uiLbTimer").text == "00:01"; }, 5000));
-    at("ReadText_v1_ViewController-recording");
+    at("ReadText_v1_ViewController-recording",
+       [&] { return reading->outlet<Label>("uiLbTimer").text == "00:01"; });
     press("uiBtRecord");
     // The recording's file is finished on the encoder's thread, which a loaded machine slows.
-    ASSERT_TRUE(waitFor([&] { return frontEnd->findItem("uiBtRecordAgain") != nullptr; }, 30000));
-    QTest::qWait(50);
-    at("ReadText_v1_ViewController-review");
+    at("ReadText_v1_ViewController-review", shown("uiBtRecordAgain"), 30000);
 
-    show<DeviceFrontVideo_v1_ViewController>(ScreenType::device_front_video_v1);
-    at("DeviceFrontVideo_v1_ViewController");
+    at(showKey(ScreenType::device_front_video_v1)->interfaceName());
     auto video = show<DeviceFrontVideo_v2_ViewController>(ScreenType::device_front_video_v2);
     at("DeviceFrontVideo_v2_ViewController");
     press("uiBtNext");
-    ASSERT_TRUE(waitFor([&] { return frontEnd->findItem("uiBtStartRecording") != nullptr; }));
-    QTest::qWait(50);
-    at("DeviceFrontVideo_v2_ViewController-preview");
+    at("DeviceFrontVideo_v2_ViewController-preview", shown("uiBtStartRecording"));
     press("uiBtStartRecording");
-    ASSERT_TRUE(waitFor([&] { return !video->outlet<View>("uiColorsView").hidden; }));
-    QTest::qWait(50);
-    at("DeviceFrontVideo_v2_ViewController-colours");
-    ASSERT_TRUE(waitFor([&] { return frontEnd->findItem("uiCheckBoxTerms") != nullptr; }, 20000));
-    QTest::qWait(50);
-    at("DeviceFrontVideo_v2_ViewController-review");
+    at("DeviceFrontVideo_v2_ViewController-colours",
+       [&] { return !video->outlet<View>("uiColorsView").hidden; });
+    at("DeviceFrontVideo_v2_ViewController-review", shown("uiCheckBoxTerms"), 20000);
 
     // The movie player, over a film long enough to be met playing.
     const std::string movie = (documents->path() / "walk.mp4").string();
     ASSERT_TRUE(makeMovie(movie, 60, false)) << "ffmpeg could not make the movie";
     bool closed = false;
     platform().videoPlayback->play(movie, [&](const std::string&) { closed = true; });
-    ASSERT_TRUE(waitFor([&] { return chrome("moviePlayerClose") != nullptr; }));
-    QTest::qWait(50);
-    at("movie-player");
+    at("movie-player", [&] { return chrome("moviePlayerClose") != nullptr; });
     press("moviePlayerClose");
     ASSERT_TRUE(waitFor([&] { return closed; }));
 
@@ -412,7 +369,6 @@ class AccessibilityWalkTest : public QuickFixture,
   }
 
   std::shared_ptr<VirtualMirrorCamera> camera;
-  std::shared_ptr<ScriptedDevice> device;
   std::string suffix = "-accessible";
   // The copy keys of the pictures' names met so far.
   std::set<std::string> picturesMet;
@@ -424,6 +380,10 @@ TEST_P(AccessibilityWalkTest, EveryControlIsNamedAndReportsTheCoreState) {
   visitEveryScreen([&](const std::string& step) {
     expectNamed(step);
     expectPicturesNamedFromCopy(step);
+    // What the screen shows is the core's: its copy (the timer catching up with the core's, a
+    // second in or more, however late the check) and its colours.
+    expectCoreCopy();
+    expectCoreColours();
     if (step == "IMEIViewController") {
       // The radio buttons follow the core's mode, whichever way it changes.
       auto screen = std::dynamic_pointer_cast<IMEIViewController>(frontEnd->topViewController());
@@ -433,9 +393,6 @@ TEST_P(AccessibilityWalkTest, EveryControlIsNamedAndReportsTheCoreState) {
       ASSERT_TRUE(waitFor([&] { return checked("uiRBSerialNumber"); }));
       EXPECT_EQ(screen->mode(), IMEIViewController::Mode::serialNumber);
       EXPECT_FALSE(checked("uiRBIMEI"));
-      tap("uiRBIMEI");
-      ASSERT_TRUE(waitFor([&] { return checked("uiRBIMEI"); }));
-      EXPECT_FALSE(checked("uiRBSerialNumber"));
       // The keyboard's done key shows while the field has the keyboard.
       screen->outlet<TextField>("uiTfIMEI").isFirstResponder = true;
       ASSERT_TRUE(waitFor([&] { return frontEnd->findItem("uiBtKeyboardDone") != nullptr; }));
@@ -445,19 +402,11 @@ TEST_P(AccessibilityWalkTest, EveryControlIsNamedAndReportsTheCoreState) {
     }
     if (step == "IMEIViewController-photo") {
       EXPECT_EQ(colorAt("uiIvImage"), QColor(40, 160, 90));
-      expectCoreColours();
     }
-    // The timer and the record button show a recording, and the review what the core holds.
+    // The record button shows a recording.
     if (step == "ReadText_v1_ViewController") idleRecord = colorAt("uiBtRecord", QPointF(0, 40));
     if (step == "ReadText_v1_ViewController-recording") {
-      // However late the check, the drawn timer catches up with the core's, a second in or more.
-      const auto& timer = frontEnd->topViewController()->outlet<Label>("uiLbTimer");
-      EXPECT_TRUE(waitFor([&] { return textOf("uiLbTimer").toStdString() == timer.text; }))
-          << timer.text;
       EXPECT_NE(colorAt("uiBtRecord", QPointF(0, 40)), idleRecord) << "recording looks like idle";
-    }
-    if (step == "ReadText_v1_ViewController-review") {
-      expectCoreCopy(*frontEnd->topViewController(), {"uiLbWord", "uiBtRecordAgain", "uiBtNext"});
     }
     if (step == "DeviceFrontVideo_v2_ViewController-review") {
       // The check box shows the core's state: toggled through accessibility, then tapped.
@@ -474,13 +423,9 @@ TEST_P(AccessibilityWalkTest, EveryControlIsNamedAndReportsTheCoreState) {
     }
   });
   // Each picture's name was checked somewhere on the walk.
-  EXPECT_EQ(picturesMet,
-            (std::set<std::string>{"accessibility_more_information", "accessibility_play_word",
-                                   "accessibility_play_recording", "accessibility_record",
-                                   "accessibility_stop_recording", "accessibility_start_recording",
-                                   "accessibility_play_video", "accessibility_remove_image",
-                                   "accessibility_test_passed", "accessibility_test_failed", "back",
-                                   "accessibility_close"}));
+  std::set<std::string> everyKey;
+  for (const auto& each : kPictureNames) everyKey.insert(each.key);
+  EXPECT_EQ(picturesMet, everyKey);
 }
 
 TEST_P(AccessibilityWalkTest, TextFollowsALargerApplicationFontAndIsNeverCut) {

@@ -105,14 +105,19 @@ TEST_F(DemoProgram, AutopilotCompletesADefaultRunAgainstTheAssetsServer) {
   EXPECT_EQ(url.rfind("http://127.0.0.1:" + std::to_string(port) + "/assets/demo-app/", 0), 0u);
   // How the stored document is sealed is RunUploadTest's.
 
-  // The film of the screen in the mirror: H.264 with sound, at least the 5 s of the sequence,
-  // and its frames, flipped back, show exactly the codes the result names.
+  // The default run's four tests, each passed through the virtual devices: the charger's cable,
+  // the volume keys at the window, the fingers on the touch screen and the mirror camera.
   const Dictionary& results = response["tests_results"];
   EXPECT_EQ(results.size(), 4u);
+  for (const auto& [name, result] : results.items()) {
+    const bool passed = result.contains("success") ? result["success"] == true
+                                                   : result["volume_up"]["success"] == true &&
+                                                         result["volume_down"]["success"] == true;
+    EXPECT_TRUE(passed) << name << ": " << result.dump();
+  }
+  // The film of the screen in the mirror: H.264 with sound, at least the 5 s of the sequence,
+  // and its frames, flipped back, show exactly the codes the result names.
   const Dictionary& video = results["device_front_video"];
-  ASSERT_EQ(video.value("success", false), true) << video.dump();
-  EXPECT_EQ(video["version"], "2");
-  EXPECT_EQ(video["md5"].get<std::string>().size(), 32u);
   const auto movie = stored(video["url"]);
   ASSERT_TRUE(std::filesystem::exists(movie)) << video["url"];
   const auto film = probeMovie(movie.string());
@@ -143,18 +148,15 @@ TEST_F(DemoProgram, AutopilotCompletesADefaultRunAgainstTheAssetsServer) {
 }
 
 TEST_F(DemoProgram, StrictUploadsTurnAWrongKeyIntoAFailedRun) {
-  // The server refuses the key with 401 and an error object: a lenient run reports it stored, a
-  // strict one shows the failure alert, whose last answer (try later) the autopilot takes.
-  const std::vector<std::pair<QStringList, int>> cases = {{{}, 200}, {{"--strict-uploads"}, 406}};
-  for (const auto& [flags, status] : cases) {
-    const Finished run = autopilot(
-        QStringList{"--tests", "charging_v1", "--serial", "S1", "--hide-start-screen"} + flags,
-        "wrong-key");
-    const Dictionary response = Dictionary::parse(run.out, nullptr, false);
-    ASSERT_TRUE(response.is_object()) << run.out << run.err;
-    EXPECT_EQ(response.value("status_code", 0), status);
-    EXPECT_EQ(run.exitCode, status == 200 ? 0 : 1);
-  }
+  // The server refuses the key with 401 and an error object: a strict run shows the failure alert,
+  // whose last answer (try later) the autopilot takes. A lenient run's answer is the core's.
+  const Finished run = autopilot(
+      {"--tests", "charging_v1", "--serial", "S1", "--hide-start-screen", "--strict-uploads"},
+      "wrong-key");
+  const Dictionary response = Dictionary::parse(run.out, nullptr, false);
+  ASSERT_TRUE(response.is_object()) << run.out << run.err;
+  EXPECT_EQ(response.value("status_code", 0), 406);
+  EXPECT_EQ(run.exitCode, 1);
 }
 
 TEST_F(DemoProgram, BadFlagsExplainAndExitWithTwo) {

