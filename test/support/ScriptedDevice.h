@@ -62,10 +62,6 @@ class ScriptedDevice : public Device {
     battery = state;
     batteryDidChange(BatteryChange::state);
   }
-  void setBatteryLevel(float value) {
-    level = value;
-    batteryDidChange(BatteryChange::level);
-  }
   // Every orientation a screen asked for, in order.
   std::vector<DeviceOrientation> orientationRequests;
   void setOrientation(DeviceOrientation orientation) override {

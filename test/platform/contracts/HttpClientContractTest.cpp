@@ -16,8 +16,9 @@ using Reply = ScriptedHttpServer::Reply;
 using HttpClientImplementation = Implementation<HttpClient, std::shared_ptr<HttpClient>>;
 
 // What every HttpClient must do against a loopback peer: stream a body in one piece with its
-// length, end with an error on cancel, silence past the time-out, refusal and a file that shrank,
-// always once and on its own thread, hand a redirect back as it is and a compressed answer decoded.
+// length, end with an error on cancel, silence past the time-out, a reset, refusal and a file that
+// shrank, always once and on its own thread, hand a redirect back as it is and a compressed answer
+// decoded.
 class HttpClientContract : public ::testing::TestWithParam<HttpClientImplementation> {
  protected:
   struct Outcome {
@@ -102,6 +103,14 @@ TEST_P(HttpClientContract, CancelTimeOutRefusalAndAShrunkFileEachEndWithAnError)
   EXPECT_FALSE(slow->error) << *slow->error;
   ASSERT_TRUE(slow->response);
   EXPECT_EQ(slow->response->statusCode, 200);
+
+  // An answer cut off by a reset is no answer, whatever its head said.
+  server.script({Reply::resetAfterHeaders()});
+  send();
+  auto reset = outcome();
+  ASSERT_TRUE(reset);
+  EXPECT_TRUE(reset->error);
+  EXPECT_FALSE(reset->response);
 
   send(nullptr, "http://127.0.0.1:" + std::to_string(ScriptedHttpServer::closedPort()));
   auto refused = outcome();
