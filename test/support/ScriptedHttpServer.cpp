@@ -186,7 +186,6 @@ void ScriptedHttpServer::handle(int connection) {
   std::size_t recorded = 0;
   for (;;) {
     if (headEnd != std::string::npos) {
-      if (reply.afterHead) std::exchange(reply.afterHead, nullptr)();
       if (reply.beforeBody || data.size() >= headEnd + 4 + wanted) break;
     }
     ssize_t n = ::recv(connection, buffer, sizeof buffer, 0);

@@ -26,8 +26,6 @@ class ScriptedHttpServer {
     // The answer goes out in this many pieces, gap apart.
     int pieces = 1;
     std::chrono::milliseconds gap{0};
-    // Runs on the server's thread once the head is in, before the body is read.
-    std::function<void()> afterHead;
 
     // A whole answer with Content-Length, and Connection: close.
     static Reply answer(int status, const std::string& body, const std::string& headers = "");
