@@ -76,6 +76,10 @@ class ViewControllerBridgeTest : public ::testing::Test {
 // nothing, and images carry their tint (the accessibility walk); here, what no picture shows.
 TEST_F(ViewControllerBridgeTest, ColoursAreQmlColoursAndBorderTypesNumbers) {
   EXPECT_EQ(value("uiLbTitle", "textColor").typeId(), QMetaType::QColor);
+  // A translucent colour stays translucent.
+  screen->outlet<Label>("uiLbTitle").textColor = Color::rgb(22, 27, 38, 0.5);
+  bridge->refresh();
+  EXPECT_EQ(value("uiLbTitle", "textColor").value<QColor>().alpha(), 128);
   EXPECT_EQ(value("uiBtNext", "borderType").toInt(), static_cast<int>(BorderType::rounded));
 }
 
