@@ -92,8 +92,6 @@ TEST_F(AssetsServerTest, StoresThePartByteForByteAndServesItBackWithItsType) {
     EXPECT_EQ(served->get_header_value("X-Content-Type-Options"), "nosniff");
     EXPECT_EQ(served->get_header_value("Content-Disposition"),
               "attachment; filename=\"" + name + "\"");
-
-    EXPECT_EQ(metadataOf(answer)["sha256"], ResultsSeal::sha256Hex(c.content));
   }
 }
 
