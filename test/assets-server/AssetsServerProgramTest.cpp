@@ -50,6 +50,7 @@ TEST_F(AssetsServerProgram, HelpAndVersionGoToStandardOutputAndExitWithZero) {
 TEST_F(AssetsServerProgram, BadFlagsPrintTheReasonAndUsageAndExitWithTwo) {
   const std::string storage = (tree.path() / "s").string();
   // No key: were a flag below let through, the program would still stop instead of serving.
+  // Unknown flags and missing values are the shared parser's, refused in the device-info test.
   const std::string keyless = " --storage " + storage;
   struct Case {
     std::string arguments, reason;
@@ -57,10 +58,8 @@ TEST_F(AssetsServerProgram, BadFlagsPrintTheReasonAndUsageAndExitWithTwo) {
   const std::vector<Case> cases = {
       {"--port 70000 --storage " + storage + " --api-key k", "'70000'"},
       {"--port 0 --storage " + storage, "--api-key is required"},
-      {"--port 0" + keyless + " --bogus", "unknown option '--bogus'"},
       {"--port 0 --port 1" + keyless, "--port given twice"},
       {"--port 0" + keyless + " --max-bytes 0", "--max-bytes needs a positive number, not '0'"},
-      {keyless + " --port", "--port needs a value"},
   };
   for (const auto& c : cases) {
     std::FILE* pipe = popen((program + " " + c.arguments + " 2>&1 >/dev/null").c_str(), "r");

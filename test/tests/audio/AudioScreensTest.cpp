@@ -156,11 +156,8 @@ TEST_F(AudioScreensTest, PlayingScreensWarnBelowHalfVolumeAndEveryOneReportsOnce
       const std::string leave = cancel ? "uiBtCancel" : "uiBtCouldntCompleteTest";
       press(leave + "_TouchUpInside");
       press(leave + "_TouchUpInside");
+      // What a give-up reports is WayOutWalk's check.
       EXPECT_EQ(onlyReport().cancelled, cancel);
-      if (!cancel) {
-        EXPECT_EQ(onlyReport().result["success"], false);
-        EXPECT_EQ(onlyReport().result["version"], "1");
-      }
       cover();
     }
   }

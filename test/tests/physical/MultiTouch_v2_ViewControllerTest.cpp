@@ -82,11 +82,9 @@ TEST_F(MultiTouch_v2_ViewControllerTest, PictureFillsInWithTheFingersAndTheHosts
   EXPECT_EQ(slide().image, Image::file("/host/on.png"));
   EXPECT_FALSE(slide().tintColor);
 
-  // Passed: further touches change nothing, and Next reports success.
+  // Passed: further touches change nothing (what Next reports is RunUploadTest's check).
   fingers->slide(2, {150, 190}, {150, 20});
   EXPECT_EQ(slide().image, Image::file("/host/on.png"));
-  screen->sendAction("uiBtNext_TouchUpInside");
-  EXPECT_EQ(onlyReport().result.at("success"), true);
 }
 
 }  // namespace

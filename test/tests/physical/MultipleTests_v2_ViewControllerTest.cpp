@@ -1,7 +1,5 @@
 #include <gtest/gtest.h>
 
-#include "linux/LinuxDevice.h"
-#include "support/PrivateBus.h"
 #include "support/TestScreenFixture.h"
 #include "tests/physical/MultipleTests_v2_ViewController.h"
 
@@ -112,36 +110,6 @@ TEST_F(MultipleTests_v2_ViewControllerTest, CancelOrDisappearingStopsBothDetecto
     env.volume.pressUp();
     EXPECT_EQ(screen->state(kUp), TestViewState::focused);
   }
-}
-
-// The real Linux device on a private system bus, its battery UPower's: plugging the cable in is
-// UPower's state turning to charging.
-TEST_F(MultipleTests_v2_ViewControllerTest, ChargingRowPassesWhenUPowerReportsTheCableIn) {
-  using quorvel::testing::PrivateBus;
-  PrivateBus bus;
-  ASSERT_TRUE(bus.running());
-  ASSERT_TRUE(bus.startMock("org.freedesktop.UPower", {"--template", "upower"}));
-  ASSERT_TRUE(bus.call("org.freedesktop.UPower", "/org/freedesktop/UPower",
-                       "org.freedesktop.DBus.Mock", "SetupDisplayDevice", "uuddddxxbsu", 2u, 2u,
-                       50.0, 0.0, 0.0, 0.0, std::int64_t{0}, std::int64_t{0}, 1, "", 1u));
-  quorvel::testing::TemporaryTree noSupplies("quorvel-no-supplies");
-  const auto at = [&](const char* name) { return (noSupplies.path() / name).string(); };
-  Platform onLinux = platform();
-  onLinux.device = std::make_shared<LinuxDevice>(
-      LinuxDevice::Roots{at("sys"), at("proc"), at("etc"), at("home")});
-  installPlatform(onLinux);
-
-  screen = show<MultipleTests_v2_ViewController>(
-      [](MultipleTests_v2_ViewController& s) { s.selectedTests = {"charging_v2"}; });
-  EXPECT_EQ(screen->state(kCharging), TestViewState::focused);
-  ASSERT_TRUE(bus.call("org.freedesktop.UPower", "/org/freedesktop/UPower",
-                       "org.freedesktop.DBus.Mock", "SetDeviceProperties", "oa{sv}",
-                       "/org/freedesktop/UPower/devices/DisplayDevice", 1, "State", "u", 1u));
-  EXPECT_TRUE(waitUntil([&] { return screen->state(kCharging) == TestViewState::success; }))
-      << "the charging row did not pass";
-  EXPECT_TRUE(done());
-  // The device, and its watcher with it, goes before the bus does.
-  env.install();
 }
 
 }  // namespace

@@ -232,16 +232,14 @@ TEST_F(DeviceFrontVideoTest, V1FilmsBetweenTheCodesItReadsAndUploadsTheRawFilmWh
   EXPECT_FALSE(std::filesystem::exists(movie()));
 }
 
-TEST_F(DeviceFrontVideoTest, WithoutACameraItSaysSoAndGivingUpReportsOnlyTheFailure) {
+// Giving up from there is WayOutWalk's "the camera is missing".
+TEST_F(DeviceFrontVideoTest, WithoutACameraItSaysSo) {
   env.camera->present = false;
   auto screen = show<DeviceFrontVideo_v2_ViewController>();
   press("uiBtNext_TouchUpInside");
   auto alert = alertShown(*screen);
   ASSERT_TRUE(alert);
   EXPECT_EQ(alert->title(), "Scanning not supported");
-  alert->performAction(0);
-  press("uiBtCouldntCompleteTest_TouchUpInside");
-  EXPECT_EQ(onlyReport().result, kFailed);
 }
 
 TEST_F(DeviceFrontVideoTest, CancelFromAnyStepEndsOnceAndStopsFilming) {
