@@ -46,8 +46,9 @@ TEST_F(NavigationTest, StackCallsTheLifecycleOfTheScreensItShowsAndHides) {
                                               "B appear animated", "B disappear", "C load",
                                               "C appear animated", "C disappear", "A appear"}));
   // Popping to a screen that is not on the stack changes nothing.
+  navigation->pushViewController(b, false);
   EXPECT_TRUE(navigation->popToViewController(*c, false).empty());
-  EXPECT_EQ(navigation->viewControllers().size(), 1u);
+  EXPECT_EQ(navigation->viewControllers().size(), 2u);
 }
 
 // Holds its outlets as the SDK's screens do.
