@@ -160,77 +160,38 @@ TEST_F(AssetUploadTest, EachBackendFaultGivesItsOutcomeWithAndWithoutStrictAnswe
   Reply earlyRefusal = Reply::json(413, R"({"error": "too large"})");
   earlyRefusal.beforeBody = true;
   SelfSignedTlsPeer tls;
+  const std::string closed = "http://127.0.0.1:" + std::to_string(ScriptedHttpServer::closedPort());
+  using enum Heard::Kind;
+  const Heard tooLarge{error, "larger than"};
 
   struct Fault {
     const char* name;
     Reply reply;
     Heard lenient;
     Heard strict;
-    std::uint64_t fileSize = 0;  // a sparse file of this size instead of a small document
     std::string origin = "";     // another peer than the scripted server
+    std::uint64_t fileSize = 0;  // a sparse file of this size instead of a small document
   };
   const std::vector<Fault> faults = {
-      {.name = "refused connection",
-       .reply = Reply::json(200, "{}"),
-       .lenient = {Heard::error},
-       .strict = {Heard::error},
-       .origin = "http://127.0.0.1:" + std::to_string(ScriptedHttpServer::closedPort())},
-      {"500 with an object",
-       Reply::json(500, stored),
-       {Heard::object},
-       {Heard::error, "answered 500"}},
-      {"500 with an array",
-       Reply::json(500, "[1]"),
-       {Heard::nothing},
-       {Heard::error, "answered 500"}},
-      {"500 with invalid UTF-8",
+      {"refused connection", Reply::json(200, "{}"), {error}, {error}, closed},
+      {"500 with an object", Reply::json(500, stored), {object}, {error, "answered 500"}},
+      {"500 with an array", Reply::json(500, "[1]"), {nothing}, {error, "answered 500"}},
+      {"500, bad UTF-8",
        Reply::json(500, "{\"url\": \"\xc3\"}"),
-       {Heard::silence},
-       {Heard::error, "answered 500"}},
-      {"401 with an error object",
-       Reply::json(401, refusal),
-       {Heard::object},
-       {Heard::error, "answered 401"}},
-      {"200 without a url",
-       Reply::json(200, refusal),
-       {Heard::object},
-       {Heard::error, "no address"}},
-      {"200 with cut-off JSON",
-       Reply::json(200, "{\"open\": "),
-       {Heard::nothing},
-       {Heard::error, "no address"}},
-      {"200 with invalid UTF-8",
-       Reply::json(200, "\xff"),
-       {Heard::silence},
-       {Heard::error, "not UTF-8"}},
+       {silence},
+       {error, "answered 500"}},
+      {"401 with an error object", Reply::json(401, refusal), {object}, {error, "answered 401"}},
+      {"200 without a url", Reply::json(200, refusal), {object}, {error, "no address"}},
+      {"200 with cut-off JSON", Reply::json(200, "{\"open\": "), {nothing}, {error, "no address"}},
+      {"200 with invalid UTF-8", Reply::json(200, "\xff"), {silence}, {error, "not UTF-8"}},
       // Not followed: the server sees one request (checked below) and its answer has no body.
-      {"redirect",
-       Reply::answer(307, "", "Location: /elsewhere\r\n"),
-       {Heard::nothing},
-       {Heard::error, "answered 307"}},
-      {"gzip that inflates past the limit",
-       Reply::gzipJson(200, std::string(cap + 1, ' ')),
-       {Heard::error, "larger than"},
-       {Heard::error, "larger than"}},
-      {"answer of exactly the limit",
-       Reply::json(200, exactlyCap),
-       {Heard::object},
-       {Heard::object}},
-      {"answer past the limit",
-       Reply::json(200, exactlyCap + " "),
-       {Heard::error, "larger than"},
-       {Heard::error, "larger than"}},
+      {"redirect", Reply::answer(307, "", "Location: /\r\n"), {nothing}, {error, "answered 307"}},
+      {"gzip past the limit", Reply::gzipJson(200, std::string(cap + 1, ' ')), tooLarge, tooLarge},
+      {"answer of exactly the limit", Reply::json(200, exactlyCap), {object}, {object}},
+      {"answer past the limit", Reply::json(200, exactlyCap + " "), tooLarge, tooLarge},
       // The refusal goes out before the body is read; the server then reads the body away.
-      {"early refusal of a large body",
-       earlyRefusal,
-       {Heard::object},
-       {Heard::error, "answered 413"},
-       large},
-      {.name = "self-signed https peer",
-       .reply = Reply::json(200, "{}"),
-       .lenient = {Heard::error},
-       .strict = {Heard::error},
-       .origin = tls.origin()},
+      {"early refusal of a large body", earlyRefusal, {object}, {error, "answered 413"}, "", large},
+      {"self-signed https peer", Reply::json(200, "{}"), {error}, {error}, tls.origin()},
   };
 
   for (const auto& fault : faults) {
