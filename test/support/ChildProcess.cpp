@@ -45,11 +45,7 @@ ChildProcess::ChildProcess(const std::vector<std::string>& arguments, const Opti
   if (error == 0) pid_ = pid;
 }
 
-ChildProcess::ChildProcess(ChildProcess&& other) noexcept
-    : pid_(std::exchange(other.pid_, -1)),
-      ended_(other.ended_),
-      code_(other.code_),
-      usage_(other.usage_) {}
+ChildProcess::ChildProcess(ChildProcess&& other) noexcept { *this = std::move(other); }
 
 ChildProcess& ChildProcess::operator=(ChildProcess&& other) noexcept {
   if (this != &other) {

@@ -12,6 +12,7 @@
 #include <utility>
 #include <vector>
 
+#include "platform/contracts/Implementation.h"
 #include "quorvel/platform/MainQueue.h"
 
 namespace quorvel::testing {
@@ -29,12 +30,8 @@ class MainQueueDriver {
   virtual double now() const = 0;
 };
 
-using MainQueueFactory = std::function<std::unique_ptr<MainQueueDriver>()>;
-
-struct MainQueueImplementation {
-  std::string name;
-  MainQueueFactory make;
-};
+using MainQueueImplementation = Implementation<MainQueueDriver>;
+inline constexpr auto implementationName = nameOfImplementation;
 
 namespace contract {
 
@@ -135,11 +132,6 @@ class MainQueueContract : public ::testing::TestWithParam<MainQueueImplementatio
  protected:
   std::unique_ptr<MainQueueDriver> driver = GetParam().make();
 };
-
-inline std::string implementationName(
-    const ::testing::TestParamInfo<MainQueueImplementation>& info) {
-  return info.param.name;
-}
 
 }  // namespace quorvel::testing
 

@@ -1,5 +1,6 @@
 #pragma once
 
+#include <optional>
 #include <string>
 
 #include "support/ChildProcess.h"
@@ -29,7 +30,8 @@ class PrivatePulseAudio {
   void stop();
 
  private:
-  std::string pactl(const std::string& arguments, int* status = nullptr) const;
+  // pactl's output; nothing when it failed.
+  std::optional<std::string> pactl(const std::string& arguments) const;
 
   TemporaryTree folder_{"quorvel-pulse"};
   std::string server_;

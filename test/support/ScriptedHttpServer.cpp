@@ -37,32 +37,24 @@ void sendAll(int fd, const std::string& bytes) {
 
 ScriptedHttpServer::Reply ScriptedHttpServer::Reply::answer(int status, const std::string& body,
                                                             const std::string& headers) {
-  return raw("HTTP/1.1 " + std::to_string(status) + " Scripted\r\n" + headers + "Content-Length: " +
-             std::to_string(body.size()) + "\r\nConnection: close\r\n\r\n" + body);
+  return {.bytes = "HTTP/1.1 " + std::to_string(status) + " Scripted\r\n" + headers +
+                   "Content-Length: " + std::to_string(body.size()) +
+                   "\r\nConnection: close\r\n\r\n" + body};
 }
 
 ScriptedHttpServer::Reply ScriptedHttpServer::Reply::json(int status, const std::string& body) {
   return answer(status, body, "Content-Type: application/json\r\n");
 }
 
-ScriptedHttpServer::Reply ScriptedHttpServer::Reply::raw(std::string bytes) {
-  Reply reply;
-  reply.bytes = std::move(bytes);
-  return reply;
-}
-
 ScriptedHttpServer::Reply ScriptedHttpServer::Reply::resetAfterHeaders() {
-  Reply reply =
-      raw("HTTP/1.1 200 OK\r\nContent-Type: application/json\r\nContent-Length: 100\r\n\r\n"
-          "{\"url\": \"http://127.0.0.1/");
-  reply.kind = Kind::resetMidBody;
-  return reply;
+  return {.kind = Kind::resetMidBody,
+          .bytes =
+              "HTTP/1.1 200 OK\r\nContent-Type: application/json\r\nContent-Length: 100\r\n"
+              "\r\n{\"url\": \"http://127.0.0.1/"};
 }
 
 ScriptedHttpServer::Reply ScriptedHttpServer::Reply::stall() {
-  Reply reply;
-  reply.kind = Kind::stall;
-  return reply;
+  return {.kind = Kind::stall, .bytes = ""};
 }
 
 ScriptedHttpServer::Reply ScriptedHttpServer::Reply::gzipJson(int status, const std::string& body) {
@@ -115,10 +107,7 @@ ScriptedHttpServer::ScriptedHttpServer() {
 }
 
 ScriptedHttpServer::~ScriptedHttpServer() {
-  {
-    std::lock_guard lock(mutex_);
-    stopping_ = true;
-  }
+  stopping_ = true;
   ::shutdown(listener_, SHUT_RDWR);
   thread_.join();
   ::close(listener_);
@@ -143,11 +132,7 @@ std::uint16_t ScriptedHttpServer::closedPort() {
 void ScriptedHttpServer::serve() {
   for (;;) {
     pollfd waiting{listener_, POLLIN, 0};
-    if (::poll(&waiting, 1, 100) < 0) return;
-    {
-      std::lock_guard lock(mutex_);
-      if (stopping_) return;
-    }
+    if (::poll(&waiting, 1, 100) < 0 || stopping_) return;
     if ((waiting.revents & POLLIN) == 0) continue;
     int connection = ::accept4(listener_, nullptr, nullptr, SOCK_CLOEXEC);
     if (connection < 0) continue;
@@ -159,11 +144,7 @@ void ScriptedHttpServer::serve() {
 void ScriptedHttpServer::waitForHangUp(int connection, std::chrono::milliseconds budget) {
   auto until = std::chrono::steady_clock::now() + budget;
   char sink[65536];
-  while (std::chrono::steady_clock::now() < until) {
-    {
-      std::lock_guard lock(mutex_);
-      if (stopping_) return;
-    }
+  while (std::chrono::steady_clock::now() < until && !stopping_) {
     pollfd waiting{connection, POLLIN, 0};
     if (::poll(&waiting, 1, 50) < 0) return;
     if (waiting.revents != 0 && ::recv(connection, sink, sizeof sink, 0) <= 0) return;
@@ -184,10 +165,8 @@ void ScriptedHttpServer::handle(int connection) {
   std::size_t wanted = 0;
   Request request;
   std::size_t recorded = 0;
-  for (;;) {
-    if (headEnd != std::string::npos) {
-      if (reply.beforeBody || data.size() >= headEnd + 4 + wanted) break;
-    }
+  while (headEnd == std::string::npos ||
+         (!reply.beforeBody && data.size() < headEnd + 4 + wanted)) {
     ssize_t n = ::recv(connection, buffer, sizeof buffer, 0);
     if (n <= 0) break;
     data.append(buffer, static_cast<std::size_t>(n));

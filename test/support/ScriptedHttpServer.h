@@ -1,5 +1,6 @@
 #pragma once
 
+#include <atomic>
 #include <chrono>
 #include <cstdint>
 #include <deque>
@@ -30,7 +31,6 @@ class ScriptedHttpServer {
     // A whole answer with Content-Length, and Connection: close.
     static Reply answer(int status, const std::string& body, const std::string& headers = "");
     static Reply json(int status, const std::string& body);
-    static Reply raw(std::string bytes);
     static Reply resetAfterHeaders();
     static Reply stall();
     // body gzip-compressed, sent with Content-Encoding: gzip.
@@ -65,7 +65,7 @@ class ScriptedHttpServer {
   std::uint16_t port_ = 0;
   std::thread thread_;
   mutable std::mutex mutex_;
-  bool stopping_ = false;
+  std::atomic<bool> stopping_{false};
   std::deque<Reply> replies_;
   std::vector<Request> requests_;
 };

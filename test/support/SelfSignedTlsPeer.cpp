@@ -1,14 +1,12 @@
 #include "support/SelfSignedTlsPeer.h"
 
 #include <openssl/evp.h>
-#include <openssl/pem.h>
 #include <openssl/ssl.h>
 #include <openssl/x509.h>
 #include <poll.h>
 #include <sys/socket.h>
 #include <unistd.h>
 
-#include <cstdio>
 #include <stdexcept>
 
 #include "support/LoopbackSockets.h"
@@ -19,8 +17,10 @@ namespace {
 
 void fail(const char* what) { throw std::runtime_error(std::string("TLS peer: ") + what); }
 
-// A P-256 key and a one-day certificate for 127.0.0.1 that signs itself, written as PEM files.
-void writeSelfSigned(const std::string& keyPath, const std::string& certPath) {
+}  // namespace
+
+SelfSignedTlsPeer::SelfSignedTlsPeer() {
+  // A P-256 key and a one-day certificate for 127.0.0.1 that signs itself.
   EVP_PKEY* key = EVP_EC_gen("P-256");
   X509* cert = X509_new();
   if (key == nullptr || cert == nullptr) fail("cannot make a key");
@@ -32,32 +32,14 @@ void writeSelfSigned(const std::string& keyPath, const std::string& certPath) {
   X509_NAME_add_entry_by_txt(name, "CN", MBSTRING_ASC,
                              reinterpret_cast<const unsigned char*>("127.0.0.1"), -1, -1, 0);
   X509_set_issuer_name(cert, name);
-  if (X509_sign(cert, key, EVP_sha256()) == 0) fail("cannot sign the certificate");
-  FILE* keyFile = std::fopen(keyPath.c_str(), "w");
-  FILE* certFile = std::fopen(certPath.c_str(), "w");
-  bool written = keyFile && certFile &&
-                 PEM_write_PrivateKey(keyFile, key, nullptr, nullptr, 0, nullptr, nullptr) &&
-                 PEM_write_X509(certFile, cert);
-  if (keyFile) std::fclose(keyFile);
-  if (certFile) std::fclose(certFile);
-  X509_free(cert);
-  EVP_PKEY_free(key);
-  if (!written) fail("cannot write the key and certificate");
-}
-
-}  // namespace
-
-SelfSignedTlsPeer::SelfSignedTlsPeer() {
-  const std::string keyPath = (folder_.path() / "key.pem").string();
-  const std::string certPath = (folder_.path() / "cert.pem").string();
-  writeSelfSigned(keyPath, certPath);
   SSL_CTX* context = SSL_CTX_new(TLS_server_method());
-  if (context == nullptr ||
-      SSL_CTX_use_certificate_file(context, certPath.c_str(), SSL_FILETYPE_PEM) != 1 ||
-      SSL_CTX_use_PrivateKey_file(context, keyPath.c_str(), SSL_FILETYPE_PEM) != 1) {
-    fail("cannot load the key and certificate");
-  }
+  const bool ready = X509_sign(cert, key, EVP_sha256()) != 0 && context != nullptr &&
+                     SSL_CTX_use_certificate(context, cert) == 1 &&
+                     SSL_CTX_use_PrivateKey(context, key) == 1;
+  X509_free(cert);  // the context holds its own references
+  EVP_PKEY_free(key);
   context_ = context;
+  if (!ready) fail("cannot make a self-signed certificate");
 
   listener_ = listenOnLoopback(port_);
   if (listener_ < 0) fail("cannot listen on 127.0.0.1");

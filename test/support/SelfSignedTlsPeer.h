@@ -5,13 +5,11 @@
 #include <string>
 #include <thread>
 
-#include "support/TemporaryTree.h"
-
 namespace quorvel::testing {
 
-// A TLS acceptor on 127.0.0.1 whose certificate is self-signed, made afresh with OpenSSL into a
-// temporary folder: a client that verifies its peer must refuse it. It only shakes hands; it
-// counts the handshakes that completed, through which a request could have gone out.
+// A TLS acceptor on 127.0.0.1 whose certificate is self-signed, made afresh with OpenSSL: a client
+// that verifies its peer must refuse it. It only shakes hands; it counts the handshakes that
+// completed, through which a request could have gone out.
 class SelfSignedTlsPeer {
  public:
   SelfSignedTlsPeer();
@@ -26,7 +24,6 @@ class SelfSignedTlsPeer {
  private:
   void serve();
 
-  TemporaryTree folder_{"quorvel-tls"};
   void* context_ = nullptr;  // SSL_CTX, kept out of this header
   int listener_ = -1;
   std::uint16_t port_ = 0;
