@@ -238,11 +238,6 @@ bool temporaryFileLeft(const fs::path& root) {
   return !left.empty();
 }
 
-std::string contentOf(const fs::path& file) {
-  std::ifstream in(file, std::ios::binary);
-  return {std::istreambuf_iterator<char>(in), std::istreambuf_iterator<char>()};
-}
-
 // What is wrong with the store: an asset without metadata recording its name, size and digest, a
 // metadata file without its asset, a temporary file. Counts the assets.
 std::string storeProblems(const fs::path& root, std::size_t& assets) {
@@ -263,7 +258,7 @@ std::string storeProblems(const fs::path& root, std::size_t& assets) {
       ++assets;
       std::ifstream in(file.string() + meta);
       json metadata = json::parse(in, nullptr, false);
-      std::string bytes = contentOf(file);
+      std::string bytes = fileContents(file);
       if (!metadata.is_object() || metadata.value("stored_filename", "") != name ||
           metadata.value("size", ~std::uint64_t{0}) != bytes.size() ||
           metadata.value("sha256", "") != ResultsSeal::sha256Hex(bytes)) {
@@ -326,7 +321,7 @@ TEST(AssetsServerMutation, MutatedRequestsGetAllowedAnswersAndLeaveTheStoreWhole
       // The server can only have stored bytes the client sent.
       std::string storedUrl = json::parse(answer.substr(bodyAt + 4)).value("url", "");
       fs::path file = server.storage() / storedUrl.substr(server.address().size() + 8);
-      if (sent.find(contentOf(file)) == std::string::npos) problem = "stored bytes never sent";
+      if (sent.find(fileContents(file)) == std::string::npos) problem = "stored bytes never sent";
     }
     if (temporaryFileLeft(server.storage()) && problem.empty()) problem = "a temporary file left";
     if (!problem.empty()) {

@@ -4,7 +4,6 @@
 #include <cmath>
 #include <cstdlib>
 #include <filesystem>
-#include <fstream>
 #include <string>
 #include <utility>
 
@@ -26,11 +25,6 @@ struct Outcome {
   }
 };
 
-std::string contents(const std::filesystem::path& file) {
-  std::ifstream in(file);
-  return {std::istreambuf_iterator<char>(in), {}};
-}
-
 // Runs the built program (arguments already quoted for the shell) in the C locale, without any
 // simulator variable.
 Outcome run(const std::string& arguments) {
@@ -40,7 +34,8 @@ Outcome run(const std::string& arguments) {
                                   std::string(QUORVEL_DEVICE_INFO_PROGRAM) + "' " + arguments +
                                   " >'" + out + "' 2>'" + err + "'")
                                      .c_str());
-  return {WIFEXITED(status) ? WEXITSTATUS(status) : -1, contents(out), contents(err)};
+  return {WIFEXITED(status) ? WEXITSTATUS(status) : -1, testing::fileContents(out),
+          testing::fileContents(err)};
 }
 
 class DeviceInfoProgram : public ::testing::Test {

@@ -56,17 +56,11 @@ std::int64_t MemoryInput::seek(void* opaque, std::int64_t offset, int whence) {
 InputContext openInput(const std::string& path, std::string* error) {
   AVFormatContext* raw = nullptr;
   int code = avformat_open_input(&raw, path.c_str(), nullptr, nullptr);
-  if (code < 0) {
-    if (error) *error = errorText(code);
-    return nullptr;
-  }
-  InputContext input(raw);
-  code = avformat_find_stream_info(raw, nullptr);
-  if (code < 0) {
-    if (error) *error = errorText(code);
-    return nullptr;
-  }
-  return input;
+  InputContext input(code < 0 ? nullptr : raw);  // a failed open has freed it
+  if (code >= 0) code = avformat_find_stream_info(raw, nullptr);
+  if (code >= 0) return input;
+  if (error) *error = errorText(code);
+  return nullptr;
 }
 
 CodecContext openDecoder(const AVFormatContext& format, int index) {

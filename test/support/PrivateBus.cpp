@@ -6,8 +6,6 @@
 
 #include <chrono>
 #include <cstdarg>
-#include <fstream>
-#include <sstream>
 #include <thread>
 
 namespace quorvel::testing {
@@ -35,12 +33,6 @@ constexpr const char* kConfig = R"(<!DOCTYPE busconfig PUBLIC
 </busconfig>
 )";
 
-std::string contents(const std::string& path) {
-  std::stringstream text;
-  text << std::ifstream(path).rdbuf();
-  return text.str();
-}
-
 }  // namespace
 
 PrivateBus::PrivateBus(Kind kind) : kind_(kind) {
@@ -61,11 +53,10 @@ PrivateBus::PrivateBus(Kind kind) : kind_(kind) {
                           "--nofork", "--nopidfile", "--print-address=1"},
                          {.output = log, .environment = std::nullopt});
   std::string line;
-  eventually([&] {
-    line = contents(log);
-    return line.rfind("unix:", 0) == 0 && line.find('\n') != std::string::npos;
-  });
-  if (line.rfind("unix:", 0) != 0 || line.find('\n') == std::string::npos) {
+  if (!eventually([&] {
+        line = fileContents(log);
+        return line.starts_with("unix:") && line.find('\n') != std::string::npos;
+      })) {
     ADD_FAILURE() << "dbus-daemon did not tell its address in time:\n" << line;
     return;
   }
@@ -110,7 +101,7 @@ bool PrivateBus::startMock(const std::string& name, const std::vector<std::strin
   }
   bool owned = eventually([&] { return hasOwner(name) || mock.exited(); }) && hasOwner(name);
   if (!owned)
-    ADD_FAILURE() << "the mock of " << name << " did not own its name:\n" << contents(log);
+    ADD_FAILURE() << "the mock of " << name << " did not own its name:\n" << fileContents(log);
   return owned;
 }
 

@@ -4,6 +4,7 @@
 
 #include <filesystem>
 #include <fstream>
+#include <iterator>
 #include <stdexcept>
 #include <string>
 
@@ -37,5 +38,11 @@ class TemporaryTree {
  private:
   std::filesystem::path root_;
 };
+
+// The bytes of a file; "" when it cannot be read.
+inline std::string fileContents(const std::filesystem::path& file) {
+  std::ifstream in(file, std::ios::binary);
+  return {std::istreambuf_iterator<char>(in), {}};
+}
 
 }  // namespace quorvel::testing

@@ -5,8 +5,6 @@
 
 #include <condition_variable>
 #include <filesystem>
-#include <fstream>
-#include <iterator>
 #include <mutex>
 #include <thread>
 
@@ -86,11 +84,6 @@ INSTANTIATE_TEST_SUITE_P(
                           "Scripted", [] { return std::make_unique<ScriptedMediaExport>(); }}),
     nameOfImplementation);
 
-std::string contents(const fs::path& path) {
-  std::ifstream file(path, std::ios::binary);
-  return std::string((std::istreambuf_iterator<char>(file)), {});
-}
-
 std::size_t threadCount() {
   auto tasks = fs::directory_iterator("/proc/self/task");
   return static_cast<std::size_t>(std::distance(fs::begin(tasks), fs::end(tasks)));
@@ -128,7 +121,7 @@ TEST_F(IsoMediaExportTest, CopiesEverySampleBehindTheIndexOnAThreadThatThenEnds)
     const auto copy = probeMovie(mp4.string());
     ASSERT_TRUE(source && copy);
     EXPECT_EQ(copy->brand, "isom");
-    EXPECT_NE(contents(mp4).substr(0, 64).find("moov"), std::string::npos) << "index not first";
+    EXPECT_NE(fileContents(mp4).substr(0, 64).find("moov"), std::string::npos) << "index not first";
     ASSERT_EQ(copy->streams.size(), source->streams.size());
     for (std::size_t i = 0; i < source->streams.size(); ++i) {
       EXPECT_EQ(copy->streams[i].codec, source->streams[i].codec);

@@ -4,7 +4,6 @@
 #include <cmath>
 #include <cstdlib>
 #include <cstring>
-#include <fstream>
 
 #include "media/MovieWriter.h"
 #include "support/MovieProbe.h"
@@ -15,11 +14,6 @@ namespace quorvel::testing {
 namespace {
 
 constexpr int kRate = 48000;
-
-std::string contents(const std::string& path) {
-  std::ifstream file(path, std::ios::binary);
-  return {std::istreambuf_iterator<char>(file), {}};
-}
 
 // B, G, R, A pixels: red on the left half, blue on the right, rows padded to stride.
 std::vector<std::uint8_t> halves(int width, int height, int stride) {
@@ -119,7 +113,7 @@ std::vector<std::int16_t> ffmpegHears(const std::string& path, int rate) {
   const std::string raw = path + ".raw";
   EXPECT_TRUE(shell("ffmpeg -v error -i " + path + " -f s16le -ac 1 -ar " + std::to_string(rate) +
                     " -y " + raw));
-  const std::string bytes = contents(raw);
+  const std::string bytes = fileContents(raw);
   std::vector<std::int16_t> samples(bytes.size() / 2);
   std::memcpy(samples.data(), bytes.data(), samples.size() * 2);
   return samples;
@@ -152,7 +146,7 @@ TEST_F(MovieWriterTest, WritesAnM4aWhoseClicksKeepTheirMomentsOrSaysAtOnceWhyItC
   EXPECT_EQ(movie->streams[0].codec, "aac");
   EXPECT_EQ(movie->streams[0].sampleRate, 12000);
   EXPECT_NEAR(movie->streams[0].seconds, 1.0, 0.01);
-  EXPECT_NE(contents(ours).substr(0, 40).find("moov"), std::string::npos) << "index not first";
+  EXPECT_NE(fileContents(ours).substr(0, 40).find("moov"), std::string::npos) << "index not first";
 
   const std::string theirs = (tree.path() / "theirs.m4a").string();
   const std::string wav = (tree.path() / "click.wav").string();
@@ -170,7 +164,7 @@ TEST_F(MovieWriterTest, WritesAnM4aWhoseClicksKeepTheirMomentsOrSaysAtOnceWhyItC
     EXPECT_NEAR(loudestAt(ffmpegHears(file, 12000), 12000), 0.5, 0.003);
   }
   // The bytes of a recording decode as its file does.
-  const std::string bytes = contents(ours);
+  const std::string bytes = fileContents(ours);
   EXPECT_EQ(SoundDecoder::decode({bytes.begin(), bytes.end()}, 12000),
             SoundDecoder::decodeFile(ours, 12000));
   // A picture size or no sound is no recording; a file that cannot be written or a picture of no
@@ -204,7 +198,7 @@ TEST(SoundDecoder, ResamplesAndMixesDownToMonoAtTheAskedRateOrGivesNothing) {
   EXPECT_GT(level, 0.02);
   EXPECT_LT(level, 0.09);
 
-  const std::string bytes = contents(wav);
+  const std::string bytes = fileContents(wav);
   EXPECT_EQ(SoundDecoder::decode({bytes.begin(), bytes.end()}, 48000), samples);
   // 32-bit float and 8-bit samples read as the same sound.
   for (const char* codec : {"pcm_f32le", "pcm_u8"}) {
