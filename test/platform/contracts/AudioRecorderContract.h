@@ -3,7 +3,6 @@
 #include <gtest/gtest.h>
 
 #include <filesystem>
-#include <fstream>
 #include <functional>
 #include <memory>
 #include <string>
@@ -56,8 +55,7 @@ class AudioRecorderContract : public ::testing::TestWithParam<AudioRecorderImple
     recorder.requestRecordPermission(answer("permission"));                                       \
     EXPECT_TRUE(answers.empty()) << "answered from inside requestRecordPermission";               \
     const auto path = folder.path() / "recording.m4a";                                            \
-    std::filesystem::create_directories(path.parent_path());                                      \
-    { std::ofstream(path) << "an older recording"; }                                              \
+    folder.write("recording.m4a", "an older recording");                                          \
     auto recording = recorder.record(path.string(), {}, answer("recording"));                     \
     ASSERT_NE(recording, nullptr);                                                                \
     EXPECT_TRUE(recording->isRecording());                                                        \
@@ -69,8 +67,7 @@ class AudioRecorderContract : public ::testing::TestWithParam<AudioRecorderImple
     const double recorded = recording->currentTime();                                             \
     EXPECT_GT(recorded, 0.5);                                                                     \
     EXPECT_GT(std::filesystem::file_size(path), 0u);                                              \
-    std::ifstream file(path);                                                                     \
-    EXPECT_NE(std::string(std::istreambuf_iterator<char>(file), {}), "an older recording");       \
+    EXPECT_NE(fileContents(path), "an older recording");                                          \
     EXPECT_EQ(answers, std::vector<std::string>{"permission:true"}) << "answered inside stop";    \
     driver->run(0.5);                                                                             \
     EXPECT_EQ(answers, (std::vector<std::string>{"permission:true", "recording:true"}));          \

@@ -51,9 +51,8 @@ struct Calls {
   };
   std::shared_ptr<Counts> counts = std::make_shared<Counts>();
 
-  template <class Argument>
-  std::function<void(Argument)> callback(CameraDriver& driver) const {
-    return [counts = counts, queue = std::weak_ptr<MainQueue>(driver.queue())](Argument value) {
+  auto callback(CameraDriver& driver) const {
+    return [counts = counts, queue = std::weak_ptr<MainQueue>(driver.queue())](const auto& value) {
       auto alive = queue.lock();
       ++counts->calls;
       if (!alive || !alive->isCurrent()) ++counts->offQueue;
@@ -63,12 +62,8 @@ struct Calls {
   int calls() const { return counts->calls; }
 };
 using Codes = std::vector<std::string>;
-struct Reports : Calls<Codes> {
-  auto callback(CameraDriver& d) const { return Calls::callback<const Codes&>(d); }
-};
-struct Finished : Calls<std::optional<std::string>> {
-  auto callback(CameraDriver& d) const { return Calls::callback<std::optional<std::string>>(d); }
-};
+using Reports = Calls<Codes>;
+using Finished = Calls<std::optional<std::string>>;
 
 inline bool nonEmptyFile(const std::string& path) {
   std::error_code ignored;

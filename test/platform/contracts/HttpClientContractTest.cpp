@@ -1,3 +1,4 @@
+#include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
 #include <future>
@@ -45,6 +46,21 @@ class HttpClientContract : public ::testing::TestWithParam<HttpClientImplementat
     if (pending.wait_for(std::chrono::seconds(10)) != std::future_status::ready) return {};
     return pending.get();
   }
+  // The status and body that the last send was answered with, on another thread and without an
+  // error; {0, ""} when there was none.
+  std::pair<int, std::string> answer() {
+    auto got = outcome();
+    EXPECT_TRUE(got && got->response && !got->error) << (got && got->error ? *got->error : "");
+    if (!got || !got->response) return {0, ""};
+    EXPECT_NE(got->thread, std::this_thread::get_id());
+    return {got->response->statusCode, {got->response->body.begin(), got->response->body.end()}};
+  }
+  // The error that the last send ended with, without an answer; "" when there was none.
+  std::string error() {
+    auto got = outcome();
+    EXPECT_TRUE(got && got->error && !got->response) << "no error, or an answer too";
+    return got && got->error ? *got->error : "";
+  }
 
   std::shared_ptr<HttpClient> client = GetParam().make();
   std::future<Outcome> pending;
@@ -63,13 +79,7 @@ TEST_P(HttpClientContract, StreamsPrefixFileAndSuffixAsOneBodyOfItsLength) {
     request.bodySuffix = "\r\n--b--\r\n";
     request.headers.emplace_back("Content-Length", std::to_string(request.contentLength()));
   });
-  auto got = outcome();
-  ASSERT_TRUE(got && got->response);
-  EXPECT_FALSE(got->error);
-  EXPECT_EQ(got->response->statusCode, 201);
-  EXPECT_EQ(std::string(got->response->body.begin(), got->response->body.end()),
-            R"({"url":"http://127.0.0.1/x"})");
-  EXPECT_NE(got->thread, std::this_thread::get_id());
+  EXPECT_EQ(answer(), std::pair(201, std::string(R"({"url":"http://127.0.0.1/x"})")));
   ASSERT_EQ(server.requests().size(), 1u);
   const auto received = server.requests().front();
   EXPECT_EQ(received.body, "--b\r\nhead\r\n\r\n" + content + "\r\n--b--\r\n");
@@ -82,15 +92,9 @@ TEST_P(HttpClientContract, CancelTimeOutRefusalAndAShrunkFileEachEndWithAnError)
   auto task = send();
   while (server.requests().empty()) std::this_thread::sleep_for(std::chrono::milliseconds(5));
   task->cancel();
-  auto cancelled = outcome();
-  ASSERT_TRUE(cancelled) << "cancel did not end a stalled request";
-  EXPECT_EQ(cancelled->error, std::optional<std::string>("cancelled"));
-  EXPECT_FALSE(cancelled->response);
-
+  EXPECT_EQ(error(), "cancelled") << "cancel did not end a stalled request";
   send([](HttpRequest& request) { request.timeout = std::chrono::milliseconds(300); });
-  auto timedOut = outcome();
-  ASSERT_TRUE(timedOut) << "the time-out never fired";
-  EXPECT_TRUE(timedOut->error);
+  EXPECT_NE(error(), "") << "the time-out never fired";
   // The time-out is for silence, not for the whole exchange: an answer that keeps coming is slow
   // but not late.
   Reply trickled = Reply::json(200, R"({"url": "u"})");
@@ -98,25 +102,14 @@ TEST_P(HttpClientContract, CancelTimeOutRefusalAndAShrunkFileEachEndWithAnError)
   trickled.gap = std::chrono::milliseconds(100);
   server.script({trickled});
   send([](HttpRequest& request) { request.timeout = std::chrono::milliseconds(300); });
-  auto slow = outcome();
-  ASSERT_TRUE(slow);
-  EXPECT_FALSE(slow->error) << *slow->error;
-  ASSERT_TRUE(slow->response);
-  EXPECT_EQ(slow->response->statusCode, 200);
+  EXPECT_EQ(answer().first, 200) << "a slow answer was taken for silence";
 
   // An answer cut off by a reset is no answer, whatever its head said.
   server.script({Reply::resetAfterHeaders()});
   send();
-  auto reset = outcome();
-  ASSERT_TRUE(reset);
-  EXPECT_TRUE(reset->error);
-  EXPECT_FALSE(reset->response);
-
+  EXPECT_NE(error(), "") << "reset";
   send(nullptr, "http://127.0.0.1:" + std::to_string(ScriptedHttpServer::closedPort()));
-  auto refused = outcome();
-  ASSERT_TRUE(refused);
-  EXPECT_TRUE(refused->error);
-  EXPECT_FALSE(refused->response);
+  EXPECT_NE(error(), "") << "refused";
 
   // The declared size is what the file held when the upload was set up: a file that shrank
   // since fails at once instead of waiting for the time-out.
@@ -125,21 +118,16 @@ TEST_P(HttpClientContract, CancelTimeOutRefusalAndAShrunkFileEachEndWithAnError)
     request.bodyFile = HttpFileContent{(files.path() / "shrinking.bin").string(), 4096 + (1 << 20)};
     request.timeout = std::chrono::minutes(5);
   });
-  auto shrunk = outcome();
-  ASSERT_TRUE(shrunk && shrunk->error);
-  EXPECT_NE(shrunk->error->find("shorter"), std::string::npos) << *shrunk->error;
+  EXPECT_THAT(error(), ::testing::HasSubstr("shorter"));
 }
 
 TEST_P(HttpClientContract, RedirectIsAnAnswerAndACompressedAnswerArrivesDecoded) {
   server.script({Reply::answer(307, "moved", "Location: /elsewhere\r\n"),
                  Reply::gzipJson(200, R"({"url":"http://127.0.0.1/x"})")});
-  for (const auto& [status, body] :
+  for (const auto& expected :
        {std::pair<int, std::string>{307, "moved"}, {200, R"({"url":"http://127.0.0.1/x"})"}}) {
     send();
-    auto got = outcome();
-    ASSERT_TRUE(got && got->response) << status;
-    EXPECT_EQ(got->response->statusCode, status);
-    EXPECT_EQ(std::string(got->response->body.begin(), got->response->body.end()), body);
+    EXPECT_EQ(answer(), expected);
   }
   EXPECT_EQ(server.requests().size(), 2u);
 }
