@@ -8,6 +8,7 @@
 #include <vector>
 
 #include "linux/LinuxDevice.h"
+#include "linux/SharedMimeInfoTypeRegistry.h"
 #include "linux/SysfsBattery.h"
 #include "linux/SysfsThermal.h"
 #include "linux/UPowerBattery.h"
@@ -133,6 +134,36 @@ TEST_F(LinuxDeviceTest, ProcFilesGiveMemoryUptimeAndProcessName) {
   // The disk sizes of a missing home are zero.
   EXPECT_EQ(device("no-such-home").totalDiskSpaceInBytes(), 0);
   EXPECT_EQ(device("no-such-home").freeDiskSpaceInBytes(), 0);
+}
+
+using SharedMimeInfoTypeRegistryTest = LinuxDeviceTest;
+
+TEST_F(SharedMimeInfoTypeRegistryTest, HighestWeightThenFirstListedAndEarlierDirectoriesWin) {
+  tree.write("user/mime/globs2",
+             "# user overrides\n"
+             "50:audio/x-user-m4a:*.m4a\n");
+  tree.write("system/mime/globs2",
+             "# comment\n"
+             "50:audio/mp4:*.m4a\n"
+             "50:application/json:*.json\n"
+             "50:application/schema+json:*.json\n"
+             "40:text/x-low:*.txt\n"
+             "60:text/plain:*.txt\n"
+             "50:text/x-c++src:*.C:cs\n"
+             "50:text/x-csrc:*.c\n"
+             "50:application/x-core:core\n"
+             "50:text/x-readme:README*\n"
+             "50:application/x-tar-gz:*.tar.gz\n");
+  SharedMimeInfoTypeRegistry registry(
+      {(tree.path() / "user").string(), (tree.path() / "system").string()});
+  const std::pair<const char*, std::optional<std::string>> cases[] = {
+      {"m4a", "audio/x-user-m4a"}, {"json", "application/json"}, {"JSON", "application/json"},
+      {"txt", "text/plain"},       {"C", "text/x-c++src"},       {"c", "text/x-csrc"},
+      {"gz", std::nullopt},        {"core", std::nullopt},       {"", std::nullopt},
+      {"unknownext", std::nullopt}};
+  for (const auto& [extension, type] : cases) {
+    EXPECT_EQ(registry.preferredMIMEType(extension), type) << extension;
+  }
 }
 
 TEST(LinuxDeviceOnThisMachine, AnswersAreSane) {
