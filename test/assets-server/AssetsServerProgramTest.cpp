@@ -52,21 +52,18 @@ TEST_F(AssetsServerProgram, BadFlagsPrintTheReasonAndUsageAndExitWithTwo) {
   // No key: were a flag below let through, the program would still stop instead of serving.
   // Unknown flags and missing values are the shared parser's, refused in the device-info test.
   const std::string keyless = " --storage " + storage;
-  struct Case {
-    std::string arguments, reason;
-  };
-  const std::vector<Case> cases = {
+  const std::pair<std::string, std::string> cases[] = {
       {"--port 70000 --storage " + storage + " --api-key k", "'70000'"},
       {"--port 0 --storage " + storage, "--api-key is required"},
       {"--port 0 --port 1" + keyless, "--port given twice"},
       {"--port 0" + keyless + " --max-bytes 0", "--max-bytes needs a positive number, not '0'"},
   };
-  for (const auto& c : cases) {
-    std::FILE* pipe = popen((program + " " + c.arguments + " 2>&1 >/dev/null").c_str(), "r");
+  for (const auto& [arguments, reason] : cases) {
+    std::FILE* pipe = popen((program + " " + arguments + " 2>&1 >/dev/null").c_str(), "r");
     std::string errors = readAll(pipe);
-    EXPECT_TRUE(exitedWith(pclose(pipe), 2)) << c.arguments;
+    EXPECT_TRUE(exitedWith(pclose(pipe), 2)) << arguments;
     EXPECT_NE(errors.find("usage: quorvel-assets-server"), std::string::npos) << errors;
-    EXPECT_NE(errors.find(c.reason), std::string::npos) << errors;
+    EXPECT_NE(errors.find(reason), std::string::npos) << errors;
   }
   EXPECT_FALSE(std::filesystem::exists(storage));
 }

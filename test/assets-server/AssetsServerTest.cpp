@@ -4,10 +4,12 @@
 #include <unistd.h>
 
 #include <fstream>
+#include <optional>
 #include <random>
 #include <set>
 #include <string>
 #include <thread>
+#include <tuple>
 #include <vector>
 
 #include "AssetsServer.h"
@@ -46,13 +48,6 @@ class AssetsServerTest : public ::testing::Test {
     return storage() / answer.value("url", "").substr(server.address().size() + 8);  // "/assets/"
   }
 
-  json metadataOf(const json& answer) const {
-    std::ifstream in(fileOf(answer).string() + ".meta.json");
-    return json::parse(in, nullptr, false);
-  }
-
-  std::size_t storedFileCount() const { return fileCount(storage()); }
-
   fs::path storage() const { return tree.path() / "storage"; }
 
   testing::TemporaryTree tree{"quorvel-assets-server"};
@@ -72,22 +67,19 @@ TEST_F(AssetsServerTest, StoresThePartByteForByteAndServesItBackWithItsType) {
     tricky += static_cast<char>(random() % 256);
   }
   tricky += "\r\n--" + kBoundary.substr(0, kBoundary.size() - 1);
-  struct Case {
-    std::string name, type, content;
-  };
-  const std::vector<Case> cases = {{"audio.m4a", "audio/mp4", tricky},
-                                   {"audio.m4a", "image/png", ""}};
-  for (const auto& c : cases) {
-    json answer = stored("team-app", c.name, c.content, c.type);
+  const std::tuple<std::string, std::string, std::string> cases[] = {
+      {"audio.m4a", "audio/mp4", tricky}, {"audio.m4a", "image/png", ""}};
+  for (const auto& [fileName, type, content] : cases) {
+    json answer = stored("team-app", fileName, content, type);
     std::string name = answer.value("filename", "");
-    EXPECT_TRUE(name.ends_with("-" + c.name)) << name;
+    EXPECT_TRUE(name.ends_with("-" + fileName)) << name;
     std::string url = answer.value("url", "");
     ASSERT_TRUE(url.starts_with(server.address() + "/assets/")) << url;
 
     auto served = httplib::Client("127.0.0.1", port).Get(url.substr(server.address().size()));
     ASSERT_TRUE(served && served->status == 200) << url;
-    EXPECT_TRUE(served->body == c.content) << c.name << " served " << served->body.size();
-    EXPECT_EQ(served->get_header_value("Content-Type"), c.type);
+    EXPECT_TRUE(served->body == content) << type << " served " << served->body.size();
+    EXPECT_EQ(served->get_header_value("Content-Type"), type);
     // A browser opening the url saves the bytes rather than running them as a page.
     EXPECT_EQ(served->get_header_value("X-Content-Type-Options"), "nosniff");
     EXPECT_EQ(served->get_header_value("Content-Disposition"),
@@ -114,11 +106,7 @@ TEST_F(AssetsServerTest, RefusesBadHeadsBodiesAndPathsWithTheirStatus) {
   }
   const std::string one = part("a.txt", "text/plain", "abc");
   auto get = [](const std::string& path) { return "GET " + path + " HTTP/1.1\r\nHost: x\r\n\r\n"; };
-  struct Case {
-    std::string sent;
-    int status;
-  };
-  const std::vector<Case> cases = {
+  const std::pair<std::string, int> cases[] = {
       // Malformed or oversized heads.
       {upload + "X: " + std::string(AssetsServer::kMaxHeadBytes, 'y') + "\r\n" + rest, 431},
       {upload + manyFields + rest, 431},
@@ -142,12 +130,12 @@ TEST_F(AssetsServerTest, RefusesBadHeadsBodiesAndPathsWithTheirStatus) {
       {get("/assets/../x"), 404},
       {get("/assets/..%2F..%2Fx/x"), 404},
   };
-  for (const auto& c : cases) {
-    std::string answer = roundTrip(port, c.sent);
-    EXPECT_EQ(statuses(answer), std::vector<int>{c.status}) << c.sent.substr(0, 160) << answer;
+  for (const auto& [sent, status] : cases) {
+    std::string answer = roundTrip(port, sent);
+    EXPECT_EQ(statuses(answer), std::vector<int>{status}) << sent.substr(0, 160) << answer;
     EXPECT_NE(answer.find("{\"error\":"), std::string::npos) << answer;
   }
-  EXPECT_EQ(storedFileCount(), 2u);
+  EXPECT_EQ(fileCount(storage()), 2u);
 }
 
 // A refused request's unread body, and bytes after a complete request, are no request; a body
@@ -157,10 +145,10 @@ TEST_F(AssetsServerTest, TakesNoBodyForAnotherRequestAndContinuesOnlyAfterTheHea
   std::string refused = request("app", inner, "wrong");
   std::string refusedHead = refused.substr(0, refused.size() - inner.size());
   EXPECT_EQ(statuses(roundTrip(port, refusedHead, inner)), std::vector<int>{401});
-  EXPECT_EQ(storedFileCount(), 0u);
+  EXPECT_EQ(fileCount(storage()), 0u);
   std::string first = request("app", part("first.txt", "text/plain", "1") + kClose);
   EXPECT_EQ(statuses(roundTrip(port, first, inner)), std::vector<int>{200});
-  EXPECT_EQ(storedFileCount(), 2u);
+  EXPECT_EQ(fileCount(storage()), 2u);
 
   std::size_t headEnd = first.find("\r\n\r\n") + 2;
   std::string expecting = first.substr(0, headEnd) + "Expect: 100-continue\r\n\r\n";
@@ -168,27 +156,57 @@ TEST_F(AssetsServerTest, TakesNoBodyForAnotherRequestAndContinuesOnlyAfterTheHea
             (std::vector<int>{100, 200}));
 }
 
+TEST(ResultsSeal, FindsTheTopLevelMemberTextAsWritten) {
+  const std::pair<std::string, std::optional<std::string>> cases[] = {
+      // Nested keys of the same name and brackets or quotes inside strings do not mislead it.
+      {R"({"a":{"data":1},"s":"\"data\":[","data":{"x":"}\"{"}})", R"({"x":"}\"{"})"},
+      {"{\"d\\u0061ta\" :\n [1, {\"y\": 2}] }", "[1, {\"y\": 2}]"},
+      // The last of repeated keys, as the parser takes it.
+      {R"({"data":1,"data":{"z":true}})", R"({"z":true})"},
+      {"\xEF\xBB\xBF {\"data\":-1.5e3}", "-1.5e3"},
+      {R"([{"data":{}}])", std::nullopt},
+      {R"({"data":{})", std::nullopt},
+  };
+  for (const auto& [document, data] : cases) {
+    auto text = ResultsSeal::memberText(document, "data");
+    EXPECT_EQ(text ? std::optional<std::string>(*text) : std::nullopt, data) << document;
+  }
+}
+
+std::string sealed(const std::string& data, const std::string& appID) {
+  return R"({"sha256":")" + ResultsSeal::sha256Hex(data + appID) + R"(", "data": )" + data + "}";
+}
+
+TEST(ResultsSeal, VerifiesTheDataAsWrittenWithTheAppIdAndNothingTooDeep) {
+  const std::string data = R"({ "tests_results" : {"buttons": {"success": true}} })";
+  EXPECT_TRUE(ResultsSeal::verify(sealed(data, "app/1"), "app/1"));
+  EXPECT_FALSE(ResultsSeal::verify(sealed("[1]", "app"), "app"));
+  EXPECT_FALSE(ResultsSeal::verify(R"({"sha256": 1, "data": {}})", "app"));
+  // A seal over a document nested past the limit is not checked at all.
+  auto nested = [](std::size_t levels) {
+    return "{\"a\":" + std::string(levels, '[') + std::string(levels, ']') + "}";
+  };
+  const std::size_t room = ResultsSeal::kMaxDepth - 2;  // the document and its data
+  EXPECT_TRUE(ResultsSeal::verify(sealed(nested(room), "app"), "app"));
+  EXPECT_FALSE(ResultsSeal::verify(sealed(nested(room + 1), "app"), "app"));
+}
+
 TEST_F(AssetsServerTest, ChecksTheSealOfAResultsDocument) {
   const std::string appID = "team/app";
   const std::string data = R"({"device_info":{"os":"x"},"tests_results":{}})";
   const std::string spaced = "{ \"tests_results\" : {},\n  \"device_info\": {\"os\":\"x\"} }";
-  auto sealed = [](const std::string& text, const std::string& id) {
-    return ResultsSeal::sha256Hex(text + id);
-  };
-  struct Case {
-    std::string document;
-    bool valid;
-  };
-  const std::vector<Case> cases = {
-      {R"({"sha256":")" + sealed(data, appID) + R"(","data":)" + data + "}", true},
+  const auto seal = [&](const std::string& text) { return ResultsSeal::sha256Hex(text + appID); };
+  const std::pair<std::string, bool> cases[] = {
+      {sealed(data, appID), true},
       // Sealed over the text as written, not over a re-serialisation of it.
-      {R"({"data": )" + spaced + R"(, "sha256": ")" + sealed(spaced, appID) + "\"}", true},
-      {R"({"sha256":")" + sealed(data, appID) + R"(","data":{"tests_results":{}}})", false},
-      {R"({"sha256":")" + sealed(data, "team") + R"(","data":)" + data + "}", false},
+      {R"({"data": )" + spaced + R"(, "sha256": ")" + seal(spaced) + "\"}", true},
+      {R"({"sha256":")" + seal(data) + R"(","data":{"tests_results":{}}})", false},
+      {sealed(data, "team"), false},
   };
-  for (const auto& c : cases) {
-    json answer = stored(appID, "jsonResults.json", c.document, "application/json");
-    EXPECT_EQ(metadataOf(answer)["seal_valid"], c.valid) << c.document;
+  for (const auto& [document, valid] : cases) {
+    json answer = stored(appID, "jsonResults.json", document, "application/json");
+    std::ifstream metadata(fileOf(answer).string() + ".meta.json");
+    EXPECT_EQ(json::parse(metadata, nullptr, false)["seal_valid"], valid) << document;
   }
 }
 
@@ -224,7 +242,7 @@ TEST_F(AssetsServerTest, RemovesWhatACrashLeftWhenItStarts) {
     std::ofstream(folder / leftover) << "x";
   }
   port = server.start();
-  EXPECT_EQ(storedFileCount(), 2u);
+  EXPECT_EQ(fileCount(storage()), 2u);
   auto served =
       httplib::Client("127.0.0.1", port).Get(kept.value("url", "").substr(server.address().size()));
   EXPECT_TRUE(served && served->body == "kept") << kept;
@@ -258,26 +276,21 @@ TEST_F(AssetsServerTest, AnswersHalfClosedClientsAbsoluteTargetsAndRangesAsHttpS
   absolute.replace(5, 0, server.address());
   EXPECT_EQ(statuses(roundTrip(port, absolute)), std::vector<int>{200});
 
-  struct Case {
-    std::string range;
-    int status;
-    std::string body, contentRange;
-  };
-  const std::vector<Case> cases = {
+  const std::tuple<std::string, int, std::string, std::string> cases[] = {
       {"bytes=2-4", 206, "234", "bytes 2-4/10"}, {"bytes=7-", 206, "789", "bytes 7-9/10"},
       {"bytes=-3", 206, "789", "bytes 7-9/10"},  {"bytes=8-99", 206, "89", "bytes 8-9/10"},
       {"bytes=10-", 416, "", "bytes */10"},      {"bytes=0-1,4-5", 200, "0123456789", ""},
       {"pages=1-2", 200, "0123456789", ""},
   };
   httplib::Client client("127.0.0.1", port);
-  for (const auto& c : cases) {
-    auto got = client.Get(path.c_str(), {{"Range", c.range}});
-    ASSERT_TRUE(got) << c.range;
-    EXPECT_EQ(got->status, c.status) << c.range;
-    if (c.status != 416) {
-      EXPECT_EQ(got->body, c.body) << c.range;
+  for (const auto& [range, status, body, contentRange] : cases) {
+    auto got = client.Get(path.c_str(), {{"Range", range}});
+    ASSERT_TRUE(got) << range;
+    EXPECT_EQ(got->status, status) << range;
+    if (status != 416) {
+      EXPECT_EQ(got->body, body) << range;
     }
-    EXPECT_EQ(got->get_header_value("Content-Range"), c.contentRange) << c.range;
+    EXPECT_EQ(got->get_header_value("Content-Range"), contentRange) << range;
   }
 }
 
