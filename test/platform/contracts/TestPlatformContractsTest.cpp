@@ -1,6 +1,8 @@
-// The test platform's implementations of the ports, and the tracked audio session, under the
-// contracts that the toolkits' adapters meet too.
+// The test platform's implementations of the ports, the tracked audio session and the run loop,
+// under the contracts that the toolkits' adapters meet too.
+#include <chrono>
 #include <fstream>
+#include <thread>
 
 #include "platform/contracts/AudioPlayerContract.h"
 #include "platform/contracts/AudioRecorderContract.h"
@@ -8,7 +10,9 @@
 #include "platform/contracts/CameraContract.h"
 #include "platform/contracts/VideoPlaybackContract.h"
 #include "quorvel/platform/TrackedAudioSession.h"
+#include "support/MainQueueContract.h"
 #include "support/ManualMainQueue.h"
+#include "support/RunLoopMainQueue.h"
 #include "support/ScriptedAudioRecorder.h"
 #include "support/ScriptedMedia.h"
 #include "support/TemporaryTree.h"
@@ -135,6 +139,47 @@ INSTANTIATE_TEST_SUITE_P(Implementations, AudioSessionContract,
                          ::testing::Values(AudioSessionImplementation{
                              "Tracked", [] { return std::make_unique<TrackedDriver>(); }}),
                          nameOfImplementation);
+
+// The run loop of programs without a toolkit, on real time.
+class RunLoopDriver : public MainQueueDriver {
+ public:
+  MainQueue& queue() override { return queue_; }
+  void pass(double seconds) override {
+    auto until = std::chrono::steady_clock::now() + std::chrono::duration<double>(seconds);
+    do {
+      queue_.runUntilIdle();
+      std::this_thread::sleep_for(std::chrono::milliseconds(1));
+    } while (std::chrono::steady_clock::now() < until);
+    queue_.runUntilIdle();
+  }
+  double now() const override {
+    return std::chrono::duration<double>(std::chrono::steady_clock::now() - start_).count();
+  }
+
+ private:
+  RunLoopMainQueue queue_;
+  std::chrono::steady_clock::time_point start_ = std::chrono::steady_clock::now();
+};
+
+// The tests' queue, on virtual time.
+class ManualDriver : public MainQueueDriver {
+ public:
+  MainQueue& queue() override { return *queue_; }
+  void pass(double seconds) override { queue_->advance(seconds); }
+  double now() const override { return queue_->now(); }
+
+ private:
+  std::shared_ptr<ManualMainQueue> queue_ = std::make_shared<ManualMainQueue>();
+};
+
+QUORVEL_MAIN_QUEUE_CONTRACT_TESTS()
+
+INSTANTIATE_TEST_SUITE_P(
+    Implementations, MainQueueContract,
+    ::testing::Values(
+        MainQueueImplementation{"RunLoop", [] { return std::make_unique<RunLoopDriver>(); }},
+        MainQueueImplementation{"Manual", [] { return std::make_unique<ManualDriver>(); }}),
+    implementationName);
 
 }  // namespace
 }  // namespace quorvel::testing
