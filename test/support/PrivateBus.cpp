@@ -145,6 +145,14 @@ bool PrivateBus::hasOwner(const std::string& name) const {
   return owned != 0;
 }
 
+bool PrivateBus::startUPower(std::uint32_t state, double percentage) {
+  const std::uint32_t battery = 2;
+  return startMock("org.freedesktop.UPower", {"--template", "upower"}) &&
+         call("org.freedesktop.UPower", "/org/freedesktop/UPower", "org.freedesktop.DBus.Mock",
+              "SetupDisplayDevice", "uuddddxxbsu", battery, state, percentage, 0.0, 0.0, 0.0,
+              std::int64_t{0}, std::int64_t{0}, 1, "", std::uint32_t{1});
+}
+
 std::string PrivateBus::supportFile(const std::string& name) {
   return std::string(QUORVEL_TEST_SUPPORT_DIR) + "/" + name;
 }

@@ -2,6 +2,7 @@
 
 #include <systemd/sd-bus.h>
 
+#include <cstdint>
 #include <functional>
 #include <map>
 #include <memory>
@@ -41,6 +42,8 @@ class PrivateBus {
   bool call(const char* service, const char* path, const char* interface, const char* method,
             const char* types, ...);
   bool hasOwner(const std::string& name) const;
+  // Starts UPower's mock with a battery display device in state (UPower's code) at percentage.
+  bool startUPower(std::uint32_t state, double percentage);
 
   // Where support files (mock templates) live.
   static std::string supportFile(const std::string& name);

@@ -361,12 +361,6 @@ class UPowerDeviceTest : public LinuxDeviceTest {
     observing = device->observeBattery([this](BatteryChange c) { heard.push_back(c); });
     return device;
   }
-  bool startUPower(std::uint32_t state, double percentage) {
-    return bus.startMock(kUPower, {"--template", "upower"}) &&
-           bus.call(kUPower, "/org/freedesktop/UPower", kMock, "SetupDisplayDevice", "uuddddxxbsu",
-                    kBattery, state, percentage, 0.0, 0.0, 0.0, std::int64_t{0}, std::int64_t{0}, 1,
-                    "", std::uint32_t{1});
-  }
   template <class T>
   bool setDisplayDevice(const char* property, const char* type, T value) {
     return bus.call(kUPower, "/org/freedesktop/UPower", kMock, "SetDeviceProperties", "oa{sv}",
@@ -390,7 +384,7 @@ class UPowerDeviceTest : public LinuxDeviceTest {
 };
 
 TEST_F(UPowerDeviceTest, DisplayDeviceAndItsSignalsReachTheMainQueueOnlyWhileMonitoring) {
-  ASSERT_TRUE(startUPower(kCharging, 42.0));
+  ASSERT_TRUE(bus.startUPower(kCharging, 42.0));
   auto device = makeDevice();
   EXPECT_EQ(device->batteryState(), BatteryState::unknown);
   EXPECT_EQ(device->batteryLevel(), -1.0f);
@@ -431,7 +425,7 @@ TEST_F(UPowerDeviceTest, PowerSuppliesAnswerWhileUPowerIsAwayAndEachSwitchIsHear
   queue->advance(LinuxDevice::kBatteryPollSeconds);
   EXPECT_TRUE(heard.empty()) << "monitoring starts from what the supply reports now";
 
-  ASSERT_TRUE(startUPower(kDischarging, 42.0));
+  ASSERT_TRUE(bus.startUPower(kDischarging, 42.0));
   ASSERT_TRUE(reaches(*device, BatteryState::unplugged, 2)) << "UPower's arrival was not followed";
   EXPECT_FLOAT_EQ(device->batteryLevel(), 0.42f);
   EXPECT_TRUE(queue->pendingDelays().empty()) << "polling goes on beside UPower";
