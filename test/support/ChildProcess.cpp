@@ -76,10 +76,7 @@ bool ChildProcess::reap(int flags) {
   return true;
 }
 
-bool ChildProcess::exited() {
-  if (!started() || ended_) return true;
-  return reap(WNOHANG);
-}
+bool ChildProcess::exited() { return !started() || ended_ || reap(WNOHANG); }
 
 int ChildProcess::wait() {
   if (!started() || ended_) return code_;

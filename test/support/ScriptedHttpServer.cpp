@@ -180,13 +180,13 @@ void ScriptedHttpServer::handle(int connection) {
       requests_.push_back(request);
     }
   }
-  if (headEnd == std::string::npos) {
+  {
     std::lock_guard lock(mutex_);
-    recorded = requests_.size();
-    requests_.push_back(request);
-  } else {
-    std::lock_guard lock(mutex_);
-    requests_[recorded].body = data.substr(headEnd + 4, wanted);
+    if (headEnd == std::string::npos) {
+      requests_.push_back(request);
+    } else {
+      requests_[recorded].body = data.substr(headEnd + 4, wanted);
+    }
   }
   if (reply.kind == Reply::Kind::stall) {
     waitForHangUp(connection, std::chrono::seconds(30));
