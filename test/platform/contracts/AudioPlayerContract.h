@@ -29,24 +29,7 @@ class AudioPlayerDriver {
 
 using AudioPlayerImplementation = Implementation<AudioPlayerDriver>;
 
-class AudioPlayerContract : public ::testing::TestWithParam<AudioPlayerImplementation> {
- protected:
-  // Each answer as "name:true", in the order they come; answers off the main queue are counted.
-  std::function<void(bool)> answer(const std::string& name) {
-    return [this, name, queue = std::weak_ptr<MainQueue>(driver->queue())](bool successfully) {
-      auto alive = queue.lock();
-      if (!alive || !alive->isCurrent()) ++offQueue;
-      answers.push_back(name + (successfully ? ":true" : ":false"));
-    };
-  }
-  bool answersReach(std::size_t count) {
-    return driver->runUntil([&] { return answers.size() >= count; });
-  }
-
-  std::unique_ptr<AudioPlayerDriver> driver = GetParam().make();
-  std::vector<std::string> answers;
-  int offQueue = 0;
-};
+using AudioPlayerContract = AnswersContract<AudioPlayerDriver>;
 
 }  // namespace quorvel::testing
 

@@ -30,21 +30,9 @@ class AudioRecorderDriver {
 
 using AudioRecorderImplementation = Implementation<AudioRecorderDriver>;
 
-class AudioRecorderContract : public ::testing::TestWithParam<AudioRecorderImplementation> {
+class AudioRecorderContract : public AnswersContract<AudioRecorderDriver> {
  protected:
-  // Each answer as "name:true", in order; answers off the main queue are counted.
-  std::function<void(bool)> answer(const std::string& name) {
-    return [this, name, queue = std::weak_ptr<MainQueue>(driver->queue())](bool value) {
-      auto alive = queue.lock();
-      if (!alive || !alive->isCurrent()) ++offQueue;
-      answers.push_back(name + (value ? ":true" : ":false"));
-    };
-  }
-
-  std::unique_ptr<AudioRecorderDriver> driver = GetParam().make();
   TemporaryTree folder{"quorvel-recorder-contract"};
-  std::vector<std::string> answers;
-  int offQueue = 0;
 };
 
 }  // namespace quorvel::testing

@@ -33,24 +33,7 @@ class VideoPlaybackDriver {
 
 using VideoPlaybackImplementation = Implementation<VideoPlaybackDriver>;
 
-class VideoPlaybackContract : public ::testing::TestWithParam<VideoPlaybackImplementation> {
- protected:
-  // Each answer as "name:problem", in the order they come; answers off the main queue are counted.
-  std::function<void(const std::string&)> answer(const std::string& name) {
-    return [this, name, queue = std::weak_ptr<MainQueue>(driver->queue())](const std::string& p) {
-      auto alive = queue.lock();
-      if (!alive || !alive->isCurrent()) ++offQueue;
-      answers.push_back(name + ":" + p);
-    };
-  }
-  bool answersReach(std::size_t count) {
-    return driver->runUntil([&] { return answers.size() >= count; });
-  }
-
-  std::unique_ptr<VideoPlaybackDriver> driver = GetParam().make();
-  std::vector<std::string> answers;
-  int offQueue = 0;
-};
+using VideoPlaybackContract = AnswersContract<VideoPlaybackDriver>;
 
 }  // namespace quorvel::testing
 
