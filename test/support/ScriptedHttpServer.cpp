@@ -10,7 +10,6 @@
 #include <chrono>
 #include <stdexcept>
 #include <thread>
-#include <utility>
 
 #include "support/LoopbackSockets.h"
 
