@@ -2,9 +2,8 @@
 
 #include <functional>
 
-#include "AssetsServer.h"
 #include "run/RunController.h"
-#include "support/SdkFixture.h"
+#include "support/TestScreenFixture.h"
 #include "tests/physical/Buttons_v1_ViewController.h"
 #include "tests/physical/Charging_v1_ViewController.h"
 #include "tests/physical/MultiTouch_v1_ViewController.h"
@@ -15,25 +14,13 @@ namespace {
 
 // No run the host can start reaches the first-generation screens, so their reports are handed to
 // a run controller as the screens make them; what the backend then receives shows where each went.
-class FirstGenerationResultsTest : public SdkFixture {
- protected:
-  void SetUp() override {
-    SdkFixture::SetUp();
-    server.start();
-    env.setAssetsHost(server.address());
-    hostWithNavigation();
-    sdk.hideStartScreen = true;
-  }
-  void TearDown() override {
-    server.stop();
-    SdkFixture::TearDown();
-  }
-
-  TemporaryTree storage{"quorvel-assets"};
-  AssetsServer server{AssetsServer::Options{storage.path(), {"key"}}};
-};
+using FirstGenerationResultsTest = SdkFixture;
 
 TEST_F(FirstGenerationResultsTest, EachScreenIsFiledUnderItsResultKey) {
+  LocalAssets assets;
+  env.setAssetsHost(assets.server.address());
+  hostWithNavigation();
+  sdk.hideStartScreen = true;
   const Dictionary result = {{"success", true}, {"version", "1"}};
   auto reportOf = [&](auto screen, auto finished) {
     return std::function<void(RunController&)>(
@@ -55,8 +42,9 @@ TEST_F(FirstGenerationResultsTest, EachScreenIsFiledUnderItsResultKey) {
     outcome = std::make_shared<Outcome>();
     auto run = std::make_shared<RunController>(sdk);
     // One test, so the report ends the tests and the end screen follows.
-    run->performTests("app", "key", std::vector<std::string>{"multi_touch_v2"}, "490154203237518",
-                      std::nullopt, nullptr, completion());
+    run->performTests(LocalAssets::kApp, LocalAssets::kKey,
+                      std::vector<std::string>{"multi_touch_v2"}, kValidIMEI, std::nullopt, nullptr,
+                      completion());
     report(*run);
     settle();
     ASSERT_EQ(topInterface(), "TestsFinishedViewController");

@@ -5,8 +5,6 @@
 #include <filesystem>
 #include <fstream>
 
-#include "AssetsServer.h"
-#include "backend/AssetUploaderWebService.h"
 #include "quorvel/ui/AlertController.h"
 #include "support/TestScreenFixture.h"
 #include "tests/audio/Earspeaker_v1_ViewController.h"
@@ -22,16 +20,7 @@ class AudioScreensTest : public TestScreenFixture {
  protected:
   void SetUp() override {
     TestScreenFixture::SetUp();
-    WordLists::restoreHeardWords();
-    server.start();
-    env.setAssetsHost(server.address());
-    context.uploader = std::make_shared<AssetUploaderWebService>(
-        platform(), Environment::production, "app-1", "key-abcdefghijkl");
-  }
-  void TearDown() override {
-    server.stop();
-    WordLists::restoreHeardWords();
-    TestScreenFixture::TearDown();
+    serveAssets();
   }
 
   std::string alertMessage(ViewController& screen) const {
@@ -42,13 +31,6 @@ class AudioScreensTest : public TestScreenFixture {
     screen.textFieldDidChange("uiTfWord", text);
     press("uiTfWord_EditingDidEnd");
   }
-  std::filesystem::path stored(const Dictionary& result) const {
-    const std::string url = result.value("url", std::string());
-    return server.storage() / "app-1" / url.substr(url.rfind('/') + 1);
-  }
-
-  TemporaryTree storage{"quorvel-assets"};
-  AssetsServer server{AssetsServer::Options{storage.path(), {"key-abcdefghijkl"}}};
 };
 
 TEST(HeardWordViewController, WordsMatchTrimmedAndLowerCasedAndNothingMore) {
@@ -181,11 +163,10 @@ TEST_F(AudioScreensTest, SpeakerRecordingRecordsWhileTheSoundPlaysThenUploadsAnd
 
   env.queue->advance(1.0);  // the test sound ends
   EXPECT_FALSE(recording.isRecording());
-  ASSERT_TRUE(waitUntil([&] { return !delegate->reports.empty(); }));
-  const auto& result = onlyReport().result;
+  const auto& result = awaitReport().result;
   EXPECT_EQ(result["success"], true);
   EXPECT_EQ(result["version"], "1");
-  std::ifstream uploaded(stored(result));
+  std::ifstream uploaded(assets->stored(result.value("url", "")));
   EXPECT_EQ(std::string(std::istreambuf_iterator<char>(uploaded), {}), "recorded sound");
   EXPECT_FALSE(std::filesystem::exists(recording.path)) << "the local recording is deleted";
 }
@@ -193,6 +174,7 @@ TEST_F(AudioScreensTest, SpeakerRecordingRecordsWhileTheSoundPlaysThenUploadsAnd
 TEST_F(AudioScreensTest, SpeakerRecordingFailsWithoutARecordingOrAnAddress) {
   // No recording starts; then one that breaks; then an upload that never reaches the backend.
   for (int failure = 0; failure < 3; ++failure) {
+    SCOPED_TRACE(failure);
     delegate->reports.clear();
     env.recorder->canRecord = failure != 0;
     if (failure == 2) env.setAssetsHost("http://127.0.0.1:1");
@@ -200,11 +182,10 @@ TEST_F(AudioScreensTest, SpeakerRecordingFailsWithoutARecordingOrAnAddress) {
     press("uiBtStartTest_TouchUpInside");
     if (failure == 1) env.recorder->recordings.back()->end(false);
     if (failure == 2) env.queue->advance(1.0);
-    ASSERT_TRUE(waitUntil([&] { return !delegate->reports.empty(); })) << failure;
-    const auto& result = onlyReport().result;
-    EXPECT_EQ(result["success"], false) << failure;
-    EXPECT_FALSE(result.contains("url")) << failure;
-    EXPECT_FALSE(std::filesystem::exists(documents->path() / "recording.m4a")) << failure;
+    const auto& result = awaitReport().result;
+    EXPECT_EQ(result["success"], false);
+    EXPECT_FALSE(result.contains("url"));
+    EXPECT_FALSE(std::filesystem::exists(documents->path() / "recording.m4a"));
     cover();
   }
 }
@@ -240,11 +221,10 @@ TEST_F(AudioScreensTest, ReadTextRecordsReviewsAndUploadsTheWordShownAndNothingW
   press("uiBtRecord_TouchUpInside");
   EXPECT_EQ(env.recorder->recordings.size(), 2u);
   press("uiBtNext_TouchUpInside");
-  ASSERT_TRUE(waitUntil([&] { return !delegate->reports.empty(); }));
-  const auto& result = onlyReport().result;
+  const auto& result = awaitReport().result;
   EXPECT_EQ(result["success"], true);
   EXPECT_EQ(result["text"], screen->word());
-  EXPECT_TRUE(std::filesystem::exists(stored(result)));
+  EXPECT_TRUE(std::filesystem::exists(assets->stored(result.value("url", ""))));
   EXPECT_FALSE(std::filesystem::exists(path));
 
   // Without permission nothing is recorded, and giving up still reports the word shown.
