@@ -218,8 +218,7 @@ class RandomRunsTest : public quorvel::testing::SdkFixture {
     // A fresh platform, host window and HTTP client. The SDK itself is the process's one instance:
     // a run left open stays as it is (nothing ends it), and the next run's performTests must take
     // its place; its screens are checked to be gone once that run is over.
-    TearDown();
-    SetUp();
+    restart();
     rng_.seed(seed);
     strict = seed % 2 == 0;
     currentStrict = strict;

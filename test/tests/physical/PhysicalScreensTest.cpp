@@ -15,22 +15,39 @@
 namespace quorvel::testing {
 namespace {
 
-class Charging_v1_ViewControllerTest : public TestScreenFixture {
+constexpr const char* kStamp = "2024-03-01T10:15:30.123+0000";
+
+// One part's result, and a whole test's without details.
+Dictionary part(bool success) { return {{"success", success}, {"timestamp", kStamp}}; }
+Dictionary whole(bool success) {
+  return {{"success", success}, {"timestamp", kStamp}, {"version", "1"}};
+}
+
+// The cable and the volume keys' screens, on a device whose battery and level are as given when
+// they load.
+class PhysicalScreensTest : public TestScreenFixture {
  protected:
   std::shared_ptr<Charging_v1_ViewController> showCharging(BatteryState state) {
     env.device->battery = state;
     return show<Charging_v1_ViewController>();
   }
-
-  static void expectDetected(const Charging_v1_ViewController& screen, bool detected) {
-    EXPECT_EQ(screen.outlet<Button>("uiBtNext").hidden, !detected);
-    EXPECT_EQ(screen.outlet<ImageView>("uiImage").image,
-              Image::asset(detected ? "power_cable_plugged" : "power_cable_unplugged"));
+  std::shared_ptr<Buttons_v1_ViewController> showButtons(float startLevel = 0.5f) {
+    env.volume.systemChange(startLevel);
+    return show<Buttons_v1_ViewController>();
   }
-
-  const Dictionary kSuccess = Dictionary::parse(R"({"success": true, "battery_state": "charging",
-      "battery_level": -1.0, "timestamp": "2024-03-01T10:15:30.123+0000", "version": "1"})");
+  void screenshot() { env.screenshots->userDidTakeScreenshot(); }
 };
+
+void expectDetected(const Charging_v1_ViewController& screen, bool detected) {
+  EXPECT_EQ(screen.outlet<Button>("uiBtNext").hidden, !detected);
+  EXPECT_EQ(screen.outlet<ImageView>("uiImage").image,
+            Image::asset(detected ? "power_cable_plugged" : "power_cable_unplugged"));
+}
+
+const Dictionary kSuccess = Dictionary::parse(R"({"success": true, "battery_state": "charging",
+    "battery_level": -1.0, "timestamp": "2024-03-01T10:15:30.123+0000", "version": "1"})");
+
+using Charging_v1_ViewControllerTest = PhysicalScreensTest;
 
 TEST_F(Charging_v1_ViewControllerTest, CableAlreadyInOrFullAtLoadIsDetectedAtOnce) {
   for (auto state : {BatteryState::charging, BatteryState::full}) {
@@ -49,9 +66,7 @@ TEST_F(Charging_v1_ViewControllerTest, DetectionByNotificationNeverGoesBack) {
   expectDetected(*screen, false);
   // Giving up is possible at any time, and reports no battery keys.
   screen->sendAction("uiBtCouldntCompleteTest_TouchUpInside");
-  EXPECT_EQ(onlyReport().result, (Dictionary{{"success", false},
-                                             {"timestamp", "2024-03-01T10:15:30.123+0000"},
-                                             {"version", "1"}}));
+  EXPECT_EQ(onlyReport().result, whole(false));
   env.device->setBattery(BatteryState::unknown);
   expectDetected(*screen, false);
   env.device->setBattery(BatteryState::charging);
@@ -68,18 +83,7 @@ TEST_F(Charging_v1_ViewControllerTest, DetectionByNotificationNeverGoesBack) {
 
 using Phase = Buttons_v1_ViewController::TestPhase;
 
-class Buttons_v1_ViewControllerTest : public TestScreenFixture {
- protected:
-  std::shared_ptr<Buttons_v1_ViewController> showButtons(float startLevel = 0.5f) {
-    env.volume.systemChange(startLevel);
-    return show<Buttons_v1_ViewController>();
-  }
-  void screenshot() { env.screenshots->userDidTakeScreenshot(); }
-
-  static Dictionary phaseResult(bool success) {
-    return {{"success", success}, {"timestamp", "2024-03-01T10:15:30.123+0000"}};
-  }
-};
+using Buttons_v1_ViewControllerTest = PhysicalScreensTest;
 
 TEST_F(Buttons_v1_ViewControllerTest, PhasesEndInOrderAndTheScreenshotFinishes) {
   auto screen = showButtons();
@@ -94,10 +98,10 @@ TEST_F(Buttons_v1_ViewControllerTest, PhasesEndInOrderAndTheScreenshotFinishes) 
   EXPECT_TRUE(delegate->reports.empty());
 
   screenshot();
-  EXPECT_EQ(onlyReport().result, (Dictionary{{"volume_up", phaseResult(true)},
-                                             {"volume_down", phaseResult(true)},
-                                             {"screenshot", phaseResult(true)},
-                                             {"timestamp", "2024-03-01T10:15:30.123+0000"},
+  EXPECT_EQ(onlyReport().result, (Dictionary{{"volume_up", part(true)},
+                                             {"volume_down", part(true)},
+                                             {"screenshot", part(true)},
+                                             {"timestamp", kStamp},
                                              {"version", "1"}}));
 }
 
@@ -124,8 +128,8 @@ TEST_F(Buttons_v1_ViewControllerTest, IgnoresMalformedNotificationsAndStopsWhenG
 
   auto givenUp = showButtons();
   for (int i = 0; i < 3; ++i) givenUp->sendAction("uiBtCouldntCompleteTest_TouchUpInside");
-  EXPECT_EQ(onlyReport().result.at("volume_up"), phaseResult(false));
-  EXPECT_EQ(onlyReport().result.at("screenshot"), phaseResult(false));
+  EXPECT_EQ(onlyReport().result.at("volume_up"), part(false));
+  EXPECT_EQ(onlyReport().result.at("screenshot"), part(false));
   screenshot();
   EXPECT_EQ(delegate->reports.size(), 1u);
 }
@@ -241,9 +245,7 @@ TEST_F(MultiTouch_v1_ViewControllerTest, OnlyAThreeFingerTapPassesAndOnlyOnce) {
   for (int count : {2, 4}) fingers.tap(count);
   EXPECT_TRUE(delegate->reports.empty());
   fingers.tap(3);
-  EXPECT_EQ(onlyReport().result, (Dictionary{{"success", true},
-                                             {"timestamp", "2024-03-01T10:15:30.123+0000"},
-                                             {"version", "1"}}));
+  EXPECT_EQ(onlyReport().result, whole(true));
   fingers.tap(3);
   EXPECT_EQ(delegate->reports.size(), 1u);
 }
