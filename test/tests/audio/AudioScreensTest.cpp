@@ -5,6 +5,7 @@
 #include <filesystem>
 #include <fstream>
 
+#include "quorvel/ScreenType.h"
 #include "quorvel/ui/AlertController.h"
 #include "support/TestScreenFixture.h"
 #include "tests/audio/Earspeaker_v1_ViewController.h"
@@ -84,12 +85,10 @@ TEST_F(AudioScreensTest, AHeardWordPassesAfterAMismatchAndLeavesTheSharedList) {
 }
 
 TEST_F(AudioScreensTest, EachWordTestPlaysOnItsOwnRouteUntilTheLastPlayEndsAndChangesWord) {
-  const std::pair<std::function<std::shared_ptr<HeardWordViewController>()>, AudioRoute> tests[] = {
-      {[&] { return show<Loudspeaker_v1_ViewController>(); }, AudioRoute::loudspeaker},
-      {[&] { return show<Earspeaker_v1_ViewController>(); }, AudioRoute::earpiece}};
-  for (const auto& [make, route] : tests) {
+  for (const auto& [key, route] : {std::pair{ScreenType::loudspeaker_v1, AudioRoute::loudspeaker},
+                                   std::pair{ScreenType::earspeaker_v1, AudioRoute::earpiece}}) {
     env.sounds->played.clear();
-    auto screen = make();
+    auto screen = std::dynamic_pointer_cast<HeardWordViewController>(showKey(key));
     const auto& play = screen->outlet<Button>("uiBtPlay");
     press("uiBtPlay_TouchUpInside");
     EXPECT_EQ(env.sounds->names(), std::vector<std::string>{"en-US-" + screen->word()});
@@ -117,18 +116,14 @@ TEST_F(AudioScreensTest, EachWordTestPlaysOnItsOwnRouteUntilTheLastPlayEndsAndCh
 
 // The screens that play to the person warn of a low volume; the read-word test only records.
 TEST_F(AudioScreensTest, PlayingScreensWarnBelowHalfVolumeAndEveryOneReportsOnceWhenLeft) {
-  const std::vector<std::function<std::shared_ptr<TestViewController>()>> screens = {
-      [&] { return show<Loudspeaker_v1_ViewController>(); },
-      [&] { return show<Earspeaker_v1_ViewController>(); },
-      [&] { return show<SpeakerRecording_v1_ViewController>(); },
-      [&] { return show<ReadText_v1_ViewController>(); }};
-  for (const auto& make : screens) {
+  for (const std::string& key : {ScreenType::loudspeaker_v1, ScreenType::earspeaker_v1,
+                                 ScreenType::speaker_recording_v1, ScreenType::read_text_v1}) {
+    SCOPED_TRACE(key);
     for (const float level : {0.49f, 0.5f}) {
       delegate->reports.clear();
       env.volume.session->outputVolumeDidChange(level);
-      auto screen = make();
-      SCOPED_TRACE(screen->interfaceName());
-      const bool plays = screen->interfaceName() != "ReadText_v1_ViewController";
+      auto screen = showKey(key);
+      const bool plays = key != ScreenType::read_text_v1;
       EXPECT_EQ(alertMessage(*screen),
                 plays && level < 0.5f ? context.copy("alert_sound_level_ios") : "")
           << "at " << level;
