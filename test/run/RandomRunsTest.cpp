@@ -28,6 +28,7 @@
 namespace {
 
 using namespace quorvel;
+using quorvel::testing::kValidIMEI;
 using quorvel::testing::ScriptedHttpClient;
 
 // The seed in progress (even ones with strict uploads), for a run that aborts instead of failing.
@@ -290,9 +291,8 @@ class RandomRunsTest : public quorvel::testing::SdkFixture {
     };
     auto appID = *choose({"app-0123456789", "a"}, {"", "   "});
     auto apiKey = *choose({"key-abcdefghijkl", "k"}, {"", "\t"});
-    auto imei =
-        choose({std::nullopt, std::nullopt, quorvel::testing::kValidIMEI, " 49015 42032 37518 "},
-               {"", " ", "490154203237519", "abc"});
+    auto imei = choose({std::nullopt, std::nullopt, kValidIMEI, " 49015 42032 37518 "},
+                       {"", " ", "490154203237519", "abc"});
     auto serial = choose({std::nullopt, std::nullopt, "C02 XYZ"}, {"", "  "});
     std::optional<std::vector<std::string>> tests;
     if (chance(0.7)) {
@@ -493,13 +493,8 @@ class RandomRunsTest : public quorvel::testing::SdkFixture {
     shown->performAction(index);
   }
   void typeText() {
-    static const std::vector<std::string> texts = {quorvel::testing::kValidIMEI,
-                                                   " 49015 42032 37518 ",
-                                                   "490154203237519",
-                                                   "C02 XYZ",
-                                                   "",
-                                                   "  ",
-                                                   "abc"};
+    static const std::vector<std::string> texts = {
+        kValidIMEI, " 49015 42032 37518 ", "490154203237519", "C02 XYZ", "", "  ", "abc"};
     auto screen = top();
     if (!screen || alert() || overlayBlocks()) return;
     for (const char* field : {"uiTfIMEI", "uiTfWord"}) {
