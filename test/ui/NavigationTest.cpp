@@ -8,7 +8,7 @@
 #include "quorvel/ui/PanGestureRecognizer.h"
 #include "quorvel/ui/TapGestureRecognizer.h"
 #include "support/ScriptedFingers.h"
-#include "support/TestPlatform.h"
+#include "support/SdkFixture.h"
 
 namespace {
 
@@ -29,15 +29,10 @@ class RecordingScreen : public ViewController {
   std::vector<std::string>& events_;
 };
 
-class NavigationTest : public ::testing::Test {
- protected:
-  void SetUp() override { env.install(); }
-  void TearDown() override { installPlatform(Platform{}); }
-  quorvel::testing::TestPlatform env;
-  std::vector<std::string> events;
-};
+using NavigationTest = quorvel::testing::SdkFixture;
 
 TEST_F(NavigationTest, StackCallsTheLifecycleOfTheScreensItShowsAndHides) {
+  std::vector<std::string> events;
   auto a = std::make_shared<RecordingScreen>("A", events);
   auto b = std::make_shared<RecordingScreen>("B", events);
   auto c = std::make_shared<RecordingScreen>("C", events);
@@ -70,10 +65,10 @@ TEST_F(NavigationTest, OutletHandleIsTheNamedElementAndOnlyItsMutableAccessIsACh
   const Outlet<Label>& title = screen->title;
   EXPECT_EQ(&*title, &std::as_const(*screen).outlet<Label>("uiLbTitle"));
   EXPECT_EQ(title->text, "");
-  env.queue->runUntilIdle();
+  settle();
   EXPECT_EQ(notified, 0) << "reading is no change";
   screen->title->text = "Title";
-  env.queue->runUntilIdle();
+  settle();
   EXPECT_EQ(notified, 1);
   // A second handle on the name shares the element rather than replacing it under the first.
   EXPECT_EQ(&*std::as_const(screen->sameTitle), &*title);
@@ -85,11 +80,11 @@ TEST_F(NavigationTest, OutletHandleIsTheNamedElementAndOnlyItsMutableAccessIsACh
   screen->outlet<View>("view").hidden = true;
   screen->outlet<View>("view").alpha = 0.5;
   EXPECT_EQ(notified, 1);
-  env.queue->runUntilIdle();
+  settle();
   EXPECT_EQ(notified, 2);
   screen->outlet<View>("view").alpha = 1;
   screen.reset();
-  env.queue->runUntilIdle();
+  settle();
   EXPECT_EQ(notified, 2);
 }
 
@@ -109,7 +104,7 @@ TEST_F(NavigationTest, AlertDismissesBeforeItsHandlerRunsAndRefusesASecondPresen
 }
 
 TEST_F(NavigationTest, LoadingViewFadesThenLeavesItsWindowUnlessShownAgain) {
-  auto window = std::make_shared<Window>();
+  hostWithPlainScreen();
   auto overlay = std::make_shared<LoadingView>();
   overlay->show(window);
   EXPECT_EQ(window->overlays().size(), 1u);
