@@ -12,15 +12,17 @@
 #include <ranges>
 #include <set>
 #include <sstream>
+#include <thread>
 
 #include "backend/AssetUploaderWebService.h"
 #include "quorvel/Localization.h"
 #include "quorvel/ScreenType.h"
+#include "quorvel/platform/HttpClient.h"
+#include "quorvel/platform/MainQueue.h"
 #include "quorvel/ui/AlertController.h"
 #include "run/ScreenTable.h"
 #include "support/ScreenReports.h"
 #include "support/ScriptedFingers.h"
-#include "support/ScriptedHttpClient.h"
 #include "support/SdkFixture.h"
 #include "support/TestImages.h"
 #include "tests/video/DeviceFrontVideoViewController.h"
@@ -29,7 +31,6 @@ namespace {
 
 using namespace quorvel;
 using quorvel::testing::kValidIMEI;
-using quorvel::testing::ScriptedHttpClient;
 
 // The seed in progress (even ones with strict uploads), for a run that aborts instead of failing.
 volatile std::uint64_t currentSeed = 0;
@@ -46,9 +47,10 @@ void saySeed(int) {
   std::signal(SIGABRT, SIG_DFL);
 }
 
-// The assets backend of one random run, as a scripted HTTP client: each request gets planned
-// answers (late, doubled, errors, garbage, arrays, objects with or without an address, or none),
-// delivered when the run's script says so.
+// The assets backend of one random run, as an HTTP client that sends nothing: each request gets
+// planned answers (late, doubled, errors, garbage, arrays, objects with or without an address, or
+// none), delivered when the run's script says so. Each answer runs on a thread of its own, as a
+// real client's completion does, and is over when it returns, so a run replays exactly.
 class RandomBackend {
  public:
   // How the backend answers one request.
@@ -58,14 +60,15 @@ class RandomBackend {
   RandomBackend(std::mt19937_64& rng, std::function<void(std::string)> note)
       : rng_(rng), note_(std::move(note)) {}
 
-  // A fresh client for a run with strict uploads or not; with idleTimeouts the client gives up
-  // on a silent request after its time-out, without it never.
-  std::shared_ptr<ScriptedHttpClient> startRun(bool strict,
-                                               std::shared_ptr<MainQueue> idleTimeouts) {
+  // A fresh client for a run with strict uploads or not. With idleTimeouts, a request still
+  // unanswered once its time-out has passed on that queue fails as a real client's idle time-out
+  // does (nothing ever progresses here), and later answers are dropped; without, it waits for as
+  // long as the script likes, as a client that never calls back.
+  std::shared_ptr<HttpClient> startRun(bool strict, std::shared_ptr<MainQueue> idleTimeouts) {
     strict_ = strict;
-    plans_.clear();
+    planned_ = 0;
     confirmed_.clear();
-    client_ = std::make_shared<ScriptedHttpClient>();
+    client_ = std::make_shared<Client>();
     client_->idleTimeouts = std::move(idleTimeouts);
     return client_;
   }
@@ -78,54 +81,88 @@ class RandomBackend {
     auto pick = [&] {
       return answers[std::uniform_int_distribution<std::size_t>(0, answers.size() - 1)(rng_)];
     };
-    while (plans_.size() < client_->exchanges.size()) {
-      Plan plan;
+    for (; planned_ < client_->exchanges.size(); ++planned_) {
+      Exchange& plan = *client_->exchanges[planned_];
       if (!windingDown) {
         plan.first = pick();
         if (std::bernoulli_distribution(0.15)(rng_)) plan.second = pick();
       }
-      note_("request " + std::to_string(plans_.size()) + " to " +
-            client_->exchanges[plans_.size()]->request.url + " will get: " + nameOf(plan.first) +
+      note_("request " + std::to_string(planned_) + " to " + plan.request.url +
+            " will get: " + nameOf(plan.first) +
             (plan.second ? std::string(", then ") + nameOf(*plan.second) : ""));
-      plans_.push_back(plan);
     }
   }
 
   // Delivers the next planned answer of one request that has one left.
   void answerOne() {
     std::vector<std::size_t> open;
-    for (std::size_t i = 0; i < plans_.size(); ++i) {
-      if (plans_[i].delivered < plans_[i].wanted()) open.push_back(i);
+    for (std::size_t i = 0; i < planned_; ++i) {
+      if (client_->exchanges[i]->delivered < client_->exchanges[i]->wanted()) open.push_back(i);
     }
     if (open.empty()) return;
     deliver(open[std::uniform_int_distribution<std::size_t>(0, open.size() - 1)(rng_)]);
   }
   // Delivers every planned answer left.
   void answerAll() {
-    for (std::size_t i = 0; i < plans_.size(); ++i) {
-      while (plans_[i].delivered < plans_[i].wanted()) deliver(i);
+    for (std::size_t i = 0; i < planned_; ++i) {
+      while (client_->exchanges[i]->delivered < client_->exchanges[i]->wanted()) deliver(i);
     }
   }
   bool allAnswered() const {
-    return std::ranges::all_of(plans_,
-                               [](const Plan& plan) { return plan.delivered == plan.wanted(); });
+    return std::ranges::all_of(client_->exchanges | std::views::take(planned_),
+                               [](const auto& plan) { return plan->delivered == plan->wanted(); });
   }
   std::size_t requests() const { return client_ ? client_->exchanges.size() : 0; }
 
   // Whether a request's answers, by design, leave its screen waiting under the overlay.
   bool holdsRunOpen() const {
-    return std::ranges::any_of(std::views::iota(std::size_t{0}, plans_.size()),
-                               [&](std::size_t index) { return stuck(index); });
+    return std::ranges::any_of(client_->exchanges | std::views::take(planned_),
+                               [&](const auto& exchange) { return stuck(*exchange); });
   }
   // Whether url was given by an answer the run received with a 2xx status.
   bool confirmed(const std::string& url) const { return confirmed_.count(url) > 0; }
 
  private:
-  struct Plan {
+  // A request, its planned answers and what became of them.
+  struct Exchange {
+    HttpRequest request;
+    HttpCompletion completion;
     Answer first = Answer::url;
     std::optional<Answer> second;  // the client answers twice
-    int delivered = 0;
+    int delivered = 0;             // planned answers given, dropped ones too
+    bool answered = false, cancelled = false, timedOut = false;
     int wanted() const { return second ? 2 : 1; }
+  };
+  class Task : public HttpTask {
+   public:
+    explicit Task(std::weak_ptr<Exchange> exchange) : exchange_(std::move(exchange)) {}
+    void cancel() override {
+      if (auto exchange = exchange_.lock()) exchange->cancelled = true;
+    }
+
+   private:
+    std::weak_ptr<Exchange> exchange_;
+  };
+  struct Client : HttpClient {
+    std::vector<std::shared_ptr<Exchange>> exchanges;
+    std::shared_ptr<MainQueue> idleTimeouts;
+
+    std::shared_ptr<HttpTask> send(HttpRequest request, HttpCompletion completion) override {
+      auto exchange = std::make_shared<Exchange>();
+      exchange->request = std::move(request);
+      exchange->completion = std::move(completion);
+      exchanges.push_back(exchange);
+      if (idleTimeouts) {
+        std::chrono::duration<double> timeout = exchange->request.timeout;
+        idleTimeouts->asyncAfter(timeout.count(), [weak = std::weak_ptr<Exchange>(exchange)] {
+          auto timed = weak.lock();
+          if (!timed || timed->answered) return;
+          answer(*timed, std::nullopt, "The request timed out.");
+          timed->timedOut = true;
+        });
+      }
+      return std::make_shared<Task>(exchange);
+    }
   };
 
   static const char* nameOf(Answer answer) {
@@ -135,22 +172,34 @@ class RandomBackend {
     return names[static_cast<int>(answer)];
   }
 
+  // A cancelled request answers with the error a client reports for it, whatever is given; a
+  // timed-out one answers no more. False when nothing was delivered.
+  static bool answer(Exchange& exchange, std::optional<HttpResponse> response,
+                     std::optional<std::string> error) {
+    if (exchange.timedOut) return false;
+    if (exchange.cancelled) {
+      response.reset();
+      error = "cancelled";
+    }
+    exchange.answered = true;
+    std::thread([&] { exchange.completion(std::move(response), std::move(error)); }).join();
+    return true;
+  }
+
   // Leniently, a request that got no answer, or only invalid UTF-8 (AssetUploaderWebService then
   // never calls back); for the results document also an empty body or one that is no JSON object
   // (the uploader answers with neither response nor error, and RunController::submitResults keeps
   // the run open on that). Strictly, every answer is a success or an error, and the results have
   // their bounded wait: only a photo or recording that no answer reached, from a client that never
   // gives up, waits for good. A client that has given up answered with its error.
-  bool stuck(std::size_t index) const {
-    const Plan& plan = plans_[index];
-    const auto& exchange = *client_->exchanges[index];
+  bool stuck(const Exchange& exchange) const {
     if (exchange.timedOut) return false;
-    if (exchange.cancelled && plan.delivered > 0) return false;
+    if (exchange.cancelled && exchange.delivered > 0) return false;
     const auto& file = exchange.request.bodyFile;
     const bool results = file && file->path.ends_with("jsonResults.json");
     if (strict_ && results) return false;
-    for (int i = 0; i < plan.delivered; ++i) {
-      Answer given = i == 0 ? plan.first : *plan.second;
+    for (int i = 0; i < exchange.delivered; ++i) {
+      Answer given = i == 0 ? exchange.first : *exchange.second;
       bool silent =
           given == Answer::never ||
           (!strict_ && (given == Answer::garbage ||
@@ -161,15 +210,15 @@ class RandomBackend {
   }
 
   void deliver(std::size_t index) {
-    Plan& plan = plans_[index];
-    Answer answer = plan.delivered == 0 ? plan.first : *plan.second;
-    ++plan.delivered;
+    Exchange& exchange = *client_->exchanges[index];
+    Answer answer = exchange.delivered == 0 ? exchange.first : *exchange.second;
+    ++exchange.delivered;
     note_("answer request " + std::to_string(index) + ": " + nameOf(answer));
     if (answer == Answer::never) return;
     int status = std::bernoulli_distribution(0.8)(rng_) ? 200 : 500;
     // Each address names its request and answer, so the results show which answer they took.
     std::string url = "http://127.0.0.1:1/app/" + std::to_string(index) + "-" +
-                      std::to_string(plan.delivered) + "-" + std::to_string(status) + ".json";
+                      std::to_string(exchange.delivered) + "-" + std::to_string(status) + ".json";
     auto bytes = [](std::string_view text) {
       return std::vector<std::uint8_t>(text.begin(), text.end());
     };
@@ -187,12 +236,11 @@ class RandomBackend {
           return {};
       }
     };
-    auto& exchange = *client_->exchanges[index];
     bool cancelled = exchange.cancelled;
     bool delivered =
         answer == Answer::transportError
-            ? ScriptedHttpClient::answer(exchange, std::nullopt, "Could not connect to server")
-            : ScriptedHttpClient::answer(exchange, HttpResponse{status, body()}, std::nullopt);
+            ? RandomBackend::answer(exchange, std::nullopt, "Could not connect to server")
+            : RandomBackend::answer(exchange, HttpResponse{status, body()}, std::nullopt);
     if (!delivered) note_("  dropped: the client had given up on it");
     if (delivered && !cancelled && answer == Answer::url && status / 100 == 2)
       confirmed_.insert(url);
@@ -200,8 +248,8 @@ class RandomBackend {
 
   std::mt19937_64& rng_;
   std::function<void(std::string)> note_;
-  std::shared_ptr<ScriptedHttpClient> client_;
-  std::vector<Plan> plans_;
+  std::shared_ptr<Client> client_;
+  std::size_t planned_ = 0;
   std::set<std::string> confirmed_;
   bool strict_ = false;
 };
