@@ -23,10 +23,8 @@ void resetSettings(QuorvelSDK& sdk) {
 
 }  // namespace
 
-// Also runs again within a test, to start over as a fresh process.
+// Also runs again after TearDown within a test (restart()), to start over as a fresh process.
 void SdkFixture::SetUp() {
-  // A suite that sets up again without tearing down closes the host's window first, as TearDown.
-  if (window) env.application->removeWindow(*window);
   env = TestPlatform{};
   outcome = std::make_shared<Outcome>();
   window.reset();
