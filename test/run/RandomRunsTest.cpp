@@ -456,63 +456,58 @@ class RandomRunsTest : public quorvel::testing::SdkFixture {
     }
   }
   void check(std::vector<std::string>& broken) {
+    auto breaks = [&](bool broke, std::string what) {
+      if (broke) broken.push_back(std::move(what));
+    };
     for (const auto& line : trace) {
       if (line.starts_with("BROKEN: ")) broken.push_back(line.substr(8));
     }
-    if (outcome->calls > 1)
-      broken.push_back("completion called " + std::to_string(outcome->calls) + " times");
-    for (const auto& [earlier, calls] : earlier_) {
-      if (earlier->calls != calls) broken.push_back("an earlier run's completion was called again");
-    }
-    if (!valid_) {
-      if (backend_.requests() > 0) broken.push_back("a refused run sent a request");
-      if (!screens_.empty()) broken.push_back("a refused run showed a screen");
-    }
+    breaks(outcome->calls > 1, "completion called " + std::to_string(outcome->calls) + " times");
+    for (const auto& [earlier, calls] : earlier_)
+      breaks(earlier->calls != calls, "an earlier run's completion was called again");
+    breaks(!valid_ && backend_.requests() > 0, "a refused run sent a request");
+    breaks(!valid_ && !screens_.empty(), "a refused run showed a screen");
     for (auto& line : reports_.broken()) broken.push_back(std::move(line));
     // A failed press of Finish offers its retry alert once; more would be alerts without a cause.
-    if (resultsAlerts_ > reports_.count("Finish"))
-      broken.push_back(std::to_string(resultsAlerts_) + " upload failure alerts for " +
-                       std::to_string(reports_.count("Finish")) + " presses of Finish");
+    breaks(resultsAlerts_ > reports_.count("Finish"),
+           std::to_string(resultsAlerts_) + " upload failure alerts for " +
+               std::to_string(reports_.count("Finish")) + " presses of Finish");
     if (outcome->calls == 0) {
-      if (!backend_.holdsRunOpen() || !overlayBlocks() || alert()) {
-        broken.push_back(strict ? "the strict run never ended, and no photo or recording upload "
-                                  "that no answer reached holds it open"
-                                : "the run never ended, and no unanswered upload holds it open");
-      }
+      breaks(!backend_.holdsRunOpen() || !overlayBlocks() || alert(),
+             strict ? "the strict run never ended, and no photo or recording upload that no "
+                      "answer reached holds it open"
+                    : "the run never ended, and no unanswered upload holds it open");
       return;
     }
     // Strictly, the host learns only addresses that the backend gave with a 2xx answer.
     if (strict && outcome->response) {
       std::vector<std::string> urls;
       collectUrls(*outcome->response, urls);
-      for (const auto& url : urls) {
-        if (!backend_.confirmed(url))
-          broken.push_back("unconfirmed address in the results: " + url);
-      }
+      for (const auto& url : urls)
+        breaks(!backend_.confirmed(url), "unconfirmed address in the results: " + url);
     }
     // Ended: everything the run showed is gone and the host has its navigation as it was.
-    if (backend_.requests() != exchangesAtCompletion_)
-      broken.push_back("a request was sent after the completion");
+    breaks(backend_.requests() != exchangesAtCompletion_,
+           "a request was sent after the completion");
     std::vector<std::string> expected, names = stack();
     for (const auto& screen : hostScreens_) expected.push_back(screen->interfaceName());
     // A host without a key window keeps its plain root when the run was refused.
     if (!navigation()) names = {window->rootViewController()->interfaceName()};
-    if (names != expected) broken.push_back("the host's stack is not back as it was");
-    if (hostNavigation && window->rootViewController() != hostNavigation)
-      broken.push_back("the host's navigation is not the window's root again");
-    if (hostNavigation && hostNavigation->isNavigationBarHidden())
-      broken.push_back("the host's navigation bar is left hidden");
-    if (navigation() && navigation()->presentedViewController())
-      broken.push_back("something is still presented over the host");
-    if (window->isKeyWindow() && !window->overlays().empty())
-      broken.push_back("the overlay stays over the host");
+    breaks(names != expected, "the host's stack is not back as it was");
+    breaks(hostNavigation && window->rootViewController() != hostNavigation,
+           "the host's navigation is not the window's root again");
+    breaks(hostNavigation && hostNavigation->isNavigationBarHidden(),
+           "the host's navigation bar is left hidden");
+    breaks(navigation() && navigation()->presentedViewController(),
+           "something is still presented over the host");
+    breaks(window->isKeyWindow() && !window->overlays().empty(), "the overlay stays over the host");
     for (const auto& screen : screens_) {
       if (auto alive = screen.lock()) broken.push_back(alive->interfaceName() + " is still alive");
     }
     Dictionary ids = sdk.getDeviceInfo(std::nullopt, std::nullopt)->at("received_ids");
     // A refused call leaves a run still open before it as it was, identifiers and all.
-    if (!ids.empty() && (valid_ || leftOpen_.empty()))
-      broken.push_back("identifiers kept after the run: " + ids.dump());
+    breaks(!ids.empty() && (valid_ || leftOpen_.empty()),
+           "identifiers kept after the run: " + ids.dump());
   }
 
   void pressSomething() {
@@ -725,9 +720,9 @@ TEST_F(RandomRunsTest, EveryRunAnswersOnceAndLeavesNothingBehind) {
   for (std::uint64_t seed = first; seed <= last; ++seed) {
     auto broken = runSeed(seed);
     if (seed == only && (traced || !broken.empty())) {
-      std::ostringstream out;
-      for (std::size_t i = 0; i < trace.size(); ++i) out << "  " << i << ": " << trace[i] << "\n";
-      std::printf("seed %llu trace:\n%s", static_cast<unsigned long long>(seed), out.str().c_str());
+      std::printf("seed %llu trace:\n", static_cast<unsigned long long>(seed));
+      for (std::size_t i = 0; i < trace.size(); ++i)
+        std::printf("  %zu: %s\n", i, trace[i].c_str());
     }
     if (broken.empty()) continue;
     std::ostringstream message;
@@ -741,7 +736,6 @@ TEST_F(RandomRunsTest, EveryRunAnswersOnceAndLeavesNothingBehind) {
   }
   std::signal(SIGABRT, previous);
   liveTrace = nullptr;
-  AssetUploaderWebService::timeoutInterval = std::chrono::seconds(60);
 #if defined(__SANITIZE_ADDRESS__)
   __sanitizer_set_death_callback(nullptr);
 #endif
