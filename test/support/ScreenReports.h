@@ -93,49 +93,42 @@ class ScreenReports {
     }
 
     void StartViewControlllerViewPressedStart(StartViewController& vc) override {
-      report("Start", true);
-      pass(start, [&](auto& to) { to.StartViewControlllerViewPressedStart(vc); });
+      relay("Start", true, start, [&](auto& to) { to.StartViewControlllerViewPressedStart(vc); });
     }
     void StartViewControlllerViewPressedCancel(StartViewController& vc) override {
-      report("Cancel", true);
-      pass(start, [&](auto& to) { to.StartViewControlllerViewPressedCancel(vc); });
+      relay("Cancel", true, start, [&](auto& to) { to.StartViewControlllerViewPressedCancel(vc); });
     }
     void IMEIViewControllerIMEIInputSuccessful(
         IMEIViewController& vc, std::optional<std::string> imei, std::optional<std::string> imeiUrl,
         std::optional<std::string> serialNumber,
         std::optional<std::string> serialNumberUrl) override {
-      report("an identifier", true);
-      pass(identifier, [&](auto& to) {
+      relay("an identifier", true, identifier, [&](auto& to) {
         to.IMEIViewControllerIMEIInputSuccessful(vc, imei, imeiUrl, serialNumber, serialNumberUrl);
       });
     }
     void IMEIViewControllerErrorOccurred(IMEIViewController& vc) override {
-      report("an error", true);
-      pass(identifier, [&](auto& to) { to.IMEIViewControllerErrorOccurred(vc); });
+      relay("an error", true, identifier,
+            [&](auto& to) { to.IMEIViewControllerErrorOccurred(vc); });
     }
     void IMEIViewControllerPressedCancel(IMEIViewController& vc) override {
-      report("Cancel", true);
-      pass(identifier, [&](auto& to) { to.IMEIViewControllerPressedCancel(vc); });
+      relay("Cancel", true, identifier, [&](auto& to) { to.IMEIViewControllerPressedCancel(vc); });
     }
     void TestsFinishedViewControllerTestAgainPressed(TestsFinishedViewController& vc) override {
-      report("Test again", true);
-      pass(end, [&](auto& to) { to.TestsFinishedViewControllerTestAgainPressed(vc); });
+      relay("Test again", true, end,
+            [&](auto& to) { to.TestsFinishedViewControllerTestAgainPressed(vc); });
     }
     void TestsFinishedViewControllerDidFinish(TestsFinishedViewController& vc) override {
-      report("Finish", false);
-      pass(end, [&](auto& to) { to.TestsFinishedViewControllerDidFinish(vc); });
+      relay("Finish", false, end, [&](auto& to) { to.TestsFinishedViewControllerDidFinish(vc); });
     }
     void testScreenFinished(TestViewController& screen, const Dictionary& result) override {
-      report("its result", true);
-      pass(test, [&](auto& to) { to.testScreenFinished(screen, result); });
+      relay("its result", true, test, [&](auto& to) { to.testScreenFinished(screen, result); });
     }
     void testScreenCancelled(TestViewController& screen) override {
-      report("Cancel", true);
-      pass(test, [&](auto& to) { to.testScreenCancelled(screen); });
+      relay("Cancel", true, test, [&](auto& to) { to.testScreenCancelled(screen); });
     }
 
    private:
-    // Notes what breaks the rules; the call is passed on all the same, as the screen made it.
+    // Notes what breaks the rules.
     void report(const std::string& what, bool result) {
       ++state_->counts[what];
       std::string line = name_ + " reported " + what;
@@ -148,8 +141,10 @@ class ScreenReports {
       }
       if (result) lastResult_ = what;
     }
+    // Notes the report, then passes the call on all the same, as the screen made it.
     template <class Target, class Call>
-    static void pass(const std::weak_ptr<Target>& weak, Call call) {
+    void relay(const std::string& what, bool result, const std::weak_ptr<Target>& weak, Call call) {
+      report(what, result);
       if (auto to = weak.lock()) call(*to);
     }
 
