@@ -1,13 +1,18 @@
 #include <gtest/gtest.h>
 
 #include <chrono>
+#include <cstdint>
 #include <optional>
+#include <span>
 #include <string>
+#include <string_view>
 #include <utility>
 #include <vector>
 
 #include "device/CryptoHelper.h"
+#include "device/DeviceImages.h"
 #include "device/DeviceInfoHelper.h"
+#include "device/Model.h"
 #include "quorvel/QuorvelSDK.h"
 #include "quorvel/Version.h"
 #include "support/JsonText.h"
@@ -120,6 +125,25 @@ TEST(Timestamp, FormatsLocalTimeWithMillisecondsAndOffset) {
   EXPECT_EQ(formatTimestamp(at, -11 * 3600), "2024-02-29T23:15:30.123-1100");
 }
 
+TEST(CryptoHelper, PublishedVectorsInLowerCaseHex) {
+  const std::vector<std::uint8_t> bytes = {0x00, 0x0F, 0xA0, 0xFF};
+  EXPECT_EQ(CryptoHelper::hexString(std::span<const std::uint8_t>(bytes)), "000fa0ff");
+  // 56 bytes: the length no longer fits the first block.
+  const std::string_view input = "abcdbcdecdefdefgefghfghighijhijkijkljklmklmnlmnomnopnopq";
+  EXPECT_EQ(CryptoHelper::hexString(CryptoHelper::sha256(input)),
+            "248d6a61d20638b8e5c026930c3e6039a33ce45964ff2167f6ecedd419db06c1");
+  EXPECT_EQ(CryptoHelper::hexString(CryptoHelper::md5(input)), "8215ef0796a20bcaaae116d3876c664a");
+  EXPECT_EQ(CryptoHelper::hexString(CryptoHelper::md5(std::span<const std::uint8_t>())),
+            "d41d8cd98f00b204e9800998ecf8427e");
+}
+
+TEST(CryptoHelperDeathTest, InputBeyondA32BitLengthIsFatal) {
+  // Only the length is looked at before the digest starts, so a short buffer can claim to be huge.
+  const std::uint8_t byte = 0;
+  EXPECT_DEATH(CryptoHelper::sha256(std::span<const std::uint8_t>(&byte, std::size_t{1} << 32)),
+               "4294967295");
+}
+
 TEST_F(DeviceInfoTest, DigestIsOfTheRecordsJsonTextAndEmptyWhenItHoldsInvalidUtf8) {
   device().carriers.emplace();
   auto record = sdk.getDeviceInfo("49015 42032 37518", "C02XK1JG5H");
@@ -131,6 +155,59 @@ TEST_F(DeviceInfoTest, DigestIsOfTheRecordsJsonTextAndEmptyWhenItHoldsInvalidUtf
   ASSERT_NO_THROW(record = sdk.getDeviceInfo(std::nullopt, std::nullopt));
   ASSERT_TRUE(record);
   EXPECT_EQ(jsonDigest(*record), "");
+}
+
+// The model comes from the machine, and from the variable only on a simulator; the pictures come
+// from the reported identifier, where the variable wins on a simulator and on a device alike.
+TEST_F(DeviceInfoTest, ModelAndPicturesFollowTheMachineOrTheSimulatorVariable) {
+  struct Case {
+    std::string machine;
+    std::optional<std::string> simulated;
+    std::string_view model;
+    std::string_view pictures;  // the prefix the three keys share, or "" for no picture
+  };
+  const std::vector<Case> cases = {
+      {"iPad6,3", std::nullopt, "iPad Pro 9.7\"", "iPad_touch_ID_"},
+      {"iPad11,7", std::nullopt, "iPad 8", "iPad_touch_ID_"},
+      // Newer hardware than the tables: unrecognized, not a guess, and face-ID pictures of its
+      // family; a name with both is an iPad.
+      {"iPhone14,2", std::nullopt, "?unrecognized?", "iPhone_face_ID_"},
+      {"IPHONE15,1", std::nullopt, "?unrecognized?", "iPhone_face_ID_"},
+      {"iPhoneOniPad1,1", std::nullopt, "?unrecognized?", "iPad_face_ID_"},
+      {"arm64", "iPhone13,2", "?unrecognized?", "iPhone_face_ID_"},
+      {"i386", "iPhone13,2", "iPhone 12", "iPhone_face_ID_"},
+      {"x86_64", std::nullopt, "simulator/sandbox", ""},
+      {"x86_64", "iPhone99,1", "simulator/sandbox", "iPhone_face_ID_"},
+      {"iPhone10,3", "iPhone13,2", "iPhone X", "iPhone_face_ID_"},
+      // uname's field is zero-padded; the padding is not part of the model's name, anything else
+      // is, though the reported identifier drops it.
+      {"x86_64\0\0\0\0"s, "iPhone13,2", "iPhone 12", "iPhone_face_ID_"},
+      {"iPhone12,8\0\0"s, std::nullopt, "iPhone SE 2nd gen", "iPhone_touch_ID_"},
+      {"iPhone12,8\n", std::nullopt, "?unrecognized?", "iPhone_touch_ID_"},
+      // The last case has no picture, for the bad key below.
+      {"iPhone12,8", "AppleTV5,3", "iPhone SE 2nd gen", ""},
+  };
+  for (const auto& c : cases) {
+    SCOPED_TRACE(c.machine);
+    device().machine = c.machine;
+    device().environment.clear();
+    if (c.simulated) device().environment["SIMULATOR_MODEL_IDENTIFIER"] = *c.simulated;
+    EXPECT_EQ(rawValue(currentDeviceType(*platform().device)), c.model);
+    for (std::string_view key : {"volume_up", "volume_down", "screenshot"}) {
+      EXPECT_EQ(DeviceImages::imageName(key, *platform().device),
+                c.pictures.empty() ? "" : std::string(c.pictures) + std::string(key));
+    }
+  }
+  // A bad key is the caller's bug, also where the device has no picture at all; so is a machine
+  // name that is not UTF-8.
+  EXPECT_DEATH(DeviceImages::imageName("Volume_up", *platform().device), "image key");
+  device().machine = "iPhone\xff";
+  EXPECT_DEATH(currentDeviceType(*platform().device), "UTF-8");
+}
+
+TEST(ModelTable, RawValuesRoundTrip) {
+  for (Model model : allModels()) EXPECT_EQ(makeModel(rawValue(model)), model);
+  EXPECT_EQ(makeModel("IPHONE 12"), std::nullopt);
 }
 
 }  // namespace

@@ -39,20 +39,14 @@ class IMEIViewControllerTest : public quorvel::testing::SdkFixture {
 
   void SetUp() override {
     SdkFixture::SetUp();
-    hostWithPlainScreen();
+    hostWithNavigation();
     screen = std::make_shared<IMEIViewController>(portsOnly());
     screen->delegate = recorder;
-    screen->loadViewIfNeeded();
+    hostNavigation->pushViewController(screen, false);
   }
 
   void type(const std::string& text) { screen->textFieldDidChange("uiTfIMEI", text); }
-  void send(const std::string& action) {
-    ASSERT_TRUE(screen->sendAction(action));
-    settle();
-  }
-  std::shared_ptr<AlertController> alert() const {
-    return std::dynamic_pointer_cast<AlertController>(screen->presentedViewController());
-  }
+  std::shared_ptr<AlertController> alert() const { return alertOn(screen); }
 
   std::shared_ptr<Recorder> recorder = std::make_shared<Recorder>();
   std::shared_ptr<IMEIViewController> screen;
@@ -60,27 +54,27 @@ class IMEIViewControllerTest : public quorvel::testing::SdkFixture {
 
 TEST_F(IMEIViewControllerTest, NextReportsTrimmedTextInTheChosenModeAndRejectsInvalidIMEIs) {
   type("   \n");
-  send("uiBtNext_TouchUpInside");
+  press("uiBtNext_TouchUpInside");
   EXPECT_FALSE(alert());
 
   type("490154203237519");
-  send("uiBtNext_TouchUpInside");
+  press("uiBtNext_TouchUpInside");
   ASSERT_TRUE(alert());
   EXPECT_EQ(alert()->title(), "The value is not a valid IMEI number");
   alert()->performAction(0);
   EXPECT_TRUE(recorder->successes.empty());
 
   type(" 49015 42032 37518 \n");
-  send("uiBtNext_TouchUpInside");
+  press("uiBtNext_TouchUpInside");
   // The serial mode keeps the text, switches the keyboard and checks nothing.
   const auto& field = screen->outlet<TextField>("uiTfIMEI");
   EXPECT_EQ(field.keyboardType, KeyboardType::numberPad);
   type("  not-checked serial ");
-  send("uiRBSerialNumber_TouchUpInside");
+  press("uiRBSerialNumber_TouchUpInside");
   EXPECT_FALSE(screen->outlet<RadioButton>("uiRBIMEI").isChecked);
   EXPECT_EQ(field.keyboardType, KeyboardType::standard);
   EXPECT_EQ(field.text, "  not-checked serial ");
-  send("uiBtNext_TouchUpInside");
+  press("uiBtNext_TouchUpInside");
   ASSERT_EQ(recorder->successes.size(), 2u);
   EXPECT_EQ(recorder->successes[0].imei, "49015 42032 37518");
   EXPECT_FALSE(recorder->successes[0].imeiUrl || recorder->successes[0].serial);
@@ -89,7 +83,7 @@ TEST_F(IMEIViewControllerTest, NextReportsTrimmedTextInTheChosenModeAndRejectsIn
 
   // The settings path is filled into the description, and its link opens the settings.
   EXPECT_EQ(screen->outlet<Label>("uiLbDescription").text.find('%'), std::string::npos);
-  send(screen->outlet<Label>("uiLbDescription").linkAction);
+  press(screen->outlet<Label>("uiLbDescription").linkAction);
   EXPECT_EQ(env.opener->opened, std::vector<std::string>{"App-prefs:root=General&path=About"});
 }
 
@@ -105,11 +99,11 @@ TEST_F(IMEIViewControllerTest, AttachedPhotoIsUploadedInsteadOfTheTypedTextUntil
     done(answers[static_cast<std::size_t>(uploads++)], std::nullopt);
   };
   env.picker->next = Image::encoded({9, 8, 7});
-  send("uiBtAttachImage_TouchUpInside");
+  press("uiBtAttachImage_TouchUpInside");
   EXPECT_FALSE(screen->outlet<ImageView>("uiIvImage").hidden);
 
   type("490154203237519");  // invalid, but ignored with a photo attached
-  send("uiBtNext_TouchUpInside");
+  press("uiBtNext_TouchUpInside");
   for (int retry = 0; retry < 2; ++retry) {
     ASSERT_TRUE(alert());
     EXPECT_EQ(alert()->title(), "A server error occurred.");
@@ -121,17 +115,17 @@ TEST_F(IMEIViewControllerTest, AttachedPhotoIsUploadedInsteadOfTheTypedTextUntil
   EXPECT_FALSE(recorder->successes[0].imei);
 
   // In serial mode the photo is the serial number's.
-  send("uiRBSerialNumber_TouchUpInside");
-  send("uiBtNext_TouchUpInside");
+  press("uiRBSerialNumber_TouchUpInside");
+  press("uiBtNext_TouchUpInside");
   ASSERT_EQ(recorder->successes.size(), 2u);
   EXPECT_EQ(recorder->successes[1].serialUrl, "https://assets/sn.png");
   EXPECT_FALSE(recorder->successes[1].imeiUrl);
 
   // Removing the photo brings the typed text back into play.
-  send("uiBtRemoveImage_TouchUpInside");
+  press("uiBtRemoveImage_TouchUpInside");
   EXPECT_TRUE(screen->outlet<ImageView>("uiIvImage").hidden);
   type("SN-2");
-  send("uiBtNext_TouchUpInside");
+  press("uiBtNext_TouchUpInside");
   EXPECT_EQ(recorder->successes.back().serial, "SN-2");
 }
 
@@ -147,8 +141,8 @@ TEST_F(IMEIViewControllerTest, OnlyTheLatestUploadsAnswerCounts) {
     settle();
   };
   env.picker->next = Image::encoded({4});
-  send("uiBtAttachImage_TouchUpInside");
-  send("uiBtNext_TouchUpInside");
+  press("uiBtAttachImage_TouchUpInside");
+  press("uiBtNext_TouchUpInside");
   answer(0, Dictionary{{"filename", "a.png"}});
   ASSERT_TRUE(alert());
   alert()->performAction(0);  // try again

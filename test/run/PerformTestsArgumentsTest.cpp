@@ -30,7 +30,7 @@ TEST_F(PerformTestsArgumentsTest, FirstFailingCheckAnswersSynchronouslyAndNothin
   };
   for (const auto& c : cases) {
     SCOPED_TRACE(c.expected);
-    SetUp();
+    restart();
     hostWithNavigation();
     Dictionary info = Dictionary::object();
     if (c.camera) info["NSCameraUsageDescription"] = c.camera;
@@ -46,9 +46,7 @@ TEST_F(PerformTestsArgumentsTest, FirstFailingCheckAnswersSynchronouslyAndNothin
     EXPECT_EQ(hostNavigation->viewControllers().size(), 2u);
     settle();
     EXPECT_EQ(outcome->calls, 1);
-    TearDown();
   }
-  SetUp();
 }
 
 TEST_F(PerformTestsArgumentsTest, LogShowsOnlyTheEndsOfTheCredentials) {

@@ -44,7 +44,6 @@ class ResultsUploadFaultTest : public SdkFixture {
     pointAt(server.origin());
     sdk.strictUploads = strict;
     sdk.hideStartScreen = true;
-    hostWithNavigation();
     start(std::vector<std::string>{"charging_v1"}, std::nullopt, "SERIAL1");
     ASSERT_EQ(topInterface(), "TestsFinishedViewController");
   }
@@ -117,7 +116,7 @@ TEST_F(ResultsUploadFaultTest, EachKindOfUploadOutcomeEndsTheRunAsItsModeSays) {
   for (const auto& fault : faults) {
     for (bool strict : {false, true}) {
       SCOPED_TRACE(std::string(fault.name) + (strict ? ", strict" : ""));
-      SetUp();
+      restart();
       toEndScreen(strict);
       server.script({fault.reply});
       if (!fault.origin.empty()) pointAt(fault.origin);
@@ -138,10 +137,8 @@ TEST_F(ResultsUploadFaultTest, EachKindOfUploadOutcomeEndsTheRunAsItsModeSays) {
         EXPECT_TRUE(alertOn());
         retryDelivers();
       }
-      TearDown();
     }
   }
-  SetUp();
 }
 
 TEST_F(ResultsUploadFaultTest, StrictRunGivesUpOnAnAnswerThatNeverComes) {
@@ -163,11 +160,10 @@ TEST_F(ResultsUploadFaultTest, StrictRunGivesUpOnAnAnswerThatNeverComes) {
 TEST_F(ResultsUploadFaultTest, StrictRunRefusesAnIdentifierPhotoAnsweredWithAnError) {
   for (bool strict : {false, true}) {
     SCOPED_TRACE(strict ? "strict" : "lenient");
-    SetUp();
+    restart();
     pointAt(server.origin());
     server.script({Reply::json(500, kStored)});
     sdk.strictUploads = strict;
-    hostWithNavigation();
     start(std::vector<std::string>{"multi_touch_v2"});
     press("uiBtNext_TouchUpInside");
     auto entry = top();
@@ -187,9 +183,7 @@ TEST_F(ResultsUploadFaultTest, StrictRunRefusesAnIdentifierPhotoAnsweredWithAnEr
     }
     settle();
     EXPECT_EQ(outcome->calls, 1);
-    TearDown();
   }
-  SetUp();
 }
 
 }  // namespace

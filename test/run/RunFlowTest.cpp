@@ -3,18 +3,21 @@
 
 #include <filesystem>
 #include <fstream>
+#include <functional>
 
-#include "AssetsServer.h"
 #include "device/CryptoHelper.h"
 #include "device/IMEIViewController.h"
-#include "quorvel/StatusCodes.h"
 #include "quorvel/ui/AlertController.h"
-#include "quorvel/ui/LoadingView.h"
+#include "run/RunController.h"
 #include "support/ObservingHttpClient.h"
 #include "support/ScriptedFingers.h"
 #include "support/ScriptedHttpServer.h"
-#include "support/SdkFixture.h"
 #include "support/TestImages.h"
+#include "support/TestScreenFixture.h"
+#include "tests/physical/Buttons_v1_ViewController.h"
+#include "tests/physical/Charging_v1_ViewController.h"
+#include "tests/physical/MultiTouch_v1_ViewController.h"
+#include "tests/video/DeviceFrontVideo_v1_ViewController.h"
 
 namespace {
 
@@ -22,10 +25,7 @@ using namespace quorvel;
 using quorvel::testing::kValidIMEI;
 using quorvel::testing::ObservingHttpClient;
 using quorvel::testing::ScriptedHttpServer;
-using quorvel::testing::TemporaryTree;
 using Names = std::vector<std::string>;
-
-Dictionary cancelled() { return {{"status_code", 301}, {"message", "Test was canceled by user"}}; }
 
 // Runs driven as a person drives them, through the SDK's own screens and the device's ports, and
 // judged by what the host and the assets backend receive.
@@ -81,7 +81,6 @@ class RunFlowTest : public quorvel::testing::SdkFixture {
 
   // A default run on the host's own navigation stack, every test given up, up to the end screen.
   void runToEndScreen() {
-    hostWithNavigation();
     env.device->battery = BatteryState::unplugged;
     start();
     press("uiBtNext_TouchUpInside");
@@ -104,7 +103,6 @@ TEST_F(RunFlowTest, HiddenStartScreenWithIdentifiersOpensOnTheFirstTest) {
 }
 
 TEST_F(RunFlowTest, RunWithoutAcceptedTestsGoesFromStartToTheEndScreen) {
-  hostWithNavigation();
   start(std::vector<std::string>{"charging_v1"}, std::nullopt, "SERIAL1");
   press("uiBtNext_TouchUpInside");
   EXPECT_EQ(topInterface(), "TestsFinishedViewController");
@@ -115,7 +113,7 @@ TEST_F(RunFlowTest, EndingPathsAnswerOnceAndGiveTheNavigationBack) {
   struct Path {
     const char* name;
     std::function<void()> reachAndEnd;
-    Dictionary answer = cancelled();
+    Dictionary answer = {{"status_code", 301}, {"message", "Test was canceled by user"}};
   };
   std::vector<Path> paths = {
       {"start screen back",
@@ -157,8 +155,7 @@ TEST_F(RunFlowTest, EndingPathsAnswerOnceAndGiveTheNavigationBack) {
   };
   for (const auto& path : paths) {
     SCOPED_TRACE(path.name);
-    SetUp();
-    hostWithNavigation();
+    restart();
     start();
     auto firstSdkScreen = top();
     path.reachAndEnd();
@@ -169,25 +166,21 @@ TEST_F(RunFlowTest, EndingPathsAnswerOnceAndGiveTheNavigationBack) {
     firstSdkScreen->sendAction("uiBtBack_TouchUpInside");
     settle();
     EXPECT_EQ(outcome->calls, 1);
-    TearDown();
   }
-  SetUp();
 }
 
 TEST_F(RunFlowTest, NavigationIsGivenBackAsEachHostSetUpRequires) {
   // The host's own stack (popped back to its last screen in the ending paths), bar as found.
-  hostWithNavigation();
   start();
   EXPECT_EQ(window->rootViewController(), hostNavigation);
   press("uiBtBack_TouchUpInside");  // the start screen's cancel
   EXPECT_EQ(outcome->calls, 1);
   EXPECT_EQ(stack(), (Names{"HostHome", "HostDetail"}));
   EXPECT_FALSE(hostNavigation->isNavigationBarHidden());
-  TearDown();
 
   // A plain root screen in a key window: a new, empty stack becomes the root with its bar hidden;
   // the host's screen is not on it, so giving back pops to the stack's own root.
-  SetUp();
+  restart();
   hostWithPlainScreen();
   start();
   auto stackShown = navigation();
@@ -199,10 +192,9 @@ TEST_F(RunFlowTest, NavigationIsGivenBackAsEachHostSetUpRequires) {
   EXPECT_EQ(stack(), (Names{"StartViewController"}));
   EXPECT_TRUE(stackShown->isNavigationBarHidden());
   EXPECT_EQ(outcome->calls, 1);
-  TearDown();
 
   // No key window: the first window gets a stack rooted at its former root screen.
-  SetUp();
+  restart();
   hostWithoutKeyWindow();
   start();
   ASSERT_TRUE(navigation());
@@ -258,20 +250,8 @@ TEST_F(RunFlowTest, FailedUploadOffersRetryOrTryLater) {
 // Uploads: the reference assets server in-process on 127.0.0.1, the real libcurl client.
 class RunUploadTest : public RunFlowTest {
  protected:
-  void SetUp() override {
-    RunFlowTest::SetUp();
-    server.start();
-  }
-  void TearDown() override {
-    server.stop();
-    RunFlowTest::TearDown();
-  }
-
-  std::filesystem::path stored(const std::string& filename) const {
-    return storage.path() / "app-0123456789" / filename;
-  }
   Dictionary storedJson(const std::string& filename) const {
-    std::ifstream in(stored(filename));
+    std::ifstream in(assets.stored(filename));
     return Dictionary::parse(in, nullptr, false);
   }
 
@@ -283,13 +263,11 @@ class RunUploadTest : public RunFlowTest {
     return outcome->response ? *outcome->response : none;
   }
 
-  TemporaryTree storage{"quorvel-assets"};
-  AssetsServer server{AssetsServer::Options{storage.path(), {"key-abcdefghijkl"}}};
+  quorvel::testing::LocalAssets assets;
 };
 
 TEST_F(RunUploadTest, DefaultRunDeliversEveryResultInTheSealedDocument) {
-  env.setAssetsHost(server.address());
-  hostWithNavigation();
+  env.setAssetsHost(assets.server.address());
   env.device->battery = BatteryState::unplugged;
   start();
   // No identifier known: the IMEI screen follows the start screen.
@@ -308,7 +286,7 @@ TEST_F(RunUploadTest, DefaultRunDeliversEveryResultInTheSealedDocument) {
   alertOn()->performAction(0);
   settle();
 
-  env.setAssetsHost(server.address());
+  env.setAssetsHost(assets.server.address());
   const Dictionary& response = finish();
   ASSERT_EQ(outcome->calls, 1);
   EXPECT_EQ(response.at("status_code"), 200);
@@ -320,13 +298,13 @@ TEST_F(RunUploadTest, DefaultRunDeliversEveryResultInTheSealedDocument) {
   }
   EXPECT_EQ(results.at("buttons").at("volume_down").at("success"), true);
   std::string video = results.at("device_front_video").at("url");
-  EXPECT_TRUE(std::filesystem::exists(stored(video.substr(video.rfind('/') + 1))));
+  EXPECT_TRUE(std::filesystem::exists(assets.stored(video)));
   EXPECT_EQ(response.at("device_info").at("received_ids").at("imei_values"),
             Dictionary::array({kValidIMEI}));
   std::string filename = response.at("uploaded_results_info").at("filename");
   EXPECT_THAT(filename, ::testing::EndsWith("jsonResults.json"));
   EXPECT_THAT(std::string(response.at("uploaded_results_info").at("url")),
-              ::testing::StartsWith(server.address() + "/"));
+              ::testing::StartsWith(assets.server.address() + "/"));
   EXPECT_EQ(stack(), (Names{"HostHome", "HostDetail"}));
 
   // The stored document: its seal covers the JSON text of "data" followed by the app ID, and the
@@ -342,7 +320,7 @@ TEST_F(RunUploadTest, DefaultRunDeliversEveryResultInTheSealedDocument) {
 }
 
 TEST_F(RunUploadTest, TestAgainStartsOverAndOnlyTheLastResultsAreSent) {
-  env.setAssetsHost(server.address());
+  env.setAssetsHost(assets.server.address());
   runToEndScreen();
   press("uiBtTestAgain_TouchUpInside");
   // The identifier is known now, so Start goes straight to the tests.
@@ -363,7 +341,7 @@ TEST_F(RunUploadTest, RetryAlertStillUpWhenALaterFinishDeliversIsNotLeftOverTheH
   press("uiBtDone_TouchUpInside");
   ASSERT_TRUE(waitForAlert());
   // A second Finish reaches the end screen before the alert is answered, and this one delivers.
-  env.setAssetsHost(server.address());
+  env.setAssetsHost(assets.server.address());
   endScreen->sendAction("uiBtDone_TouchUpInside");
   ASSERT_TRUE(waitUntil([&] { return outcome->calls > 0; }));
   EXPECT_EQ(outcome->response->at("status_code"), 200);
@@ -388,18 +366,17 @@ TEST_F(RunUploadTest, AnswerThatIsNotAnObjectLeavesTheRunOpenUnderTheOverlay) {
 }
 
 TEST_F(RunUploadTest, DocumentThatCannotBeWrittenTakesTheFailurePath) {
-  env.setAssetsHost(server.address());
+  env.setAssetsHost(assets.server.address());
   documents->write("blocker", "a file where the documents folder should be");
   env.device->documents = (documents->path() / "blocker").string();
   runToEndScreen();
   press("uiBtDone_TouchUpInside");
   // The failed upload's alert, with its answers (FailedUploadOffersRetryOrTryLater), and no upload.
   ASSERT_TRUE(waitForAlert());
-  EXPECT_FALSE(std::filesystem::exists(storage.path() / "app-0123456789"));
+  EXPECT_FALSE(std::filesystem::exists(assets.storage.path() / "app-0123456789"));
 }
 
 TEST_F(RunUploadTest, PhotoOfTheIdentifierIsRetriedAfterAFailureAndItsAddressKept) {
-  hostWithNavigation();
   start(std::vector<std::string>{"multi_touch_v2"});
   press("uiBtNext_TouchUpInside");
   auto entry = std::dynamic_pointer_cast<IMEIViewController>(top());
@@ -409,15 +386,52 @@ TEST_F(RunUploadTest, PhotoOfTheIdentifierIsRetriedAfterAFailureAndItsAddressKep
   press("uiBtNext_TouchUpInside");
   ASSERT_TRUE(waitUntil([&] { return alertOn(entry) != nullptr; }));
 
-  env.setAssetsHost(server.address());
+  env.setAssetsHost(assets.server.address());
   alertOn(entry)->performAction(0);  // try again
   ASSERT_TRUE(waitUntil([&] { return topInterface() == "MultiTouch_v2_ViewController"; }));
   press("uiBtCouldntCompleteTest_TouchUpInside");
   const auto& ids = finish().at("device_info").at("received_ids");
   EXPECT_FALSE(ids.contains("imei_values"));
   std::string url = ids.at("imei_image_url").at(0);
-  EXPECT_THAT(url, ::testing::StartsWith(server.address() + "/"));
-  EXPECT_TRUE(std::filesystem::exists(stored(url.substr(url.rfind('/') + 1))));
+  EXPECT_THAT(url, ::testing::StartsWith(assets.server.address() + "/"));
+  EXPECT_TRUE(std::filesystem::exists(assets.stored(url)));
+}
+
+// No run the host can start reaches the first-generation screens, so their reports are handed to
+// a run controller as the screens make them; what the backend then receives shows where each went.
+TEST_F(RunUploadTest, FirstGenerationScreensAreFiledUnderTheirResultKeys) {
+  env.setAssetsHost(assets.server.address());
+  hostWithNavigation();
+  sdk.hideStartScreen = true;
+  const Dictionary result = {{"success", true}, {"version", "1"}};
+  auto reportOf = [&](auto screen, auto finished) {
+    return std::function<void(RunController&)>(
+        [=](RunController& run) { (run.*finished)(*screen, result); });
+  };
+  const std::vector<std::pair<const char*, std::function<void(RunController&)>>> cases = {
+      {"charging", reportOf(std::make_shared<Charging_v1_ViewController>(portsOnly()),
+                            &RunController::Charging_v1_ViewControllerFinished)},
+      {"buttons", reportOf(std::make_shared<Buttons_v1_ViewController>(portsOnly()),
+                           &RunController::Buttons_v1_ViewControllerFinished)},
+      {"multi_touch", reportOf(std::make_shared<MultiTouch_v1_ViewController>(portsOnly()),
+                               &RunController::MultiTouch_v1_ViewControllerFinished)},
+      {"device_front_video",
+       reportOf(std::make_shared<DeviceFrontVideo_v1_ViewController>(portsOnly()),
+                &RunController::DeviceFrontVideo_v1_ViewControllerFinished)},
+  };
+  for (const auto& [resultKey, report] : cases) {
+    SCOPED_TRACE(resultKey);
+    outcome = std::make_shared<Outcome>();
+    auto run = std::make_shared<RunController>(sdk);
+    // One test, so the report ends the tests and the end screen follows.
+    run->performTests("app-0123456789", "key-abcdefghijkl",
+                      std::vector<std::string>{"multi_touch_v2"}, kValidIMEI, std::nullopt, nullptr,
+                      completion());
+    report(*run);
+    settle();
+    ASSERT_EQ(topInterface(), "TestsFinishedViewController");
+    EXPECT_EQ(finish().at("tests_results"), (Dictionary{{resultKey, result}}));
+  }
 }
 
 }  // namespace

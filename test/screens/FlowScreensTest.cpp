@@ -22,8 +22,7 @@ TEST_F(FlowScreensTest, StartScreenHintsFollowTheRunsTests) {
            {{"device_front_video_v2"}, false, true, true},
        }) {
     SCOPED_TRACE(::testing::PrintToString(c.tests));
-    SetUp();
-    hostWithNavigation();
+    restart();
     start(c.tests, quorvel::testing::kValidIMEI);
     auto screen = std::dynamic_pointer_cast<StartViewController>(top());
     ASSERT_TRUE(screen);
@@ -32,9 +31,7 @@ TEST_F(FlowScreensTest, StartScreenHintsFollowTheRunsTests) {
     EXPECT_EQ(!screen->outlet<Label>("uiLbSuggestionNoise").hidden, c.noise);
     EXPECT_EQ(screen->outlet<View>("uiViewSuggestions").hidden,
               !(c.charging || c.mirror || c.noise));
-    TearDown();
   }
-  SetUp();
 }
 
 TEST_F(FlowScreensTest, StartScreenTextsIdentifiersAndOverrides) {
@@ -46,7 +43,6 @@ TEST_F(FlowScreensTest, StartScreenTextsIdentifiersAndOverrides) {
                                          {"testsWarning_charging", "ignored: property name"},
                                          {"testsHelper_camera", "Find a mirror"}},
       std::map<std::string, Image>{{"image", Image::file("/tmp/host.png")}}, Color::rgb(1, 2, 3));
-  hostWithNavigation();
   start(std::nullopt, std::nullopt, "C02XYZ", custom);
   const auto& screen = *top();
   EXPECT_EQ(screen.outlet<Label>("uiLbTitle").text, "Device testing");

@@ -24,7 +24,6 @@ class ScriptedFingers {
   void moveTo(Point centroid) { touch(TouchPhase::moved, centroid); }
   // All fingers lift together.
   void lift() { touch(TouchPhase::ended, at_); }
-  void cancel() { touch(TouchPhase::cancelled, at_); }
 
   // down, moveTo in steps (every step counts), lift.
   void slide(int count, Point from, Point to, int steps = 4) {

@@ -5,26 +5,26 @@
 
 #include "backend/AssetUploaderWebService.h"
 #include "quorvel/ui/Application.h"
+#include "tests/audio/WordLists.h"
 
 namespace quorvel::testing {
 
 namespace {
 
-// The host's settings as a fresh process has them.
+// The host's settings and the words left to hear, as a fresh process has them.
 void resetSettings(QuorvelSDK& sdk) {
   sdk.environment = Environment::production;
   sdk.language = SupportedLanguage::english;
   sdk.hideStartScreen = false;
   sdk.themeColor.reset();
   sdk.strictUploads = false;
+  WordLists::restoreHeardWords();
 }
 
 }  // namespace
 
-// Also runs again within a test, to start over as a fresh process.
+// Also runs again after TearDown within a test (restart()), to start over as a fresh process.
 void SdkFixture::SetUp() {
-  // A suite that sets up again without tearing down closes the host's window first, as TearDown.
-  if (window) env.application->removeWindow(*window);
   env = TestPlatform{};
   outcome = std::make_shared<Outcome>();
   window.reset();
@@ -84,6 +84,7 @@ SdkFixture::Completion SdkFixture::completion() {
 void SdkFixture::start(std::optional<std::vector<std::string>> tests,
                        std::optional<std::string> imei, std::optional<std::string> serial,
                        std::shared_ptr<Customization> customization) {
+  if (!window) hostWithNavigation();
   sdk.performTests("app-0123456789", "key-abcdefghijkl", std::move(tests), std::move(imei),
                    std::move(serial), std::move(customization), completion());
   settle();

@@ -29,6 +29,11 @@ class SdkFixture : public ::testing::Test {
 
   void SetUp() override;
   void TearDown() override;
+  // Starts over within a test, as a fresh process.
+  void restart() {
+    TearDown();
+    SetUp();
+  }
 
   // The three ways a host's window can look when a run starts.
   void hostWithNavigation();    // key window whose root is a navigation stack of two screens
@@ -36,6 +41,7 @@ class SdkFixture : public ::testing::Test {
   void hostWithoutKeyWindow();  // a window that is not key, with a plain root screen
 
   Completion completion();
+  // A run on the host's window: its own navigation stack unless the test set up another.
   void start(std::optional<std::vector<std::string>> tests = std::nullopt,
              std::optional<std::string> imei = std::nullopt,
              std::optional<std::string> serial = std::nullopt,

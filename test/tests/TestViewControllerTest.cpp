@@ -3,9 +3,7 @@
 #include <set>
 
 #include "quorvel/ScreenType.h"
-#include "run/ScreenTable.h"
 #include "support/TestScreenFixture.h"
-#include "tests/TestViewController.h"
 
 namespace {
 
@@ -13,25 +11,15 @@ using namespace quorvel;
 
 class TestViewControllerTest : public quorvel::testing::TestScreenFixture {
  protected:
-  // Runs check on a fresh fixture for every test screen, keyed by its key.
+  // Runs check on a fresh fixture for every test screen, keyed by its key; the combined screen
+  // with its charging row.
   void forEachScreen(const std::function<void(const std::string&)>& check) {
     for (const std::string& key : ScreenTable::keys()) {
       SCOPED_TRACE(key);
-      TearDown();
-      SetUp();
+      restart();
+      context.multipleTestsList = {ScreenType::charging_v2};
       check(key);
     }
-  }
-
-  // The screen for key, as the only screen of its run (the combined one with its charging row).
-  std::shared_ptr<ViewController> showScreen(const std::string& key) {
-    context.header = {0, 1};
-    context.ports = platform();
-    context.multipleTestsList = {ScreenType::charging_v2};
-    auto screen = ScreenTable::makeScreen(key, context, delegate);
-    hostNavigation->pushViewController(screen, false);
-    settle();
-    return screen;
   }
 
   // The outlet that holds the header: its own view, else the progress bar's background.
@@ -49,7 +37,7 @@ TEST_F(TestViewControllerTest, HeaderButtonsPortraitOnEveryAppearanceAndCancel) 
     auto custom = std::make_shared<Customization>();
     custom->skipTestButtonColor = Color::rgb(200, 0, 0);
     context.customization = custom;
-    auto screen = showScreen(key);
+    auto screen = showKey(key);
     EXPECT_EQ(screen->outlet<Button>("uiBtCancel").titleColor, Color::rgb(0, 128, 0));
     EXPECT_EQ(screen->outlet<Button>("uiBtCouldntCompleteTest").titleColor, Color::rgb(200, 0, 0));
     EXPECT_EQ(screen->outlet<Label>("uiLbTestCounter").text, "Test 1/1");
@@ -72,7 +60,7 @@ TEST_F(TestViewControllerTest, HeaderButtonsPortraitOnEveryAppearanceAndCancel) 
 
 TEST_F(TestViewControllerTest, WithoutADelegateTheButtonsReportNothing) {
   forEachScreen([this](const std::string& key) {
-    auto screen = showScreen(key);
+    auto screen = showKey(key);
     // The screen holds its delegate weakly: the recorder goes, and no report may reach it.
     std::weak_ptr<TestScreensDelegate> recorder = delegate;
     delegate.reset();

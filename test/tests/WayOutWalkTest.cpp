@@ -1,22 +1,17 @@
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <functional>
 #include <map>
 #include <memory>
 #include <string>
 #include <vector>
 
-#include "AssetsServer.h"
-#include "backend/AssetUploaderWebService.h"
 #include "quorvel/ScreenType.h"
 #include "quorvel/ui/AlertController.h"
-#include "quorvel/ui/Application.h"
 #include "run/ScreenTable.h"
-#include "support/RecordingTestDelegate.h"
-#include "support/SdkFixture.h"
-#include "tests/TestViewController.h"
+#include "support/TestScreenFixture.h"
 #include "tests/audio/HeardWordViewController.h"
-#include "tests/audio/WordLists.h"
 #include "tests/video/DeviceFrontVideoViewController.h"
 
 namespace quorvel::testing {
@@ -57,35 +52,27 @@ struct Step {
   std::function<bool(WayOutWalk&)> act;
 };
 
-class WayOutWalk : public SdkFixture {
+class WayOutWalk : public TestScreenFixture {
  public:
   using SdkFixture::env;
+  using SdkFixture::overlayShown;
   using SdkFixture::settle;
 
-  // A fresh process on a platform where failure holds, under the host's navigation.
+  // A fresh process on a platform where failure holds, under the host's navigation, with the
+  // screens uploading to the reference assets server.
   void freshHost(const Failure& failure) {
-    SdkFixture::SetUp();
-    WordLists::restoreHeardWords();
-    env.setAssetsHost(server.address());
+    restart();
+    serveAssets();
     env.device->battery = BatteryState::unplugged;
     failure.apply(env);
-    hostWithNavigation();
   }
 
   // The screen for key on a fresh platform where failure holds, resting after its first steps.
   void show(const std::string& key, const Failure& failure) {
     freshHost(failure);
-    delegate = std::make_shared<RecordingTestDelegate>();
-    ScreenContext context = portsOnly();
-    context.header = {0, 1};
     context.multipleTestsList = {"buttons_v2", "charging_v2"};
-    context.uploader = std::make_shared<AssetUploaderWebService>(
-        platform(), Environment::production, "app-1", kKey);
-    context.deviceInfoSHA256 = std::string(64, 'a');
-    screen = std::dynamic_pointer_cast<TestViewController>(
-        ScreenTable::makeScreen(key, context, delegate));
+    screen = showKey(key);
     ASSERT_TRUE(screen) << key;
-    hostNavigation->pushViewController(screen, false);
     rest();
   }
 
@@ -93,22 +80,16 @@ class WayOutWalk : public SdkFixture {
   void rest() {
     for (int round = 0; round < 3; ++round) {
       env.queue->advance(10.0);
-      waitUntil([&] { return !covered() || !delegate->reports.empty(); });
+      waitUntil([&] { return !overlayShown() || !delegate->reports.empty(); });
     }
   }
 
-  bool covered() const {
-    auto key = env.application->keyWindow();
-    return key && !key->overlays().empty();
-  }
-  std::shared_ptr<AlertController> alert() const {
-    return std::dynamic_pointer_cast<AlertController>(screen->presentedViewController());
-  }
+  std::shared_ptr<AlertController> alert() const { return alertOn(screen); }
 
   // A button the person can see and press: shown, enabled, opaque, in a shown container, under
   // no overlay or alert, and not behind the video screens' full-screen colours.
   bool offered(const std::string& button) const {
-    if (!screen->hasOutlet(button) || covered() || alert()) return false;
+    if (!screen->hasOutlet(button) || overlayShown() || alert()) return false;
     const auto& element = screen->outlet<Element>(button);
     if (element.hidden || element.alpha <= 0) return false;
     if (auto* pressable = dynamic_cast<const Button*>(&element); pressable && !pressable->enabled) {
@@ -130,10 +111,8 @@ class WayOutWalk : public SdkFixture {
   bool tap(const std::string& button) { return tap(button, button + "_TouchUpInside"); }
   // The first of buttons the person can press, or null.
   const char* firstOffered(std::initializer_list<const char*> buttons) const {
-    for (const char* button : buttons) {
-      if (offered(button)) return button;
-    }
-    return nullptr;
+    auto way = std::ranges::find_if(buttons, [&](const char* button) { return offered(button); });
+    return way == buttons.end() ? nullptr : *way;
   }
 
   // The informational alerts have one button; the last one closes any alert.
@@ -144,7 +123,6 @@ class WayOutWalk : public SdkFixture {
     }
   }
 
-  static constexpr const char* kKey = "key-abcdefghijkl";
   // The view that holds a button, where it is not the screen itself.
   inline static const std::map<std::string, std::string> kContainers = {
       {"uiBtCouldntCompleteTest", "uiInitialView"},
@@ -154,18 +132,12 @@ class WayOutWalk : public SdkFixture {
       {"uiBtVideoReviewNext", "uiVideoView"},
       {"uiCheckBoxTerms", "uiVideoView"}};
 
-  TemporaryTree storage{"quorvel-assets"};
-  AssetsServer server{AssetsServer::Options{storage.path(), {kKey}}};
-  std::shared_ptr<RecordingTestDelegate> delegate;
   std::shared_ptr<TestViewController> screen;
 
  protected:
-  void SetUp() override { server.start(); }
   void TearDown() override {
     screen.reset();
-    WordLists::restoreHeardWords();
-    server.stop();
-    SdkFixture::TearDown();
+    TestScreenFixture::TearDown();
   }
 };
 
@@ -190,7 +162,7 @@ std::vector<Step> heardWordSteps() {
           {"types the word",
            [](WayOutWalk& w) {
              auto screen = std::dynamic_pointer_cast<HeardWordViewController>(w.screen);
-             if (w.covered() || w.alert()) return false;
+             if (w.overlayShown() || w.alert()) return false;
              screen->textFieldDidChange("uiTfWord", screen->word());
              screen->sendAction("uiTfWord_EditingDidEnd");
              w.settle();
@@ -240,9 +212,8 @@ TEST_F(WayOutWalk, EveryScreenInEveryStateWithAnyFailingPortLetsThePersonFinishA
     for (const Failure& failure : kFailures) {
       // The person stops after `taken` steps and looks for the way out.
       for (std::size_t taken = 0; taken <= steps.size(); ++taken) {
-        const std::string where =
-            key + ", " + failure.name + ", after " + (taken ? steps[taken - 1].what : "showing");
-        SCOPED_TRACE(where);
+        SCOPED_TRACE(key + ", " + failure.name + ", after " +
+                     (taken ? steps[taken - 1].what : "showing"));
         show(key, failure);
         bool reached = true;
         for (std::size_t i = 0; i < taken && reached && delegate->reports.empty(); ++i) {
@@ -252,8 +223,7 @@ TEST_F(WayOutWalk, EveryScreenInEveryStateWithAnyFailingPortLetsThePersonFinishA
         // A step the screen did not offer: the person never gets further on this path.
         if (!reached) break;
         if (!delegate->reports.empty()) {
-          ASSERT_EQ(delegate->reports.size(), 1u);
-          EXPECT_FALSE(delegate->reports.front().cancelled) << "the run's results were lost";
+          EXPECT_FALSE(onlyReport().cancelled) << "the run's results were lost";
           break;  // the screen ended the test itself, and the run goes on
         }
         // The buttons test gives up one phase a press, the combined test one row a press and
@@ -267,10 +237,9 @@ TEST_F(WayOutWalk, EveryScreenInEveryStateWithAnyFailingPortLetsThePersonFinishA
           ASSERT_TRUE(tap(way));
           rest();
         }
-        ASSERT_EQ(delegate->reports.size(), 1u);
-        EXPECT_FALSE(delegate->reports.front().cancelled);
+        EXPECT_FALSE(onlyReport().cancelled);
         // A test of several parts (the buttons test) reports each part's success instead.
-        EXPECT_EQ(delegate->reports.front().result.value("success", false), false);
+        EXPECT_EQ(onlyReport().result.value("success", false), false);
       }
     }
   }
@@ -286,17 +255,13 @@ TEST_F(WayOutWalk, EveryRunWithAnyFailingPortReachesTheHostsAnswerWithoutCancell
     std::string path;
     for (int move = 0; move < 40 && outcome->calls == 0; ++move) {
       env.queue->advance(10.0);
-      waitUntil([&] { return !covered(); });
-      auto shown =
-          navigation()
-              ? std::dynamic_pointer_cast<AlertController>(navigation()->presentedViewController())
-              : nullptr;
-      if (shown) {  // the last choice goes on: "Try later", or the only button
+      waitUntil([&] { return !overlayShown(); });
+      if (auto shown = alertOn()) {  // the last choice goes on: "Try later", or the only button
         shown->performAction(shown->actions().size() - 1);
         settle();
         continue;
       }
-      if (covered()) continue;
+      if (overlayShown()) continue;
       const std::string name = topInterface();
       path += name + " ";
       if (name == "StartViewController") {
@@ -318,7 +283,6 @@ TEST_F(WayOutWalk, EveryRunWithAnyFailingPortReachesTheHostsAnswerWithoutCancell
     }
     ASSERT_EQ(outcome->calls, 1) << "no answer for the host after " << path;
     EXPECT_NE(outcome->response.value_or(Dictionary{}).value("status_code", 0), 301) << path;
-    screen.reset();
   }
 }
 

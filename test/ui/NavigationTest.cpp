@@ -5,11 +5,15 @@
 #include "quorvel/ui/AlertController.h"
 #include "quorvel/ui/LoadingView.h"
 #include "quorvel/ui/NavigationController.h"
-#include "support/TestPlatform.h"
+#include "quorvel/ui/PanGestureRecognizer.h"
+#include "quorvel/ui/TapGestureRecognizer.h"
+#include "support/ScriptedFingers.h"
+#include "support/SdkFixture.h"
 
 namespace {
 
 using namespace quorvel;
+using quorvel::testing::ScriptedFingers;
 
 class RecordingScreen : public ViewController {
  public:
@@ -25,15 +29,10 @@ class RecordingScreen : public ViewController {
   std::vector<std::string>& events_;
 };
 
-class NavigationTest : public ::testing::Test {
- protected:
-  void SetUp() override { env.install(); }
-  void TearDown() override { installPlatform(Platform{}); }
-  quorvel::testing::TestPlatform env;
-  std::vector<std::string> events;
-};
+using NavigationTest = quorvel::testing::SdkFixture;
 
 TEST_F(NavigationTest, StackCallsTheLifecycleOfTheScreensItShowsAndHides) {
+  std::vector<std::string> events;
   auto a = std::make_shared<RecordingScreen>("A", events);
   auto b = std::make_shared<RecordingScreen>("B", events);
   auto c = std::make_shared<RecordingScreen>("C", events);
@@ -66,10 +65,10 @@ TEST_F(NavigationTest, OutletHandleIsTheNamedElementAndOnlyItsMutableAccessIsACh
   const Outlet<Label>& title = screen->title;
   EXPECT_EQ(&*title, &std::as_const(*screen).outlet<Label>("uiLbTitle"));
   EXPECT_EQ(title->text, "");
-  env.queue->runUntilIdle();
+  settle();
   EXPECT_EQ(notified, 0) << "reading is no change";
   screen->title->text = "Title";
-  env.queue->runUntilIdle();
+  settle();
   EXPECT_EQ(notified, 1);
   // A second handle on the name shares the element rather than replacing it under the first.
   EXPECT_EQ(&*std::as_const(screen->sameTitle), &*title);
@@ -81,11 +80,11 @@ TEST_F(NavigationTest, OutletHandleIsTheNamedElementAndOnlyItsMutableAccessIsACh
   screen->outlet<View>("view").hidden = true;
   screen->outlet<View>("view").alpha = 0.5;
   EXPECT_EQ(notified, 1);
-  env.queue->runUntilIdle();
+  settle();
   EXPECT_EQ(notified, 2);
   screen->outlet<View>("view").alpha = 1;
   screen.reset();
-  env.queue->runUntilIdle();
+  settle();
   EXPECT_EQ(notified, 2);
 }
 
@@ -105,7 +104,7 @@ TEST_F(NavigationTest, AlertDismissesBeforeItsHandlerRunsAndRefusesASecondPresen
 }
 
 TEST_F(NavigationTest, LoadingViewFadesThenLeavesItsWindowUnlessShownAgain) {
-  auto window = std::make_shared<Window>();
+  hostWithPlainScreen();
   auto overlay = std::make_shared<LoadingView>();
   overlay->show(window);
   EXPECT_EQ(window->overlays().size(), 1u);
@@ -120,6 +119,52 @@ TEST_F(NavigationTest, LoadingViewFadesThenLeavesItsWindowUnlessShownAgain) {
   env.queue->advance(0.1);
   EXPECT_FALSE(overlay->isShown());
   EXPECT_TRUE(window->overlays().empty());
+}
+
+struct Sent {
+  GestureState state;
+  Point location;
+};
+
+class GestureRecognizerTest : public ::testing::Test {
+ protected:
+  template <class Recognizer, class... Args>
+  void attach(Args... args) {
+    screen->addGestureRecognizer(
+        "view", std::make_shared<Recognizer>(args..., [this](GestureRecognizer& sender) {
+          sent.push_back({sender.state(), sender.location()});
+        }));
+  }
+
+  std::shared_ptr<ViewController> screen = std::make_shared<ViewController>("Screen");
+  ScriptedFingers fingers{screen, "view"};
+  std::vector<Sent> sent;
+};
+
+// Finger counts are checked through the multi-touch screens.
+TEST_F(GestureRecognizerTest, TapWithoutMovingReportsWhereItEnded) {
+  attach<TapGestureRecognizer>(3);
+  fingers.down(3, {100, 100});
+  fingers.moveTo({100, 130});
+  fingers.lift();
+  EXPECT_TRUE(sent.empty());
+
+  fingers.tap(3, {150, 200});
+  ASSERT_EQ(sent.size(), 1u);
+  EXPECT_EQ(sent[0].state, GestureState::ended);
+  EXPECT_EQ(sent[0].location, (Point{150, 200}));
+  // Recognisers start afresh with the next touch.
+  fingers.tap(3);
+  EXPECT_EQ(sent.size(), 2u);
+}
+
+TEST_F(GestureRecognizerTest, PanIsCancelledByAnExtraFinger) {
+  attach<PanGestureRecognizer>(2, 2);
+  fingers.down(2, {100, 0});
+  fingers.moveTo({100, 50});
+  screen->handleTouches("view", TouchPhase::began, {{9, {10, 10}}});
+  ASSERT_EQ(sent.size(), 2u);
+  EXPECT_EQ(sent[1].state, GestureState::cancelled);
 }
 
 }  // namespace

@@ -5,8 +5,7 @@
 #include <filesystem>
 #include <fstream>
 
-#include "AssetsServer.h"
-#include "backend/AssetUploaderWebService.h"
+#include "quorvel/ScreenType.h"
 #include "quorvel/ui/AlertController.h"
 #include "support/TestScreenFixture.h"
 #include "tests/audio/Earspeaker_v1_ViewController.h"
@@ -22,16 +21,7 @@ class AudioScreensTest : public TestScreenFixture {
  protected:
   void SetUp() override {
     TestScreenFixture::SetUp();
-    WordLists::restoreHeardWords();
-    server.start();
-    env.setAssetsHost(server.address());
-    context.uploader = std::make_shared<AssetUploaderWebService>(
-        platform(), Environment::production, "app-1", "key-abcdefghijkl");
-  }
-  void TearDown() override {
-    server.stop();
-    WordLists::restoreHeardWords();
-    TestScreenFixture::TearDown();
+    serveAssets();
   }
 
   std::string alertMessage(ViewController& screen) const {
@@ -42,13 +32,6 @@ class AudioScreensTest : public TestScreenFixture {
     screen.textFieldDidChange("uiTfWord", text);
     press("uiTfWord_EditingDidEnd");
   }
-  std::filesystem::path stored(const Dictionary& result) const {
-    const std::string url = result.value("url", std::string());
-    return server.storage() / "app-1" / url.substr(url.rfind('/') + 1);
-  }
-
-  TemporaryTree storage{"quorvel-assets"};
-  AssetsServer server{AssetsServer::Options{storage.path(), {"key-abcdefghijkl"}}};
 };
 
 TEST(HeardWordViewController, WordsMatchTrimmedAndLowerCasedAndNothingMore) {
@@ -102,12 +85,10 @@ TEST_F(AudioScreensTest, AHeardWordPassesAfterAMismatchAndLeavesTheSharedList) {
 }
 
 TEST_F(AudioScreensTest, EachWordTestPlaysOnItsOwnRouteUntilTheLastPlayEndsAndChangesWord) {
-  const std::pair<std::function<std::shared_ptr<HeardWordViewController>()>, AudioRoute> tests[] = {
-      {[&] { return show<Loudspeaker_v1_ViewController>(); }, AudioRoute::loudspeaker},
-      {[&] { return show<Earspeaker_v1_ViewController>(); }, AudioRoute::earpiece}};
-  for (const auto& [make, route] : tests) {
+  for (const auto& [key, route] : {std::pair{ScreenType::loudspeaker_v1, AudioRoute::loudspeaker},
+                                   std::pair{ScreenType::earspeaker_v1, AudioRoute::earpiece}}) {
     env.sounds->played.clear();
-    auto screen = make();
+    auto screen = std::dynamic_pointer_cast<HeardWordViewController>(showKey(key));
     const auto& play = screen->outlet<Button>("uiBtPlay");
     press("uiBtPlay_TouchUpInside");
     EXPECT_EQ(env.sounds->names(), std::vector<std::string>{"en-US-" + screen->word()});
@@ -135,18 +116,14 @@ TEST_F(AudioScreensTest, EachWordTestPlaysOnItsOwnRouteUntilTheLastPlayEndsAndCh
 
 // The screens that play to the person warn of a low volume; the read-word test only records.
 TEST_F(AudioScreensTest, PlayingScreensWarnBelowHalfVolumeAndEveryOneReportsOnceWhenLeft) {
-  const std::vector<std::function<std::shared_ptr<TestViewController>()>> screens = {
-      [&] { return show<Loudspeaker_v1_ViewController>(); },
-      [&] { return show<Earspeaker_v1_ViewController>(); },
-      [&] { return show<SpeakerRecording_v1_ViewController>(); },
-      [&] { return show<ReadText_v1_ViewController>(); }};
-  for (const auto& make : screens) {
+  for (const std::string& key : {ScreenType::loudspeaker_v1, ScreenType::earspeaker_v1,
+                                 ScreenType::speaker_recording_v1, ScreenType::read_text_v1}) {
+    SCOPED_TRACE(key);
     for (const float level : {0.49f, 0.5f}) {
       delegate->reports.clear();
       env.volume.session->outputVolumeDidChange(level);
-      auto screen = make();
-      SCOPED_TRACE(screen->interfaceName());
-      const bool plays = screen->interfaceName() != "ReadText_v1_ViewController";
+      auto screen = showKey(key);
+      const bool plays = key != ScreenType::read_text_v1;
       EXPECT_EQ(alertMessage(*screen),
                 plays && level < 0.5f ? context.copy("alert_sound_level_ios") : "")
           << "at " << level;
@@ -181,11 +158,10 @@ TEST_F(AudioScreensTest, SpeakerRecordingRecordsWhileTheSoundPlaysThenUploadsAnd
 
   env.queue->advance(1.0);  // the test sound ends
   EXPECT_FALSE(recording.isRecording());
-  ASSERT_TRUE(waitUntil([&] { return !delegate->reports.empty(); }));
-  const auto& result = onlyReport().result;
+  const auto& result = awaitReport().result;
   EXPECT_EQ(result["success"], true);
   EXPECT_EQ(result["version"], "1");
-  std::ifstream uploaded(stored(result));
+  std::ifstream uploaded(assets->stored(result.value("url", "")));
   EXPECT_EQ(std::string(std::istreambuf_iterator<char>(uploaded), {}), "recorded sound");
   EXPECT_FALSE(std::filesystem::exists(recording.path)) << "the local recording is deleted";
 }
@@ -193,6 +169,7 @@ TEST_F(AudioScreensTest, SpeakerRecordingRecordsWhileTheSoundPlaysThenUploadsAnd
 TEST_F(AudioScreensTest, SpeakerRecordingFailsWithoutARecordingOrAnAddress) {
   // No recording starts; then one that breaks; then an upload that never reaches the backend.
   for (int failure = 0; failure < 3; ++failure) {
+    SCOPED_TRACE(failure);
     delegate->reports.clear();
     env.recorder->canRecord = failure != 0;
     if (failure == 2) env.setAssetsHost("http://127.0.0.1:1");
@@ -200,11 +177,10 @@ TEST_F(AudioScreensTest, SpeakerRecordingFailsWithoutARecordingOrAnAddress) {
     press("uiBtStartTest_TouchUpInside");
     if (failure == 1) env.recorder->recordings.back()->end(false);
     if (failure == 2) env.queue->advance(1.0);
-    ASSERT_TRUE(waitUntil([&] { return !delegate->reports.empty(); })) << failure;
-    const auto& result = onlyReport().result;
-    EXPECT_EQ(result["success"], false) << failure;
-    EXPECT_FALSE(result.contains("url")) << failure;
-    EXPECT_FALSE(std::filesystem::exists(documents->path() / "recording.m4a")) << failure;
+    const auto& result = awaitReport().result;
+    EXPECT_EQ(result["success"], false);
+    EXPECT_FALSE(result.contains("url"));
+    EXPECT_FALSE(std::filesystem::exists(documents->path() / "recording.m4a"));
     cover();
   }
 }
@@ -240,11 +216,10 @@ TEST_F(AudioScreensTest, ReadTextRecordsReviewsAndUploadsTheWordShownAndNothingW
   press("uiBtRecord_TouchUpInside");
   EXPECT_EQ(env.recorder->recordings.size(), 2u);
   press("uiBtNext_TouchUpInside");
-  ASSERT_TRUE(waitUntil([&] { return !delegate->reports.empty(); }));
-  const auto& result = onlyReport().result;
+  const auto& result = awaitReport().result;
   EXPECT_EQ(result["success"], true);
   EXPECT_EQ(result["text"], screen->word());
-  EXPECT_TRUE(std::filesystem::exists(stored(result)));
+  EXPECT_TRUE(std::filesystem::exists(assets->stored(result.value("url", ""))));
   EXPECT_FALSE(std::filesystem::exists(path));
 
   // Without permission nothing is recorded, and giving up still reports the word shown.

@@ -3,8 +3,6 @@
 
 #include <filesystem>
 
-#include "AssetsServer.h"
-#include "backend/AssetUploaderWebService.h"
 #include "quorvel/ui/AlertController.h"
 #include "support/TestScreenFixture.h"
 #include "tests/video/DeviceFrontVideo_v1_ViewController.h"
@@ -58,27 +56,13 @@ class DeviceFrontVideoTest : public TestScreenFixture {
  protected:
   void SetUp() override {
     TestScreenFixture::SetUp();
-    server.start();
-    env.setAssetsHost(server.address());
-    context.uploader = std::make_shared<AssetUploaderWebService>(
-        platform(), Environment::production, "app-1", "key-abcdefghijkl");
-    context.deviceInfoSHA256 = std::string(64, 'a');
-  }
-  void TearDown() override {
-    server.stop();
-    TestScreenFixture::TearDown();
+    serveAssets();
   }
 
-  std::shared_ptr<AlertController> alertShown(ViewController& screen) const {
-    return std::dynamic_pointer_cast<AlertController>(screen.presentedViewController());
-  }
   std::filesystem::path movie() const { return documents->path() / "output.mov"; }
   const std::shared_ptr<ScriptedCamera::Record>& lastSession() const {
     return env.camera->sessions.back();
   }
-
-  TemporaryTree storage{"quorvel-assets"};
-  AssetsServer server{AssetsServer::Options{storage.path(), {"key-abcdefghijkl"}}};
 };
 
 TEST_F(DeviceFrontVideoTest, V2FilmsTheWholeSequenceAtItsMomentsAndUploadsTheMP4) {
@@ -140,8 +124,7 @@ TEST_F(DeviceFrontVideoTest, V2FilmsTheWholeSequenceAtItsMomentsAndUploadsTheMP4
   EXPECT_THAT(env.videoPlayer->played, ElementsAre(movie().string()));
 
   press("uiBtVideoReviewNext_TouchUpInsde");
-  ASSERT_TRUE(waitUntil([&] { return !delegate->reports.empty(); }));
-  const auto& result = onlyReport().result;
+  const auto& result = awaitReport().result;
   EXPECT_EQ(result.at("success"), true);
   EXPECT_EQ(result.at("version"), "2");
   EXPECT_EQ(result.at("md5"), screen->md5());
@@ -162,8 +145,8 @@ TEST_F(DeviceFrontVideoTest, V2AsksForSoundSpeaksPortugueseAndFailsWhenTheUpload
   context.language = SupportedLanguage::portuguese;
   auto screen = show<DeviceFrontVideo_v2_ViewController>();
   press("uiBtNext_TouchUpInside");
-  ASSERT_TRUE(alertShown(*screen));
-  alertShown(*screen)->performAction(0);
+  ASSERT_TRUE(alertOn(screen));
+  alertOn(screen)->performAction(0);
   settle();
   EXPECT_TRUE(env.camera->sessions.empty());
   env.volume.systemChange(0.5f);  // exactly half is enough
@@ -180,8 +163,7 @@ TEST_F(DeviceFrontVideoTest, V2AsksForSoundSpeaksPortugueseAndFailsWhenTheUpload
   // The backend cannot be reached: the film is gone all the same, and the test ends failed.
   press("uiCheckBoxTerms_TouchUpInside");
   press("uiBtVideoReviewNext_TouchUpInsde");
-  ASSERT_TRUE(waitUntil([&] { return !delegate->reports.empty(); }));
-  EXPECT_EQ(onlyReport().result, kFailed);
+  EXPECT_EQ(awaitReport().result, kFailed);
   EXPECT_FALSE(std::filesystem::exists(movie()));
 }
 
@@ -225,8 +207,7 @@ TEST_F(DeviceFrontVideoTest, V1FilmsBetweenTheCodesItReadsAndUploadsTheRawFilmWh
   EXPECT_EQ(env.feedback->vibrations.size(), 3u);
 
   press("uiBtVideoReviewNext_TouchUpInsde");
-  ASSERT_TRUE(waitUntil([&] { return !delegate->reports.empty(); }));
-  const auto& result = onlyReport().result;
+  const auto& result = awaitReport().result;
   EXPECT_EQ(result.at("version"), "1");
   EXPECT_THAT(std::string(result.at("url")), ::testing::EndsWith("output.mov"));
   EXPECT_FALSE(std::filesystem::exists(movie()));
@@ -237,7 +218,7 @@ TEST_F(DeviceFrontVideoTest, WithoutACameraItSaysSo) {
   env.camera->present = false;
   auto screen = show<DeviceFrontVideo_v2_ViewController>();
   press("uiBtNext_TouchUpInside");
-  auto alert = alertShown(*screen);
+  auto alert = alertOn(screen);
   ASSERT_TRUE(alert);
   EXPECT_EQ(alert->title(), "Scanning not supported");
 }
@@ -245,6 +226,7 @@ TEST_F(DeviceFrontVideoTest, WithoutACameraItSaysSo) {
 TEST_F(DeviceFrontVideoTest, CancelFromAnyStepEndsOnceAndStopsFilming) {
   // Cancel at each step of the v2 screen: the initial one, the preview, mid-film and the review.
   for (int step = 0; step < 4; ++step) {
+    SCOPED_TRACE(step);
     delegate->reports.clear();
     env.sounds->played.clear();
     auto screen = show<DeviceFrontVideo_v2_ViewController>();
@@ -256,8 +238,7 @@ TEST_F(DeviceFrontVideoTest, CancelFromAnyStepEndsOnceAndStopsFilming) {
     const auto soundsBefore = env.sounds->played.size();
     press("uiBtCancel_TouchUpInside");
     env.queue->advance(10);
-    ASSERT_EQ(delegate->reports.size(), 1u) << "step " << step;
-    EXPECT_TRUE(delegate->reports[0].cancelled);
+    EXPECT_TRUE(onlyReport().cancelled);
     EXPECT_EQ(env.sounds->played.size(), soundsBefore) << "a step ran after the cancel";
     if (!env.camera->sessions.empty()) {
       EXPECT_TRUE(lastSession()->stopped);
