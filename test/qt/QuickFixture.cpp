@@ -1,8 +1,11 @@
 #include "QuickFixture.h"
 
 #include <QDir>
+#include <QGuiApplication>
 #include <QRegularExpression>
 #include <QTest>
+#include <QWindow>
+#include <algorithm>
 
 #include "qt/OutletItem.h"
 #include "quorvel/platform/HostBundle.h"
@@ -33,12 +36,29 @@ bool near(const QColor& a, const QColor& b, int tolerance) {
          std::abs(a.blue() - b.blue()) <= tolerance;
 }
 
-QQuickItem* findNamed(QQuickItem* root, const QString& name) {
-  if (!root || root->objectName() == name) return root;
+QQuickItem* findFirst(QQuickItem* root, const std::function<bool(QQuickItem*)>& holds) {
+  if (!root || holds(root)) return root;
   for (QQuickItem* child : root->childItems()) {
-    if (QQuickItem* found = findNamed(child, name)) return found;
+    if (QQuickItem* found = findFirst(child, holds)) return found;
   }
   return nullptr;
+}
+
+QQuickItem* findNamed(QQuickItem* root, const QString& name) {
+  return findFirst(root, [&](QQuickItem* each) { return each->objectName() == name; });
+}
+
+int countPoints(const QRect& area, const std::function<bool(int x, int y)>& counts, int step) {
+  int count = 0;
+  for (int y = area.top(); y <= area.bottom(); y += step) {
+    for (int x = area.left(); x <= area.right(); x += step) count += counts(x, y);
+  }
+  return count;
+}
+
+int visibleWindows() {
+  return static_cast<int>(std::ranges::count_if(QGuiApplication::topLevelWindows(),
+                                                [](QWindow* each) { return each->isVisible(); }));
 }
 
 void QuickFixture::SetUp() {
@@ -159,16 +179,9 @@ void QuickFixture::tap(const QString& name) {
 }
 
 QString QuickFixture::textOf(const QString& name) const {
-  std::function<QString(QQuickItem*)> find = [&](QQuickItem* each) -> QString {
-    if (!each) return {};
-    const QVariant text = each->property("text");
-    if (text.isValid() && !text.toString().isEmpty()) return text.toString();
-    for (QQuickItem* child : each->childItems()) {
-      if (QString found = find(child); !found.isEmpty()) return found;
-    }
-    return {};
-  };
-  return find(item(name));
+  QQuickItem* text = findFirst(
+      item(name), [](QQuickItem* each) { return !each->property("text").toString().isEmpty(); });
+  return text ? text->property("text").toString() : QString();
 }
 
 std::vector<std::string> QuickFixture::shownOutlets() const {

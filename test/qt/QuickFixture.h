@@ -29,8 +29,14 @@ namespace quorvel::testing {
 
 QColor qColor(const Color& color);
 bool near(const QColor& a, const QColor& b, int tolerance = 8);
+// The first item under root (root included), depth first, for which holds is true.
+QQuickItem* findFirst(QQuickItem* root, const std::function<bool(QQuickItem*)>& holds);
 // The first item under root (root included) with the object name.
 QQuickItem* findNamed(QQuickItem* root, const QString& name);
+// How many points of area, every step-th along each axis, counts is true of.
+int countPoints(const QRect& area, const std::function<bool(int x, int y)>& counts, int step = 1);
+// How many top-level windows are on show.
+int visibleWindows();
 
 // The Qt front end in an offscreen phone-sized window (or a host's scene), installed as the
 // platform with a scripted device (unplugged, so that the charging screens wait on any machine), a

@@ -3,28 +3,16 @@
 // finished, the wrong settings included.
 #include <gtest/gtest.h>
 
-#include <QGuiApplication>
 #include <QQmlComponent>
 #include <QQmlEngine>
 #include <QQuickWindow>
 #include <QTest>
-#include <QWindow>
 #include <memory>
 
-#include "quorvel/QuorvelSDK.h"
-#include "quorvel/platform/Platform.h"
-#include "quorvel/quick/QuickFrontEnd.h"
-#include "quorvel/ui/NavigationController.h"
-#include "support/TemporaryTree.h"
+#include "QuickFixture.h"
 
 namespace quorvel::testing {
 namespace {
-
-int visibleWindows() {
-  int shown = 0;
-  for (QWindow* each : QGuiApplication::topLevelWindows()) shown += each->isVisible();
-  return shown;
-}
 
 class QuorvelRunTest : public ::testing::Test {
  protected:
@@ -34,6 +22,7 @@ class QuorvelRunTest : public ::testing::Test {
   }
   void TearDown() override {
     run.reset();
+    scene.reset();
     engine.collectGarbage();
     // The front end the QML made for itself, as the application would at its end.
     delete QuickFrontEnd::current();
@@ -43,8 +32,9 @@ class QuorvelRunTest : public ::testing::Test {
   }
 
   // A QuorvelRun with the host's usual settings, those given in place of them, and none of those
-  // named in left; it keeps every answer it hears.
-  void make(const QVariantMap& settings = {}, const QStringList& left = {}) {
+  // named in left; it keeps every answer it hears. In a scene, it sits beside an SdkView in the
+  // host's window and starts as the scene completes.
+  void make(const QVariantMap& settings = {}, const QStringList& left = {}, bool inScene = false) {
     QVariantMap properties = {{"appId", "qml-host"},
                               {"apiKey", "qml-key"},
                               {"assetsHost", "http://127.0.0.1:1"},
@@ -52,14 +42,32 @@ class QuorvelRunTest : public ::testing::Test {
                               {"microphoneUsage", "Records sound"}};
     properties.insert(settings);
     for (const QString& name : left) properties.remove(name);
+    QString qml =
+        "QuorvelRun {\n  id: run; objectName: \"run\"\n  property var answers: []\n"
+        "  onFinished: (response) => answers = answers.concat([response])\n";
+    for (const auto& [name, value] : properties.asKeyValueRange()) {
+      qml += QString("  %1: \"%2\"\n").arg(name, value.toString());
+    }
+    qml += "}\n";
+    if (inScene) {
+      qml =
+          "Window {\n  visible: true; width: 390; height: 844\n  SdkView { anchors.fill: parent "
+          "}\n" +
+          qml + "  Component.onCompleted: run.start()\n}";
+    }
     QQmlComponent component(&engine);
-    component.setData(
-        "import QtQuick\nimport Quorvel\nQuorvelRun {\n"
-        "  property var answers: []\n"
-        "  onFinished: (response) => answers = answers.concat([response])\n}",
-        QUrl("qrc:/quorvel-tests/Host.qml"));
-    run.reset(component.createWithInitialProperties(properties));
-    ASSERT_NE(run, nullptr) << component.errorString().toStdString();
+    component.setData("import QtQuick\nimport Quorvel\n" + qml.toUtf8(),
+                      QUrl("qrc:/quorvel-tests/Host.qml"));
+    std::unique_ptr<QObject> made(component.create());
+    ASSERT_NE(made, nullptr) << component.errorString().toStdString();
+    if (!inScene) {
+      run = std::move(made);
+      return;
+    }
+    scene = std::move(made);
+    run.reset(scene->findChild<QObject*>("run"));
+    ASSERT_NE(run, nullptr);
+    run->setParent(nullptr);
   }
   void start() { QMetaObject::invokeMethod(run.get(), "start"); }
   QVariantList answers() const { return run->property("answers").toList(); }
@@ -70,9 +78,13 @@ class QuorvelRunTest : public ::testing::Test {
     auto top = frontEnd ? frontEnd->topViewController() : nullptr;
     return top ? top->interfaceName() : "";
   }
+  bool reachesStart() const {
+    return QTest::qWaitFor([&] { return topInterface() == "StartViewController"; }, 10000);
+  }
 
   TemporaryTree documents{"quorvel-run-documents"};
   QQmlEngine engine;
+  std::unique_ptr<QObject> scene;
   std::unique_ptr<QObject> run;
 };
 
@@ -83,7 +95,7 @@ TEST_F(QuorvelRunTest, WithoutAnSdkViewTheRunShowsInAWindowOfItsOwnUntilItsOneAn
   EXPECT_EQ(visibleWindows(), 0);
   start();
   EXPECT_TRUE(running());
-  ASSERT_TRUE(QTest::qWaitFor([&] { return topInterface() == "StartViewController"; }, 10000));
+  ASSERT_TRUE(reachesStart());
   EXPECT_EQ(visibleWindows(), 1);
   // The run's window goes with its one answer (whose status is the cancel test's below).
   QMetaObject::invokeMethod(run.get(), "cancel");
@@ -128,23 +140,8 @@ TEST_F(QuorvelRunTest, WrongSettingsAnswerOnceThroughFinishedWithTheirStatus) {
 
 TEST_F(QuorvelRunTest, CancelEndsTheRunAsThePersonsCancelDoesAndAStartWhileRunningIsRefused) {
   // The host's scene holds an SdkView beside the run, which it starts as the scene completes.
-  QQmlComponent component(&engine);
-  component.setData(
-      "import QtQuick\nimport Quorvel\nWindow {\n  visible: true\n"
-      "  width: 390; height: 844\n  SdkView { anchors.fill: parent }\n"
-      "  QuorvelRun {\n    id: run; objectName: \"run\"\n"
-      "    property var answers: []\n"
-      "    appId: \"qml-host\"; apiKey: \"qml-key\"\n"
-      "    cameraUsage: \"Films\"; microphoneUsage: \"Records\"\n"
-      "    onFinished: (response) => answers = answers.concat([response])\n  }\n"
-      "  Component.onCompleted: run.start()\n}",
-      QUrl("qrc:/quorvel-tests/Scene.qml"));
-  std::unique_ptr<QObject> scene(component.create());
-  ASSERT_NE(scene, nullptr) << component.errorString().toStdString();
-  run.reset(scene->findChild<QObject*>("run"));
-  ASSERT_NE(run, nullptr);
-  run->setParent(nullptr);
-  ASSERT_TRUE(QTest::qWaitFor([&] { return topInterface() == "StartViewController"; }, 10000));
+  make({}, {}, true);
+  ASSERT_TRUE(reachesStart());
   // The run is drawn in the host's scene, and no window of its own came up.
   EXPECT_EQ(QuickFrontEnd::current()->window(), qobject_cast<QQuickWindow*>(scene.get()));
   EXPECT_EQ(visibleWindows(), 1);
@@ -166,7 +163,7 @@ TEST_F(QuorvelRunTest, CancelEndsTheRunAsThePersonsCancelDoesAndAStartWhileRunni
   // The same element runs again, and its cancel while nothing runs does nothing.
   QMetaObject::invokeMethod(run.get(), "cancel");
   start();
-  ASSERT_TRUE(QTest::qWaitFor([&] { return topInterface() == "StartViewController"; }, 10000));
+  ASSERT_TRUE(reachesStart());
   QMetaObject::invokeMethod(run.get(), "cancel");
   ASSERT_TRUE(QTest::qWaitFor([&] { return answers().size() == 2; }, 5000));
   EXPECT_EQ(answer(1).value("status_code").toInt(), 301);
@@ -177,7 +174,6 @@ TEST_F(QuorvelRunTest, CancelEndsTheRunAsThePersonsCancelDoesAndAStartWhileRunni
   QTest::qWait(100);
   EXPECT_EQ(answers().size(), 3);
   EXPECT_EQ(answer(2).value("status_code").toInt(), 301);
-  run.reset();
 }
 
 }  // namespace

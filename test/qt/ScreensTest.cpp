@@ -35,13 +35,8 @@ class ScreenFixture : public QuickFixture {
   }
   // How many pixels of the item are drawn in color.
   int pixelsIn(const QImage& image, const QString& name, const QColor& color) {
-    const QRect rect = rectOf(name, image).intersected(image.rect());
-    int count = 0;
-    for (int y = rect.top(); y <= rect.bottom(); ++y) {
-      for (int x = rect.left(); x <= rect.right(); ++x)
-        count += near(image.pixelColor(x, y), color);
-    }
-    return count;
+    return countPoints(rectOf(name, image).intersected(image.rect()),
+                       [&](int x, int y) { return near(image.pixelColor(x, y), color); });
   }
   std::shared_ptr<MultipleTests_v2_ViewController> showCombined() {
     auto combined = std::make_shared<MultipleTests_v2_ViewController>(
