@@ -1,13 +1,14 @@
 // The shared media parts as drawn offscreen: a mirrored label reads in a mirror, a bitmap keeps
 // hard pixel edges at any size, a camera preview fills its place with the installed camera's
-// picture (cropped, not squeezed) and shows nothing without one, and the movie player covers the
-// screens with the movie.
+// picture (cropped, not squeezed; the mirror camera's as a mirror shows it) and shows nothing
+// without one, and the movie player covers the screens with the movie.
 #include <QPainter>
+#include <QSignalSpy>
 #include <QTest>
 
+#include "PictureWindow.h"
 #include "QuickFixture.h"
 #include "support/MovieProbe.h"
-#include "support/TestPlatform.h"
 
 namespace quorvel::testing {
 namespace {
@@ -21,28 +22,6 @@ class MediaPartsTestPage : public ViewController {
     registerOutlet<ImageView>("uiIvBitmap");
     registerOutlet<VideoPreview>("uiCameraPreview");
   }
-};
-
-// A camera whose picture the test sets; it has no sessions of its own.
-class StillCamera : public Camera, public CameraPictureSource {
- public:
-  std::shared_ptr<CameraSession> startScanning(
-      std::function<void(const std::vector<std::string>&)>) override {
-    return nullptr;
-  }
-  std::shared_ptr<CameraSession> startCapture(bool) override { return nullptr; }
-  QImage picture() const override { return picture_; }
-  void setPictureChanged(std::function<void()> changed) override { changed_ = std::move(changed); }
-
-  void show(QImage picture) {
-    picture_ = std::move(picture);
-    if (changed_) changed_();
-  }
-  bool watched() const { return static_cast<bool>(changed_); }
-
- private:
-  QImage picture_;
-  std::function<void()> changed_;
 };
 
 class MediaPartsRenderTest : public QuickFixture {
@@ -116,38 +95,56 @@ TEST_F(MediaPartsRenderTest, ABitmapKeepsHardPixelEdgesAtAnySize) {
   }
 }
 
-TEST_F(MediaPartsRenderTest, ACameraPreviewFillsItsPlaceWithTheCamerasPictureCentred) {
-  auto camera = std::make_shared<StillCamera>();
-  frontEnd->useCamera(camera, camera);
-  EXPECT_EQ(platform().camera, camera) << "the installed platform keeps the front end's camera";
-
-  // Four stripes; filling a square with the wide picture shows only the middle two.
+// The mirror camera's picture reaches the front end as a mirror shows the filmed window, until
+// its session ends.
+TEST_F(MediaPartsRenderTest, ACameraPreviewFillsItsPlaceWithTheMirrorsPictureCentred) {
+  // Four stripes; the mirror shows them the other way round, and filling a square with the wide
+  // picture shows only the middle two.
   QImage picture(400, 100, QImage::Format_RGB32);
   const QColor stripes[] = {Qt::yellow, Qt::red, Qt::blue, Qt::magenta};
   QPainter painter(&picture);
   for (int i = 0; i < 4; ++i) painter.fillRect(i * 100, 0, 100, 100, stripes[i]);
   painter.end();
-  camera->show(picture);
+  PictureWindow window({400, 100});
+  window.showPicture(picture);
+  auto room = std::make_shared<VirtualRoom>();
+  auto camera = std::make_shared<VirtualMirrorCamera>(&window, room);
+  frontEnd->useCamera(camera, camera);
+  EXPECT_EQ(platform().camera, camera) << "the installed platform keeps the front end's camera";
+  auto session = camera->startCapture(false);
+  ASSERT_TRUE(session);
   ASSERT_TRUE(waitFor([&] { return item("uiCameraPreview")->property("showing").toBool(); }));
+  EXPECT_EQ(frontEnd->cameraPicture().size(), window.grabWindow().size());
   QTest::qWait(50);
   const QImage shown = drawn(grab("camera-preview"), "uiCameraPreview");
   ASSERT_EQ(shown.size(), QSize(100, 100));
   for (QPoint at : {QPoint(10, 2), QPoint(10, 97), QPoint(40, 50)}) {
-    EXPECT_EQ(shown.pixelColor(at), QColor(Qt::red)) << at.x() << "," << at.y();
-  }
-  for (QPoint at : {QPoint(90, 2), QPoint(90, 97), QPoint(60, 50)}) {
     EXPECT_EQ(shown.pixelColor(at), QColor(Qt::blue)) << at.x() << "," << at.y();
   }
+  for (QPoint at : {QPoint(90, 2), QPoint(90, 97), QPoint(60, 50)}) {
+    EXPECT_EQ(shown.pixelColor(at), QColor(Qt::red)) << at.x() << "," << at.y();
+  }
 
-  // The session ends: only the outlet's own colour is left.
-  camera->show(QImage());
+  // The session ends: the preview hears that the picture is gone, and only the outlet's own
+  // colour is left. Scanning shows nothing.
+  QSignalSpy changes(frontEnd.get(), &QuickFrontEnd::cameraPictureChanged);
+  session->stop();
+  EXPECT_TRUE(frontEnd->cameraPicture().isNull());
+  EXPECT_EQ(changes.count(), 1);
+  auto scanning = camera->startScanning([](const std::vector<std::string>&) {});
   ASSERT_TRUE(waitFor([&] { return !item("uiCameraPreview")->property("showing").toBool(); }));
-  QTest::qWait(50);
+  QTest::qWait(300);
+  EXPECT_TRUE(frontEnd->cameraPicture().isNull());
   EXPECT_EQ(drawn(grab(), "uiCameraPreview").pixelColor(50, 50), QColor(Qt::green));
+  scanning.reset();
 
-  // A camera the front end let go of is no longer watched.
-  frontEnd->useCamera(std::make_shared<StillCamera>(), nullptr);
-  EXPECT_FALSE(camera->watched());
+  // A camera the front end let go of is no longer heard.
+  frontEnd->useCamera(std::make_shared<VirtualMirrorCamera>(&window, room), nullptr);
+  changes.clear();
+  session = camera->startCapture(false);
+  ASSERT_TRUE(waitFor([&] { return !camera->picture().isNull(); }));
+  QTest::qWait(100);
+  EXPECT_EQ(changes.count(), 0);
 }
 
 // When it opens and closes is the playback contract's (VideoPlaybackContract); here, what it shows.

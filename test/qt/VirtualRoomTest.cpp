@@ -2,14 +2,12 @@
 // into it through the real player, and the mirror camera that films a window with its sound.
 #include <gtest/gtest.h>
 
-#include <QSignalSpy>
 #include <QTest>
 #include <cmath>
 
 #include "PictureWindow.h"
 #include "qt/QtMainQueue.h"
 #include "quorvel/platform/Platform.h"
-#include "quorvel/quick/QuickFrontEnd.h"
 #include "quorvel/virtual/VirtualMicrophone.h"
 #include "quorvel/virtual/VirtualMirrorCamera.h"
 #include "quorvel/virtual/VirtualRoom.h"
@@ -137,31 +135,6 @@ class VirtualMirrorCameraTest : public ::testing::Test {
   TemporaryTree tree{"quorvel-mirror"};
   std::shared_ptr<VirtualRoom> room = std::make_shared<VirtualRoom>();
 };
-
-TEST_F(VirtualMirrorCameraTest, FrontEndPreviewsShowTheWindowAsAMirrorDoesUntilTheSessionEnds) {
-  PictureWindow window({300, 200});
-  window.showHalves(Qt::red, Qt::blue);
-  auto camera = std::make_shared<VirtualMirrorCamera>(&window, room);
-  QuickFrontEnd frontEnd;
-  frontEnd.useCamera(camera, camera);
-  auto session = camera->startCapture(false);
-  ASSERT_TRUE(session);
-  ASSERT_TRUE(QTest::qWaitFor([&] { return !frontEnd.cameraPicture().isNull(); }, 10000));
-  const QImage picture = frontEnd.cameraPicture();
-  EXPECT_EQ(picture.size(), window.grabWindow().size());
-  EXPECT_EQ(picture.pixelColor(20, 100).name(), "#0000ff") << "the left is the window's right";
-  EXPECT_EQ(picture.pixelColor(280, 100).name(), "#ff0000");
-
-  // The preview hears that the picture is gone.
-  QSignalSpy changes(&frontEnd, &QuickFrontEnd::cameraPictureChanged);
-  session->stop();
-  EXPECT_TRUE(frontEnd.cameraPicture().isNull());
-  EXPECT_EQ(changes.count(), 1);
-  // Scanning shows nothing.
-  auto scanning = camera->startScanning([](const std::vector<std::string>&) {});
-  QTest::qWait(300);
-  EXPECT_TRUE(frontEnd.cameraPicture().isNull());
-}
 
 TEST_F(VirtualMirrorCameraTest, RecordsTheWindowWithTheSoundThatWasPlayedInTheRoom) {
   // A tall window: the movie keeps its shape at 1280 on the long side, in even sizes.
