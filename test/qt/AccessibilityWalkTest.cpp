@@ -13,7 +13,6 @@
 #include <QTest>
 #include <algorithm>
 #include <set>
-#include <string>
 
 #include "QuickFixture.h"
 #include "device/IMEIViewController.h"
@@ -25,7 +24,6 @@
 #include "support/MovieProbe.h"
 #include "tests/audio/ReadText_v1_ViewController.h"
 #include "tests/physical/Charging_v1_ViewController.h"
-#include "tests/physical/MultipleTests_v2_ViewController.h"
 #include "tests/video/DeviceFrontVideo_v2_ViewController.h"
 
 namespace quorvel::testing {
@@ -303,10 +301,7 @@ class AccessibilityWalkTest : public QuickFixture,
                                    ScreenType::speaker_recording_v1, ScreenType::earspeaker_v1}) {
       at(showKey(key)->interfaceName());
     }
-    auto combined = std::make_shared<MultipleTests_v2_ViewController>(
-        contextFor(ScreenType::multiple_tests_v2));
-    combined->selectedTests = {ScreenType::charging_v2, ScreenType::buttons_v2};
-    show(combined);
+    showCombined();
     at("MultipleTests_v2_ViewController");
     // The cable goes in and the first row passes; the next is given up and fails.
     device->setBattery(BatteryState::charging);

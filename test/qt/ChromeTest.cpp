@@ -83,7 +83,6 @@ TEST_F(HostSceneTest, StartScreenRunsInsideTheHostsItemUnderItsOwnHeader) {
 
   // The host's header and margin and the SDK's screen all reach the pixels.
   const QImage image = grab("host-scene-start-screen");
-  // A pixel of the header clear of its text.
   EXPECT_TRUE(near(pixel(image, QPoint(6, chromeRect("hostHeader").center().y())), kHeader));
   EXPECT_TRUE(near(pixel(image, QPoint(view.left() - 6, view.center().y())), kHostBackground));
   EXPECT_TRUE(near(pixel(image, QPoint(view.right() - 4, view.top() + 4)), Qt::white));

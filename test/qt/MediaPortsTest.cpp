@@ -1,7 +1,6 @@
 // The Qt front end's media ports on this machine: every port filled, a sound file played through
 // Qt Multimedia, and sounds replaced and stopped under load; "no camera" from the device list
 // alone, and a camera frame's luminance read right whatever the frame's layout.
-#include <gtest/gtest.h>
 #include <malloc.h>
 
 #include <QElapsedTimer>
@@ -141,9 +140,8 @@ TEST(QtAudioPlayerUnderLoad, SoundsEndedReplacedAndStoppedAtAnyMomentNeverCrash)
   BusyCores busy(2);
   auto queue = std::make_shared<QtMainQueue>();
   std::mt19937 random(20261125);
-  const int seconds = qEnvironmentVariableIntValue("QUORVEL_PLAYER_SECONDS") > 0
-                          ? qEnvironmentVariableIntValue("QUORVEL_PLAYER_SECONDS")
-                          : 10;
+  int seconds = qEnvironmentVariableIntValue("QUORVEL_PLAYER_SECONDS");
+  if (seconds <= 0) seconds = 10;
   int answers = 0;
   int played = 0;
   {

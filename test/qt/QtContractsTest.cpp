@@ -2,7 +2,6 @@
 // contracts, each on the GUI thread's queue in real time.
 #include <QCoreApplication>
 #include <QElapsedTimer>
-#include <QQuickItem>
 #include <QTest>
 
 #include "PictureWindow.h"
@@ -14,12 +13,9 @@
 #include "qt/QtAudioPlayer.h"
 #include "qt/QtMainQueue.h"
 #include "quorvel/platform/Platform.h"
-#include "quorvel/quick/QuickFrontEnd.h"
 #include "quorvel/virtual/VirtualAudioRecorder.h"
-#include "quorvel/virtual/VirtualMirrorCamera.h"
 #include "support/MainQueueContract.h"
 #include "support/MovieProbe.h"
-#include "support/TemporaryTree.h"
 
 namespace quorvel::testing {
 namespace {

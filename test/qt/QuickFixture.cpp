@@ -8,6 +8,7 @@
 #include <algorithm>
 
 #include "qt/OutletItem.h"
+#include "quorvel/ScreenType.h"
 #include "quorvel/platform/HostBundle.h"
 #include "quorvel/platform/TrackedAudioSession.h"
 #include "quorvel/virtual/VirtualAudioRecorder.h"
@@ -96,6 +97,13 @@ ScreenContext QuickFixture::contextFor(const std::string& key, std::vector<std::
   context.customization = customization ? customization : std::make_shared<Customization>();
   context.header = HeaderPosition::of(key, run);
   return context;
+}
+
+std::shared_ptr<MultipleTests_v2_ViewController> QuickFixture::showCombined() {
+  auto combined =
+      std::make_shared<MultipleTests_v2_ViewController>(contextFor(ScreenType::multiple_tests_v2));
+  combined->selectedTests = {ScreenType::charging_v2, ScreenType::buttons_v2};
+  return show(combined);
 }
 
 std::shared_ptr<VirtualMirrorCamera> QuickFixture::useVirtualRoom() {

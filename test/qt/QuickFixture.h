@@ -16,6 +16,7 @@
 #include "quorvel/virtual/VirtualMirrorCamera.h"
 #include "support/ScriptedDevice.h"
 #include "support/TemporaryTree.h"
+#include "tests/physical/MultipleTests_v2_ViewController.h"
 #include "widgets/ScreenContext.h"
 
 QT_BEGIN_NAMESPACE
@@ -69,6 +70,9 @@ class QuickFixture : public ::testing::Test {
     settle(screen->interfaceName());
     return screen;
   }
+
+  // The combined screen of the charging and volume-key tests, pushed on the host's stack.
+  std::shared_ptr<MultipleTests_v2_ViewController> showCombined();
 
   // The machine's camera, speaker and microphone replaced by a virtual room's: a mirror camera
   // filming the fixture's window, a speaker and a recorder in the room. Returns the mirror.

@@ -1,13 +1,10 @@
 // A host written in QML alone: QuorvelRun starts a run from its properties, covers the scene with a
 // window of its own when the host placed no SdkView, and answers each start() once through
 // finished, the wrong settings included.
-#include <gtest/gtest.h>
-
 #include <QQmlComponent>
 #include <QQmlEngine>
 #include <QQuickWindow>
 #include <QTest>
-#include <memory>
 
 #include "QuickFixture.h"
 

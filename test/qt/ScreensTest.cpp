@@ -14,13 +14,12 @@
 #include "tests/audio/Loudspeaker_v1_ViewController.h"
 #include "tests/physical/Charging_v1_ViewController.h"
 #include "tests/physical/MultiTouch_v1_ViewController.h"
-#include "tests/physical/MultipleTests_v2_ViewController.h"
 #include "tests/video/DeviceFrontVideo_v2_ViewController.h"
 
 namespace quorvel::testing {
 namespace {
 
-class ScreenFixture : public QuickFixture {
+class ScreenStateTest : public QuickFixture {
  protected:
   // The item's rectangle in the grabbed image.
   QRect rectOf(const QString& name, const QImage& image) {
@@ -38,15 +37,7 @@ class ScreenFixture : public QuickFixture {
     return countPoints(rectOf(name, image).intersected(image.rect()),
                        [&](int x, int y) { return near(image.pixelColor(x, y), color); });
   }
-  std::shared_ptr<MultipleTests_v2_ViewController> showCombined() {
-    auto combined = std::make_shared<MultipleTests_v2_ViewController>(
-        contextFor(ScreenType::multiple_tests_v2));
-    combined->selectedTests = {ScreenType::charging_v2, ScreenType::buttons_v2};
-    return show(combined);
-  }
 };
-
-class ScreenStateTest : public ScreenFixture {};
 
 TEST_F(ScreenStateTest, HeaderFillsTheSegmentsUpToItsScreen) {
   auto custom = std::make_shared<Customization>();

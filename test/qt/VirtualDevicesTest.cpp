@@ -1,14 +1,10 @@
 // The virtual touch screen, charger and volume keys that the demo's unattended run passes its tests
 // with; the volume keys are heard by the window's hardware keys. The virtual keyboard types into
 // the IMEI screen in ScreensInputTest.
-#include <gtest/gtest.h>
-
 #include <QKeyEvent>
-#include <QQuickItem>
 #include <QQuickWindow>
 #include <QTest>
 #include <QWindow>
-#include <memory>
 #include <vector>
 
 #include "QuickFixture.h"
@@ -19,7 +15,6 @@
 #include "quorvel/virtual/VirtualVolumeKeys.h"
 #include "support/ManualMainQueue.h"
 #include "support/RecordingTestDelegate.h"
-#include "support/ScriptedDevice.h"
 #include "tests/physical/MultiTouch_v2_ViewController.h"
 
 namespace quorvel::testing {

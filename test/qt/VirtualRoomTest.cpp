@@ -1,21 +1,16 @@
 // The virtual room: its sounds mixed on one timeline for its microphones, the speaker that plays
 // into it through the real player, and the mirror camera that films a window with its sound.
-#include <gtest/gtest.h>
-
 #include <QTest>
 #include <cmath>
 
 #include "PictureWindow.h"
-#include "qt/QtMainQueue.h"
-#include "quorvel/platform/Platform.h"
+#include "QuickFixture.h"
 #include "quorvel/virtual/VirtualMicrophone.h"
-#include "quorvel/virtual/VirtualMirrorCamera.h"
 #include "quorvel/virtual/VirtualRoom.h"
 #include "quorvel/virtual/VirtualSpeaker.h"
 #include "support/MovieProbe.h"
 #include "support/ScriptedMedia.h"
 #include "support/SoundDecoder.h"
-#include "support/TemporaryTree.h"
 
 namespace quorvel::testing {
 namespace {
@@ -117,22 +112,15 @@ TEST(VirtualSpeaker, PlaysThroughTheRealPlayerAndIntoTheRoomUntilTheSoundEnds) {
   EXPECT_LT(loudness(heard, kRate, 4.51, 6), 0.001) << "a failed sound went on in the room";
 }
 
-class VirtualMirrorCameraTest : public ::testing::Test {
+// On the front end's ports: the GUI thread's queue.
+class VirtualMirrorCameraTest : public QuickFixture {
  protected:
-  void SetUp() override {
-    Platform p = platform();
-    p.mainQueue = std::make_shared<QtMainQueue>();
-    installPlatform(p);
-  }
-  void TearDown() override { installPlatform(makeDefaultPlatform()); }
-
   // Each recording's outcome; when and how often it comes is the camera contract's.
   std::optional<std::optional<std::string>> finished;
   std::function<void(std::optional<std::string>)> into() {
     return [this](std::optional<std::string> error) { finished = std::move(error); };
   }
 
-  TemporaryTree tree{"quorvel-mirror"};
   std::shared_ptr<VirtualRoom> room = std::make_shared<VirtualRoom>();
 };
 
@@ -147,7 +135,7 @@ TEST_F(VirtualMirrorCameraTest, RecordsTheWindowWithTheSoundThatWasPlayedInTheRo
   ASSERT_TRUE(session);
   ASSERT_TRUE(QTest::qWaitFor([&] { return !camera.picture().isNull(); }, 10000));
 
-  const std::string movie = (tree.path() / "output.mov").string();
+  const std::string movie = (documents->path() / "output.mov").string();
   ASSERT_TRUE(session->startRecording(movie, into()));
   const double start = room->now();
   QTest::qWait(600);
@@ -181,7 +169,7 @@ TEST_F(VirtualMirrorCameraTest, RecordsTheWindowWithTheSoundThatWasPlayedInTheRo
 TEST_F(VirtualMirrorCameraTest, DestroyingTheCameraMidRecordingClosesTheMovie) {
   PictureWindow window;
   window.showCode("QRVL:closing");
-  const std::string movie = (tree.path() / "closing.mov").string();
+  const std::string movie = (documents->path() / "closing.mov").string();
   std::shared_ptr<CameraSession> session;
   {
     VirtualMirrorCamera camera(&window, room);
