@@ -10,7 +10,6 @@
 #include <QGuiApplication>
 #include <QMetaEnum>
 #include <QSignalSpy>
-#include <QTest>
 #include <algorithm>
 #include <set>
 
@@ -18,7 +17,6 @@
 #include "device/IMEIViewController.h"
 #include "qt/OutletItem.h"
 #include "quorvel/Localization.h"
-#include "quorvel/ScreenType.h"
 #include "run/ScreenTable.h"
 #include "screens/TestsFinishedViewController.h"
 #include "support/MovieProbe.h"

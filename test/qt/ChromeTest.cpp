@@ -3,7 +3,6 @@
 // inside its own scene: in the SdkView it placed under a header of its own, or on the StackView it
 // handed over, with alerts and the loading overlay covering only the SDK's part of the scene.
 #include <QQmlApplicationEngine>
-#include <QTest>
 
 #include "QuickFixture.h"
 #include "backend/AssetUploaderWebService.h"

@@ -4,7 +4,6 @@
 // without one, and the movie player covers the screens with the movie.
 #include <QPainter>
 #include <QSignalSpy>
-#include <QTest>
 
 #include "PictureWindow.h"
 #include "QuickFixture.h"

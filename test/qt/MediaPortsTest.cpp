@@ -5,7 +5,6 @@
 
 #include <QElapsedTimer>
 #include <QFile>
-#include <QTest>
 #include <QVideoFrame>
 #include <QVideoFrameFormat>
 #include <algorithm>

@@ -2,7 +2,6 @@
 // contracts, each on the GUI thread's queue in real time.
 #include <QCoreApplication>
 #include <QElapsedTimer>
-#include <QTest>
 
 #include "PictureWindow.h"
 #include "QuickFixture.h"

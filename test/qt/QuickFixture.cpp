@@ -3,12 +3,10 @@
 #include <QDir>
 #include <QGuiApplication>
 #include <QRegularExpression>
-#include <QTest>
 #include <QWindow>
 #include <algorithm>
 
 #include "qt/OutletItem.h"
-#include "quorvel/ScreenType.h"
 #include "quorvel/platform/HostBundle.h"
 #include "quorvel/platform/TrackedAudioSession.h"
 #include "quorvel/virtual/VirtualAudioRecorder.h"

@@ -5,12 +5,14 @@
 #include <QColor>
 #include <QImage>
 #include <QQuickItem>
+#include <QTest>
 #include <functional>
 #include <memory>
 #include <optional>
 #include <string>
 
 #include "quorvel/QuorvelSDK.h"
+#include "quorvel/ScreenType.h"
 #include "quorvel/quick/QuickFrontEnd.h"
 #include "quorvel/ui/NavigationController.h"
 #include "quorvel/virtual/VirtualMirrorCamera.h"

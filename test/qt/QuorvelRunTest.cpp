@@ -4,7 +4,6 @@
 #include <QQmlComponent>
 #include <QQmlEngine>
 #include <QQuickWindow>
-#include <QTest>
 
 #include "QuickFixture.h"
 

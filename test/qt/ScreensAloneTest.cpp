@@ -1,7 +1,6 @@
 // The first-generation screens that no run holds any more (the first video test, the word and
 // recording tests), each shown alone and driven by the library's autopilot through the virtual
 // devices, with real sound in the room and real uploads to the reference assets server.
-#include <QTest>
 #include <algorithm>
 #include <cmath>
 #include <filesystem>

@@ -2,11 +2,8 @@
 // pixels (the video test's too), the layout in a wide window, and taps and typing that reach their
 // core actions. The copy and colours of every screen in both languages are the accessibility
 // walk's.
-#include <QTest>
-
 #include "QuickFixture.h"
 #include "device/IMEIViewController.h"
-#include "quorvel/ScreenType.h"
 #include "quorvel/virtual/VirtualKeyboard.h"
 #include "run/ScreenTable.h"
 #include "screens/TestsFinishedViewController.h"

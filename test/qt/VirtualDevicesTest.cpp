@@ -3,7 +3,6 @@
 // the IMEI screen in ScreensInputTest.
 #include <QKeyEvent>
 #include <QQuickWindow>
-#include <QTest>
 #include <QWindow>
 #include <vector>
 

@@ -1,6 +1,5 @@
 // The virtual room: its sounds mixed on one timeline for its microphones, the speaker that plays
 // into it through the real player, and the mirror camera that films a window with its sound.
-#include <QTest>
 #include <cmath>
 
 #include "PictureWindow.h"
