@@ -81,9 +81,8 @@ class QtPlaybackDriver : public VideoPlaybackDriver {
     QQuickItem* close = findNamed(frontEnd_.window()->contentItem(), "moviePlayerClose");
     ASSERT_NE(close, nullptr);
     ASSERT_TRUE(QTest::qWaitFor([&] { return close->isVisible(); }, 10000));
-    QTest::mouseClick(
-        frontEnd_.window(), Qt::LeftButton, Qt::NoModifier,
-        close->mapToScene(QPointF(close->width() / 2, close->height() / 2)).toPoint());
+    QTest::mouseClick(frontEnd_.window(), Qt::LeftButton, Qt::NoModifier,
+                      close->mapToScene(close->boundingRect().center()).toPoint());
   }
   bool runUntil(const std::function<bool()>& done) override { return QTest::qWaitFor(done, 20000); }
   void settle() override { QTest::qWait(500); }

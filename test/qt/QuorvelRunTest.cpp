@@ -102,12 +102,7 @@ TEST_F(QuorvelRunTest, WithoutAnSdkViewTheRunShowsInAWindowOfItsOwnUntilItsOneAn
 }
 
 TEST_F(QuorvelRunTest, WrongSettingsAnswerOnceThroughFinishedWithTheirStatus) {
-  struct Case {
-    QVariantMap settings;
-    int status;
-    QString says;
-  };
-  const std::vector<Case> cases = {
+  const std::vector<std::tuple<QVariantMap, int, QString>> cases = {
       {{{"environment", "staging"}}, 400, "environment must be production, qa or integrations"},
       {{{"language", "fr"}}, 400, "language must be en or pt"},
       {{{"themeColor", "blue"}}, 400, "themeColor must look like #0B7BFB"},
@@ -115,19 +110,18 @@ TEST_F(QuorvelRunTest, WrongSettingsAnswerOnceThroughFinishedWithTheirStatus) {
       {{{"appId", ""}}, 401, ""},
       {{{"imei", "12345"}}, 403, ""},
       {{}, 404, ""}};
-  for (const auto& each : cases) {
+  for (const auto& [settings, status, says] : cases) {
     const std::string name =
-        each.settings.isEmpty() ? "no usage texts" : each.settings.firstKey().toStdString();
-    make(each.settings,
-         each.status == 404 ? QStringList{"cameraUsage", "microphoneUsage"} : QStringList{});
+        settings.isEmpty() ? "no usage texts" : settings.firstKey().toStdString();
+    make(settings, status == 404 ? QStringList{"cameraUsage", "microphoneUsage"} : QStringList{});
     start();
     // Never inside start(): a handler may start the next run.
     EXPECT_TRUE(answers().isEmpty()) << name;
     ASSERT_TRUE(QTest::qWaitFor([&] { return !answers().isEmpty(); }, 5000));
     QTest::qWait(50);
     ASSERT_EQ(answers().size(), 1) << name;
-    EXPECT_EQ(answer().value("status_code").toInt(), each.status) << name;
-    EXPECT_TRUE(answer().value("status_message").toString().contains(each.says))
+    EXPECT_EQ(answer().value("status_code").toInt(), status) << name;
+    EXPECT_TRUE(answer().value("status_message").toString().contains(says))
         << answer().value("status_message").toString().toStdString();
     EXPECT_FALSE(running());
     EXPECT_EQ(visibleWindows(), 0) << name;

@@ -86,9 +86,6 @@ class ScreensAloneTest : public QuickFixture {
     if (delegate->reports.empty()) return {};
     return delegate->reports.front();
   }
-  std::filesystem::path stored(const std::string& url) const {
-    return storage.path() / "alone-app" / url.substr(url.rfind('/') + 1);
-  }
 
   TemporaryTree storage{"quorvel-alone-uploads"};
   AssetsServer server{{storage.path(), {"alone-key"}}};
@@ -118,7 +115,9 @@ TEST_F(ScreensAloneTest, SoundScreensPassWithRealSoundInBothLanguages) {
       hostNavigation->popToRootViewController(false);
       settle("HostTestPage");
       if (!result.contains("url")) continue;
-      const std::string recording = stored(result["url"]).string();
+      const std::string url = result["url"];
+      const std::string recording =
+          (storage.path() / "alone-app" / url.substr(url.rfind('/') + 1)).string();
       // A real recording: AAC, 12,000 Hz, one channel, of what was played or said.
       const auto movie = probeMovie(recording);
       ASSERT_TRUE(movie && movie->first("aac")) << key;

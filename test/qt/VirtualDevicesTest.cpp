@@ -47,12 +47,9 @@ class InputRecorder : public QQuickItem {
     event->accept();
   }
   void touchUngrabEvent() override { ungrabbed = true; }
-  void mousePressEvent(QMouseEvent* event) override {
-    clicks.emplace_back(event->type(), event->scenePosition());
-  }
-  void mouseReleaseEvent(QMouseEvent* event) override {
-    clicks.emplace_back(event->type(), event->scenePosition());
-  }
+  void mousePressEvent(QMouseEvent* event) override { click(event); }
+  void mouseReleaseEvent(QMouseEvent* event) override { click(event); }
+  void click(QMouseEvent* event) { clicks.emplace_back(event->type(), event->scenePosition()); }
 };
 
 // A phone-sized offscreen window with a recorder inset from its corner, so that item and window
