@@ -1,13 +1,12 @@
 // The shared media parts as drawn offscreen: a mirrored label reads in a mirror, a bitmap keeps
 // hard pixel edges at any size, a camera preview fills its place with the installed camera's
 // picture (cropped, not squeezed; the mirror camera's as a mirror shows it) and shows nothing
-// without one, and the movie player covers the screens with the movie.
+// without one. The movie player as drawn is the accessibility walk's.
 #include <QPainter>
 #include <QSignalSpy>
 
 #include "PictureWindow.h"
 #include "QuickFixture.h"
-#include "support/MovieProbe.h"
 
 namespace quorvel::testing {
 namespace {
@@ -144,32 +143,6 @@ TEST_F(MediaPartsRenderTest, ACameraPreviewFillsItsPlaceWithTheMirrorsPictureCen
   ASSERT_TRUE(waitFor([&] { return !camera->picture().isNull(); }));
   QTest::qWait(100);
   EXPECT_EQ(changes.count(), 0);
-}
-
-// When it opens and closes is the playback contract's (VideoPlaybackContract); here, what it shows.
-TEST_F(MediaPartsRenderTest, TheMoviePlayerCoversTheScreensWithTheMoviesPicture) {
-  QQuickItem* player = chrome("moviePlayer");
-  ASSERT_NE(player, nullptr);
-  EXPECT_FALSE(player->isVisible());
-  const std::string movie = (documents->path() / "long.mp4").string();
-  ASSERT_TRUE(makeMovie(movie, 60, false)) << "ffmpeg could not make the movie";
-  bool closed = false;
-  platform().videoPlayback->play(movie, [&](const std::string&) { closed = true; });
-  ASSERT_TRUE(waitFor([&] { return player->isVisible(); }));
-  EXPECT_EQ(sceneRect(player), QRect(QPoint(), frontEnd->window()->size()));
-  // The movie's own colours show (its test pattern's bars), under the software renderer too.
-  QQuickItem* picture = chrome("moviePicture");
-  ASSERT_TRUE(waitFor([&] { return picture->property("showing").toBool(); }));
-  const QImage playing = grab("movie-playing");
-  const int colourful = countPoints(
-      playing.rect(),
-      [&](int x, int y) {
-        const QColor colour = playing.pixelColor(x, y);
-        return colour.hsvSaturation() > 150 && colour.value() > 150;
-      },
-      2);
-  EXPECT_GT(colourful, 2000);
-  EXPECT_FALSE(closed);
 }
 
 }  // namespace
