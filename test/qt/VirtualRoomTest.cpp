@@ -126,7 +126,7 @@ class VirtualMirrorCameraTest : public QuickFixture {
 TEST_F(VirtualMirrorCameraTest, RecordsTheWindowWithTheSoundThatWasPlayedInTheRoom) {
   // A tall window: the movie keeps its shape at 1280 on the long side, in even sizes.
   PictureWindow window({401, 1500});
-  window.showHalves(Qt::white, Qt::black);
+  window.showCode("QRVL:recording");
   VirtualMirrorCamera camera(&window, room);
   // The real player's part is played by nobody.
   VirtualSpeaker speaker(std::make_shared<RecordingAudioPlayer>(platform().mainQueue), room);
