@@ -104,16 +104,14 @@ std::shared_ptr<MultipleTests_v2_ViewController> QuickFixture::showCombined() {
   return show(combined);
 }
 
-std::shared_ptr<VirtualMirrorCamera> QuickFixture::useVirtualRoom() {
+void QuickFixture::useVirtualRoom() {
   auto room = std::make_shared<VirtualRoom>();
   auto camera = std::make_shared<VirtualMirrorCamera>(frontEnd->window(), room);
-  frontEnd->useCamera(camera, camera);
+  frontEnd->useCamera(camera, camera);  // which installs it
   Platform changed = platform();
-  changed.camera = camera;
   changed.audioPlayer = std::make_shared<VirtualSpeaker>(changed.audioPlayer, room);
   changed.audioRecorder = std::make_shared<VirtualAudioRecorder>(room, changed.mainQueue);
   installPlatform(changed);
-  return camera;
 }
 
 void QuickFixture::useAssetsHost(const std::string& origin) {

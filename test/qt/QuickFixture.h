@@ -77,8 +77,8 @@ class QuickFixture : public ::testing::Test {
   std::shared_ptr<MultipleTests_v2_ViewController> showCombined();
 
   // The machine's camera, speaker and microphone replaced by a virtual room's: a mirror camera
-  // filming the fixture's window, a speaker and a recorder in the room. Returns the mirror.
-  std::shared_ptr<VirtualMirrorCamera> useVirtualRoom();
+  // filming the fixture's window, a speaker and a recorder in the room.
+  void useVirtualRoom();
 
   // Uploads go to origin ("http://127.0.0.1:PORT") in every environment.
   void useAssetsHost(const std::string& origin);
