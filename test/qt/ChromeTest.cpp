@@ -151,14 +151,6 @@ class RunChromeTest : public QuickFixture {
     QuickFixture::TearDown();
   }
 
-  void reachEndScreen() {
-    sdk.hideStartScreen = true;
-    start(std::vector<std::string>{"multi_touch_v2"}, "490154203237518");
-    settle("MultiTouch_v2_ViewController");
-    tap("uiBtCouldntCompleteTest");
-    settle("TestsFinishedViewController");
-  }
-
   bool alertShown() { return frontEnd->alert() && frontEnd->findItem("action0"); }
 };
 
@@ -167,7 +159,12 @@ TEST_F(RunChromeTest, OverlayCoversAStalledUploadAndTheAlertAnswersThroughItsBut
   server.script({ScriptedHttpServer::Reply::stall()});
   useAssetsHost(server.origin());
   AssetUploaderWebService::timeoutInterval = std::chrono::milliseconds(1500);
-  reachEndScreen();
+  // The end screen of a run of the slide test, given up.
+  sdk.hideStartScreen = true;
+  start(std::vector<std::string>{"multi_touch_v2"}, "490154203237518");
+  settle("MultiTouch_v2_ViewController");
+  tap("uiBtCouldntCompleteTest");
+  settle("TestsFinishedViewController");
 
   tap("uiBtDone");
   ASSERT_TRUE(

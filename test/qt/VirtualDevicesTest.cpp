@@ -52,18 +52,16 @@ class InputRecorder : public QQuickItem {
   void click(QMouseEvent* event) { clicks.emplace_back(event->type(), event->scenePosition()); }
 };
 
-// A phone-sized offscreen window with a recorder inset from its corner, so that item and window
-// coordinates differ.
-class VirtualTouchScreenTest : public ::testing::Test {
+// The front end's phone-sized window with a recorder over it, inset from its corner, so that item
+// and window coordinates differ.
+class VirtualTouchScreenTest : public QuickFixture {
  protected:
   void SetUp() override {
-    window.resize(390, 844);
+    QuickFixture::SetUp();
     recorder = new InputRecorder;
-    recorder->setParentItem(window.contentItem());
+    recorder->setParentItem(frontEnd->window()->contentItem());
     recorder->setPosition({20, 40});
     recorder->setSize({350, 780});
-    window.show();
-    ASSERT_TRUE(QTest::qWaitForWindowExposed(&window));
   }
 
   static void expectPoints(const InputRecorder::TouchEvent& event, QEvent::Type type,
@@ -77,12 +75,11 @@ class VirtualTouchScreenTest : public ::testing::Test {
     }
   }
 
-  QQuickWindow window;
   InputRecorder* recorder = nullptr;  // owned by the window's content item
 };
 
 TEST_F(VirtualTouchScreenTest, GesturesQueueCompleteInOrderAndArriveAsTheirEvents) {
-  VirtualTouchScreen screen(&window);
+  VirtualTouchScreen screen(frontEnd->window());
   EXPECT_EQ(screen.device()->type(), QInputDevice::DeviceType::TouchScreen);
   // A completion that comes before its gesture's events is caught by the slide screen's test.
   std::vector<std::string> completed;
@@ -119,7 +116,7 @@ TEST_F(VirtualTouchScreenTest, GesturesQueueCompleteInOrderAndArriveAsTheirEvent
 }
 
 TEST_F(VirtualTouchScreenTest, FingersStillDownAreCancelledWhenTheScreenGoes) {
-  auto screen = std::make_unique<VirtualTouchScreen>(&window);
+  auto screen = std::make_unique<VirtualTouchScreen>(frontEnd->window());
   screen->slide({150, 200}, {150, 600}, 2, 12);
   ASSERT_TRUE(QTest::qWaitFor([&] { return recorder->touches.size() >= 2; }, 10000));
   screen.reset();
