@@ -2,9 +2,7 @@
 // and the alert a failed upload raises. For a QML host with its own engine and window, SDK runs
 // inside its own scene: in the SdkView it placed under a header of its own, or on the StackView it
 // handed over, with alerts and the loading overlay covering only the SDK's part of the scene.
-#include <QGuiApplication>
 #include <QQmlApplicationEngine>
-#include <QTest>
 
 #include "QuickFixture.h"
 #include "backend/AssetUploaderWebService.h"
@@ -46,6 +44,23 @@ class HostSceneFixture : public QuickFixture {
   QColor pixel(const QImage& image, QPoint at) {
     return image.pixelColor(at * (image.width() / qreal(hostWindow->width())));
   }
+  // Starts a run of the slide test; where the SDK's part of the scene, chrome element part, lies.
+  QRect startIn(const QString& part) {
+    hostNavigation->setNavigationBarHidden(true, false);
+    start(std::vector<std::string>{"multi_touch_v2"}, "490154203237518");
+    settle("StartViewController");
+    return chromeRect(part);
+  }
+  // The loading overlay covers the SDK's part of the scene alone and dims the screen beneath.
+  void expectOverlayOver(const QRect& part, const std::string& screenshot) {
+    auto loading = std::make_shared<LoadingView>();
+    loading->show(frontEnd->coreWindow());
+    ASSERT_TRUE(waitFor([&] { return chrome("loadingOverlay")->isVisible(); }));
+    EXPECT_EQ(chromeRect("loadingOverlay"), part);
+    EXPECT_LT(pixel(grab(screenshot), QPoint(part.right() - 4, part.top() + 4)).lightness(), 200);
+    loading->removeFromWindow();
+    ASSERT_TRUE(waitFor([&] { return !chrome("loadingOverlay")->isVisible(); }));
+  }
 
   std::unique_ptr<QQmlApplicationEngine> engine;
   QQuickWindow* hostWindow = nullptr;
@@ -59,35 +74,21 @@ class HostSceneTest : public HostSceneFixture {
 TEST_F(HostSceneTest, StartScreenRunsInsideTheHostsItemUnderItsOwnHeader) {
   // The SDK draws into the host's window and makes none of its own.
   EXPECT_EQ(frontEnd->window(), hostWindow);
-  int shown = 0;
-  for (QWindow* each : QGuiApplication::topLevelWindows()) shown += each->isVisible();
-  EXPECT_EQ(shown, 1);
+  EXPECT_EQ(visibleWindows(), 1);
 
-  hostNavigation->setNavigationBarHidden(true, false);
-  start(std::vector<std::string>{"multi_touch_v2"}, "490154203237518");
-  settle("StartViewController");
-  const QRect view = chromeRect("hostSdkView");
+  const QRect view = startIn("hostSdkView");
   EXPECT_EQ(sceneRect(frontEnd->topScreenItem()), view);
   EXPECT_GE(view.top(), chromeRect("hostHeader").bottom());
 
   // The host's header and margin and the SDK's screen all reach the pixels.
   const QImage image = grab("host-scene-start-screen");
-  // A pixel of the header clear of its text.
   EXPECT_TRUE(near(pixel(image, QPoint(6, chromeRect("hostHeader").center().y())), kHeader));
   EXPECT_TRUE(near(pixel(image, QPoint(view.left() - 6, view.center().y())), kHostBackground));
   EXPECT_TRUE(near(pixel(image, QPoint(view.right() - 4, view.top() + 4)), Qt::white));
   EXPECT_TRUE(
       near(colorAt("uiBtNext", QPointF(-120, 0)), qColor(Customization::defaultThemeColor())));
 
-  // The loading overlay covers the SDK's item and leaves the header alone.
-  auto loading = std::make_shared<LoadingView>();
-  loading->show(frontEnd->coreWindow());
-  ASSERT_TRUE(waitFor([&] { return chrome("loadingOverlay")->isVisible(); }));
-  EXPECT_EQ(chromeRect("loadingOverlay"), view);
-  EXPECT_LT(pixel(grab("host-scene-overlay"), QPoint(view.right() - 4, view.top() + 4)).lightness(),
-            200);
-  loading->removeFromWindow();
-  ASSERT_TRUE(waitFor([&] { return !chrome("loadingOverlay")->isVisible(); }));
+  expectOverlayOver(view, "host-scene-overlay");
 
   // So does an alert, answered through its button in the host's window.
   bool answered = false;
@@ -122,22 +123,12 @@ class HandedOverStackTest : public HostSceneFixture {
 TEST_F(HandedOverStackTest, ScreensGoAboveTheHostsOwnPagesAndLeaveThemThere) {
   // The host's own page, then the core's root page.
   EXPECT_EQ(depth(), 2);
-  hostNavigation->setNavigationBarHidden(true, false);
-  start(std::vector<std::string>{"multi_touch_v2"}, "490154203237518");
-  settle("StartViewController");
+  const QRect stack = startIn("hostStack");
   EXPECT_EQ(depth(), 3);
-  const QRect stack = chromeRect("hostStack");
   EXPECT_TRUE(
       near(pixel(grab("host-stack-start-screen"), QPoint(stack.right() - 4, stack.top() + 4)),
            Qt::white));
-
-  // The overlay covers the handed-over stack.
-  auto loading = std::make_shared<LoadingView>();
-  loading->show(frontEnd->coreWindow());
-  ASSERT_TRUE(waitFor([&] { return chrome("loadingOverlay")->isVisible(); }));
-  EXPECT_EQ(chromeRect("loadingOverlay"), stack);
-  loading->removeFromWindow();
-  ASSERT_TRUE(waitFor([&] { return !chrome("loadingOverlay")->isVisible(); }));
+  expectOverlayOver(stack, "host-stack-overlay");
 
   tap("uiBtBack");
   settle("HostTestPage");
@@ -160,14 +151,6 @@ class RunChromeTest : public QuickFixture {
     QuickFixture::TearDown();
   }
 
-  void reachEndScreen() {
-    sdk.hideStartScreen = true;
-    start(std::vector<std::string>{"multi_touch_v2"}, "490154203237518");
-    settle("MultiTouch_v2_ViewController");
-    tap("uiBtCouldntCompleteTest");
-    settle("TestsFinishedViewController");
-  }
-
   bool alertShown() { return frontEnd->alert() && frontEnd->findItem("action0"); }
 };
 
@@ -176,7 +159,12 @@ TEST_F(RunChromeTest, OverlayCoversAStalledUploadAndTheAlertAnswersThroughItsBut
   server.script({ScriptedHttpServer::Reply::stall()});
   useAssetsHost(server.origin());
   AssetUploaderWebService::timeoutInterval = std::chrono::milliseconds(1500);
-  reachEndScreen();
+  // The end screen of a run of the slide test, given up.
+  sdk.hideStartScreen = true;
+  start(std::vector<std::string>{"multi_touch_v2"}, "490154203237518");
+  settle("MultiTouch_v2_ViewController");
+  tap("uiBtCouldntCompleteTest");
+  settle("TestsFinishedViewController");
 
   tap("uiBtDone");
   ASSERT_TRUE(

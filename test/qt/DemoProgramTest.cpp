@@ -80,10 +80,6 @@ class DemoProgram : public ::testing::Test {
                                "--api-key", key} +
                    arguments);
   }
-  // Where the server stored the upload at url.
-  std::filesystem::path stored(const std::string& url) const {
-    return tree.path() / "uploads" / "demo-app" / url.substr(url.rfind('/') + 1);
-  }
 
   TemporaryTree tree{"quorvel-demo"};
   AssetsServer server{{tree.path() / "uploads", {"demo-key"}}};
@@ -118,8 +114,9 @@ TEST_F(DemoProgram, AutopilotCompletesADefaultRunAgainstTheAssetsServer) {
   // The film of the screen in the mirror: H.264 with sound, at least the 5 s of the sequence,
   // and its frames, flipped back, show exactly the codes the result names.
   const Dictionary& video = results["device_front_video"];
-  const auto movie = stored(video["url"]);
-  ASSERT_TRUE(std::filesystem::exists(movie)) << video["url"];
+  const std::string filmUrl = video["url"];
+  const auto movie = tree.path() / "uploads" / "demo-app" / filmUrl.substr(filmUrl.rfind('/') + 1);
+  ASSERT_TRUE(std::filesystem::exists(movie)) << filmUrl;
   const auto film = probeMovie(movie.string());
   ASSERT_TRUE(film && film->first("h264"));
   EXPECT_GE(film->first("h264")->seconds, 5.0);

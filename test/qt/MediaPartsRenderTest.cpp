@@ -1,13 +1,12 @@
 // The shared media parts as drawn offscreen: a mirrored label reads in a mirror, a bitmap keeps
 // hard pixel edges at any size, a camera preview fills its place with the installed camera's
-// picture (cropped, not squeezed) and shows nothing without one, and the movie player covers the
-// screens with the movie.
+// picture (cropped, not squeezed; the mirror camera's as a mirror shows it) and shows nothing
+// without one. The movie player as drawn is the accessibility walk's.
 #include <QPainter>
-#include <QTest>
+#include <QSignalSpy>
 
+#include "PictureWindow.h"
 #include "QuickFixture.h"
-#include "support/MovieProbe.h"
-#include "support/TestPlatform.h"
 
 namespace quorvel::testing {
 namespace {
@@ -21,28 +20,6 @@ class MediaPartsTestPage : public ViewController {
     registerOutlet<ImageView>("uiIvBitmap");
     registerOutlet<VideoPreview>("uiCameraPreview");
   }
-};
-
-// A camera whose picture the test sets; it has no sessions of its own.
-class StillCamera : public Camera, public CameraPictureSource {
- public:
-  std::shared_ptr<CameraSession> startScanning(
-      std::function<void(const std::vector<std::string>&)>) override {
-    return nullptr;
-  }
-  std::shared_ptr<CameraSession> startCapture(bool) override { return nullptr; }
-  QImage picture() const override { return picture_; }
-  void setPictureChanged(std::function<void()> changed) override { changed_ = std::move(changed); }
-
-  void show(QImage picture) {
-    picture_ = std::move(picture);
-    if (changed_) changed_();
-  }
-  bool watched() const { return static_cast<bool>(changed_); }
-
- private:
-  QImage picture_;
-  std::function<void()> changed_;
 };
 
 class MediaPartsRenderTest : public QuickFixture {
@@ -65,29 +42,20 @@ class MediaPartsRenderTest : public QuickFixture {
   QImage drawn(const QImage& window, const QString& name) {
     return window.copy(sceneRect(item(name)));
   }
-  // Pixel positions of the dark pixels (text) of picture.
-  static QSet<QPair<int, int>> darkPixels(const QImage& picture) {
-    QSet<QPair<int, int>> dark;
-    for (int y = 0; y < picture.height(); ++y) {
-      for (int x = 0; x < picture.width(); ++x) {
-        if (picture.pixelColor(x, y).lightness() < 128) dark.insert({x, y});
-      }
-    }
-    return dark;
+  // Whether the picture shows text (a dark pixel) at x, y.
+  static bool dark(const QImage& picture, int x, int y) {
+    return picture.valid(x, y) && picture.pixelColor(x, y).lightness() < 128;
   }
-  // The share of a's pixels that b has too, give or take a pixel, whichever way round is worse:
-  // 1 when the same shape, low for different ones.
-  static double likeness(const QSet<QPair<int, int>>& a, const QSet<QPair<int, int>>& b) {
-    auto covered = [](const QSet<QPair<int, int>>& from, const QSet<QPair<int, int>>& in) {
-      int near = 0;
-      for (const auto& [x, y] : from) {
-        bool found = false;
-        for (int dy = -1; dy <= 1 && !found; ++dy) {
-          for (int dx = -1; dx <= 1 && !found; ++dx) found = in.contains({x + dx, y + dy});
-        }
-        near += found;
-      }
-      return from.isEmpty() ? 0.0 : double(near) / double(from.size());
+  // The share of a's text pixels that b has too, give or take a pixel, whichever way round is
+  // worse: 1 when the same shape, low for different ones.
+  static double likeness(const QImage& a, const QImage& b) {
+    auto covered = [](const QImage& from, const QImage& in) {
+      const int text = countPoints(from.rect(), [&](int x, int y) { return dark(from, x, y); });
+      const int near = countPoints(from.rect(), [&](int x, int y) {
+        return dark(from, x, y) &&
+               countPoints({x - 1, y - 1, 3, 3}, [&](int nx, int ny) { return dark(in, nx, ny); });
+      });
+      return text == 0 ? 0.0 : double(near) / double(text);
     };
     return std::min(covered(a, b), covered(b, a));
   }
@@ -99,24 +67,23 @@ TEST_F(MediaPartsRenderTest, AMirroredLabelIsTheOtherFlippedLeftToRight) {
   const QImage window = grab("media-parts");
   const QImage plain = drawn(window, "uiLbPlain");
   const QImage mirrored = drawn(window, "uiLbMirrored");
-  const auto text = darkPixels(plain);
-  ASSERT_GT(text.size(), 50) << "the label draws no text";
+  ASSERT_GT(countPoints(plain.rect(), [&](int x, int y) { return dark(plain, x, y); }), 50)
+      << "the label draws no text";
   // Glyphs drawn through a flipping transform land a pixel off here and there.
-  EXPECT_GT(likeness(darkPixels(plain.mirrored(true, false)), darkPixels(mirrored)), 0.97);
-  EXPECT_LT(likeness(text, darkPixels(mirrored)), 0.6);
+  EXPECT_GT(likeness(plain.mirrored(true, false), mirrored), 0.97);
+  EXPECT_LT(likeness(plain, mirrored), 0.6);
 }
 
 TEST_F(MediaPartsRenderTest, ABitmapKeepsHardPixelEdgesAtAnySize) {
   const QImage picture = drawn(grab("bitmap"), "uiIvBitmap");
   ASSERT_EQ(picture.size(), QSize(200, 200));
-  int blurred = 0;
-  for (int y = 0; y < picture.height(); ++y) {
-    for (int x = 0; x < picture.width(); ++x) {
-      const int grey = picture.pixelColor(x, y).lightness();
-      blurred += grey > 8 && grey < 247;
-    }
-  }
-  EXPECT_EQ(blurred, 0);
+  EXPECT_EQ(countPoints(picture.rect(),
+                        [&](int x, int y) {
+                          const int grey = picture.pixelColor(x, y).lightness();
+                          return grey > 8 && grey < 247;
+                        }),
+            0)
+      << "blurred pixels";
   // The checker's squares, each a quarter of the image, with the edge between pixels 99 and 100.
   for (QPoint at : {QPoint(50, 50), QPoint(150, 150), QPoint(99, 99)}) {
     EXPECT_LT(picture.pixelColor(at).lightness(), 8) << at.x() << "," << at.y();
@@ -126,64 +93,56 @@ TEST_F(MediaPartsRenderTest, ABitmapKeepsHardPixelEdgesAtAnySize) {
   }
 }
 
-TEST_F(MediaPartsRenderTest, ACameraPreviewFillsItsPlaceWithTheCamerasPictureCentred) {
-  auto camera = std::make_shared<StillCamera>();
-  frontEnd->useCamera(camera, camera);
-  EXPECT_EQ(platform().camera, camera) << "the installed platform keeps the front end's camera";
-
-  // Four stripes; filling a square with the wide picture shows only the middle two.
+// The mirror camera's picture reaches the front end as a mirror shows the filmed window, until
+// its session ends.
+TEST_F(MediaPartsRenderTest, ACameraPreviewFillsItsPlaceWithTheMirrorsPictureCentred) {
+  // Four stripes; the mirror shows them the other way round, and filling a square with the wide
+  // picture shows only the middle two.
   QImage picture(400, 100, QImage::Format_RGB32);
   const QColor stripes[] = {Qt::yellow, Qt::red, Qt::blue, Qt::magenta};
   QPainter painter(&picture);
   for (int i = 0; i < 4; ++i) painter.fillRect(i * 100, 0, 100, 100, stripes[i]);
   painter.end();
-  camera->show(picture);
+  PictureWindow window({400, 100});
+  window.showPicture(picture);
+  auto room = std::make_shared<VirtualRoom>();
+  auto camera = std::make_shared<VirtualMirrorCamera>(&window, room);
+  frontEnd->useCamera(camera, camera);
+  EXPECT_EQ(platform().camera, camera) << "the installed platform keeps the front end's camera";
+  auto session = camera->startCapture(false);
+  ASSERT_TRUE(session);
   ASSERT_TRUE(waitFor([&] { return item("uiCameraPreview")->property("showing").toBool(); }));
+  EXPECT_EQ(frontEnd->cameraPicture().size(), window.grabWindow().size());
   QTest::qWait(50);
   const QImage shown = drawn(grab("camera-preview"), "uiCameraPreview");
   ASSERT_EQ(shown.size(), QSize(100, 100));
   for (QPoint at : {QPoint(10, 2), QPoint(10, 97), QPoint(40, 50)}) {
-    EXPECT_EQ(shown.pixelColor(at), QColor(Qt::red)) << at.x() << "," << at.y();
-  }
-  for (QPoint at : {QPoint(90, 2), QPoint(90, 97), QPoint(60, 50)}) {
     EXPECT_EQ(shown.pixelColor(at), QColor(Qt::blue)) << at.x() << "," << at.y();
   }
-
-  // The session ends: only the outlet's own colour is left.
-  camera->show(QImage());
-  ASSERT_TRUE(waitFor([&] { return !item("uiCameraPreview")->property("showing").toBool(); }));
-  QTest::qWait(50);
-  EXPECT_EQ(drawn(grab(), "uiCameraPreview").pixelColor(50, 50), QColor(Qt::green));
-
-  // A camera the front end let go of is no longer watched.
-  frontEnd->useCamera(std::make_shared<StillCamera>(), nullptr);
-  EXPECT_FALSE(camera->watched());
-}
-
-// When it opens and closes is the playback contract's (VideoPlaybackContract); here, what it shows.
-TEST_F(MediaPartsRenderTest, TheMoviePlayerCoversTheScreensWithTheMoviesPicture) {
-  QQuickItem* player = chrome("moviePlayer");
-  ASSERT_NE(player, nullptr);
-  EXPECT_FALSE(player->isVisible());
-  const std::string movie = (documents->path() / "long.mp4").string();
-  ASSERT_TRUE(makeMovie(movie, 60, false)) << "ffmpeg could not make the movie";
-  bool closed = false;
-  platform().videoPlayback->play(movie, [&](const std::string&) { closed = true; });
-  ASSERT_TRUE(waitFor([&] { return player->isVisible(); }));
-  EXPECT_EQ(sceneRect(player), QRect(QPoint(), frontEnd->window()->size()));
-  // The movie's own colours show (its test pattern's bars), under the software renderer too.
-  QQuickItem* picture = chrome("moviePicture");
-  ASSERT_TRUE(waitFor([&] { return picture->property("showing").toBool(); }));
-  const QImage playing = grab("movie-playing");
-  int colourful = 0;
-  for (int y = 0; y < playing.height(); y += 2) {
-    for (int x = 0; x < playing.width(); x += 2) {
-      const QColor colour = playing.pixelColor(x, y);
-      colourful += colour.hsvSaturation() > 150 && colour.value() > 150;
-    }
+  for (QPoint at : {QPoint(90, 2), QPoint(90, 97), QPoint(60, 50)}) {
+    EXPECT_EQ(shown.pixelColor(at), QColor(Qt::red)) << at.x() << "," << at.y();
   }
-  EXPECT_GT(colourful, 2000);
-  EXPECT_FALSE(closed);
+
+  // The session ends: the preview hears that the picture is gone, and only the outlet's own
+  // colour is left. Scanning shows nothing.
+  QSignalSpy changes(frontEnd.get(), &QuickFrontEnd::cameraPictureChanged);
+  session->stop();
+  EXPECT_TRUE(frontEnd->cameraPicture().isNull());
+  EXPECT_EQ(changes.count(), 1);
+  auto scanning = camera->startScanning([](const std::vector<std::string>&) {});
+  ASSERT_TRUE(waitFor([&] { return !item("uiCameraPreview")->property("showing").toBool(); }));
+  QTest::qWait(300);
+  EXPECT_TRUE(frontEnd->cameraPicture().isNull());
+  EXPECT_EQ(drawn(grab(), "uiCameraPreview").pixelColor(50, 50), QColor(Qt::green));
+  scanning.reset();
+
+  // A camera the front end let go of is no longer heard.
+  frontEnd->useCamera(std::make_shared<VirtualMirrorCamera>(&window, room), nullptr);
+  changes.clear();
+  session = camera->startCapture(false);
+  ASSERT_TRUE(waitFor([&] { return !camera->picture().isNull(); }));
+  QTest::qWait(100);
+  EXPECT_EQ(changes.count(), 0);
 }
 
 }  // namespace

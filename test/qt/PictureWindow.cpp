@@ -42,13 +42,4 @@ void PictureWindow::showCode(const std::string& text) {
   showPicture(screen);
 }
 
-void PictureWindow::showHalves(QColor left, QColor right) {
-  QImage screen(size(), QImage::Format_RGB32);
-  QPainter painter(&screen);
-  painter.fillRect(0, 0, width() / 2, height(), left);
-  painter.fillRect(width() / 2, 0, width() - width() / 2, height(), right);
-  painter.end();
-  showPicture(screen);
-}
-
 }  // namespace quorvel::testing

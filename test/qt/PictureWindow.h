@@ -14,8 +14,6 @@ class PictureWindow : public QQuickWindow {
   void showPicture(const QImage& picture);
   // A QR code of text (byte mode, level M) in the middle of a white window.
   void showCode(const std::string& text);
-  // Left half one colour, right half another.
-  void showHalves(QColor left, QColor right);
 
  private:
   class PictureItem;

@@ -2,8 +2,6 @@
 // contracts, each on the GUI thread's queue in real time.
 #include <QCoreApplication>
 #include <QElapsedTimer>
-#include <QQuickItem>
-#include <QTest>
 
 #include "PictureWindow.h"
 #include "QuickFixture.h"
@@ -14,12 +12,9 @@
 #include "qt/QtAudioPlayer.h"
 #include "qt/QtMainQueue.h"
 #include "quorvel/platform/Platform.h"
-#include "quorvel/quick/QuickFrontEnd.h"
 #include "quorvel/virtual/VirtualAudioRecorder.h"
-#include "quorvel/virtual/VirtualMirrorCamera.h"
 #include "support/MainQueueContract.h"
 #include "support/MovieProbe.h"
-#include "support/TemporaryTree.h"
 
 namespace quorvel::testing {
 namespace {
@@ -86,9 +81,8 @@ class QtPlaybackDriver : public VideoPlaybackDriver {
     QQuickItem* close = findNamed(frontEnd_.window()->contentItem(), "moviePlayerClose");
     ASSERT_NE(close, nullptr);
     ASSERT_TRUE(QTest::qWaitFor([&] { return close->isVisible(); }, 10000));
-    QTest::mouseClick(
-        frontEnd_.window(), Qt::LeftButton, Qt::NoModifier,
-        close->mapToScene(QPointF(close->width() / 2, close->height() / 2)).toPoint());
+    QTest::mouseClick(frontEnd_.window(), Qt::LeftButton, Qt::NoModifier,
+                      close->mapToScene(close->boundingRect().center()).toPoint());
   }
   bool runUntil(const std::function<bool()>& done) override { return QTest::qWaitFor(done, 20000); }
   void settle() override { QTest::qWait(500); }

@@ -1,8 +1,10 @@
 #include "QuickFixture.h"
 
 #include <QDir>
+#include <QGuiApplication>
 #include <QRegularExpression>
-#include <QTest>
+#include <QWindow>
+#include <algorithm>
 
 #include "qt/OutletItem.h"
 #include "quorvel/platform/HostBundle.h"
@@ -33,12 +35,29 @@ bool near(const QColor& a, const QColor& b, int tolerance) {
          std::abs(a.blue() - b.blue()) <= tolerance;
 }
 
-QQuickItem* findNamed(QQuickItem* root, const QString& name) {
-  if (!root || root->objectName() == name) return root;
+QQuickItem* findFirst(QQuickItem* root, const std::function<bool(QQuickItem*)>& holds) {
+  if (!root || holds(root)) return root;
   for (QQuickItem* child : root->childItems()) {
-    if (QQuickItem* found = findNamed(child, name)) return found;
+    if (QQuickItem* found = findFirst(child, holds)) return found;
   }
   return nullptr;
+}
+
+QQuickItem* findNamed(QQuickItem* root, const QString& name) {
+  return findFirst(root, [&](QQuickItem* each) { return each->objectName() == name; });
+}
+
+int countPoints(const QRect& area, const std::function<bool(int x, int y)>& counts, int step) {
+  int count = 0;
+  for (int y = area.top(); y <= area.bottom(); y += step) {
+    for (int x = area.left(); x <= area.right(); x += step) count += counts(x, y);
+  }
+  return count;
+}
+
+int visibleWindows() {
+  return static_cast<int>(std::ranges::count_if(QGuiApplication::topLevelWindows(),
+                                                [](QWindow* each) { return each->isVisible(); }));
 }
 
 void QuickFixture::SetUp() {
@@ -78,16 +97,21 @@ ScreenContext QuickFixture::contextFor(const std::string& key, std::vector<std::
   return context;
 }
 
-std::shared_ptr<VirtualMirrorCamera> QuickFixture::useVirtualRoom() {
+std::shared_ptr<MultipleTests_v2_ViewController> QuickFixture::showCombined() {
+  auto combined =
+      std::make_shared<MultipleTests_v2_ViewController>(contextFor(ScreenType::multiple_tests_v2));
+  combined->selectedTests = {ScreenType::charging_v2, ScreenType::buttons_v2};
+  return show(combined);
+}
+
+void QuickFixture::useVirtualRoom() {
   auto room = std::make_shared<VirtualRoom>();
   auto camera = std::make_shared<VirtualMirrorCamera>(frontEnd->window(), room);
-  frontEnd->useCamera(camera, camera);
+  frontEnd->useCamera(camera, camera);  // which installs it
   Platform changed = platform();
-  changed.camera = camera;
   changed.audioPlayer = std::make_shared<VirtualSpeaker>(changed.audioPlayer, room);
   changed.audioRecorder = std::make_shared<VirtualAudioRecorder>(room, changed.mainQueue);
   installPlatform(changed);
-  return camera;
 }
 
 void QuickFixture::useAssetsHost(const std::string& origin) {
@@ -159,16 +183,9 @@ void QuickFixture::tap(const QString& name) {
 }
 
 QString QuickFixture::textOf(const QString& name) const {
-  std::function<QString(QQuickItem*)> find = [&](QQuickItem* each) -> QString {
-    if (!each) return {};
-    const QVariant text = each->property("text");
-    if (text.isValid() && !text.toString().isEmpty()) return text.toString();
-    for (QQuickItem* child : each->childItems()) {
-      if (QString found = find(child); !found.isEmpty()) return found;
-    }
-    return {};
-  };
-  return find(item(name));
+  QQuickItem* text = findFirst(
+      item(name), [](QQuickItem* each) { return !each->property("text").toString().isEmpty(); });
+  return text ? text->property("text").toString() : QString();
 }
 
 std::vector<std::string> QuickFixture::shownOutlets() const {

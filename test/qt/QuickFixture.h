@@ -5,17 +5,20 @@
 #include <QColor>
 #include <QImage>
 #include <QQuickItem>
+#include <QTest>
 #include <functional>
 #include <memory>
 #include <optional>
 #include <string>
 
 #include "quorvel/QuorvelSDK.h"
+#include "quorvel/ScreenType.h"
 #include "quorvel/quick/QuickFrontEnd.h"
 #include "quorvel/ui/NavigationController.h"
 #include "quorvel/virtual/VirtualMirrorCamera.h"
 #include "support/ScriptedDevice.h"
 #include "support/TemporaryTree.h"
+#include "tests/physical/MultipleTests_v2_ViewController.h"
 #include "widgets/ScreenContext.h"
 
 QT_BEGIN_NAMESPACE
@@ -29,8 +32,14 @@ namespace quorvel::testing {
 
 QColor qColor(const Color& color);
 bool near(const QColor& a, const QColor& b, int tolerance = 8);
+// The first item under root (root included), depth first, for which holds is true.
+QQuickItem* findFirst(QQuickItem* root, const std::function<bool(QQuickItem*)>& holds);
 // The first item under root (root included) with the object name.
 QQuickItem* findNamed(QQuickItem* root, const QString& name);
+// How many points of area, every step-th along each axis, counts is true of.
+int countPoints(const QRect& area, const std::function<bool(int x, int y)>& counts, int step = 1);
+// How many top-level windows are on show.
+int visibleWindows();
 
 // The Qt front end in an offscreen phone-sized window (or a host's scene), installed as the
 // platform with a scripted device (unplugged, so that the charging screens wait on any machine), a
@@ -64,9 +73,12 @@ class QuickFixture : public ::testing::Test {
     return screen;
   }
 
+  // The combined screen of the charging and volume-key tests, pushed on the host's stack.
+  std::shared_ptr<MultipleTests_v2_ViewController> showCombined();
+
   // The machine's camera, speaker and microphone replaced by a virtual room's: a mirror camera
-  // filming the fixture's window, a speaker and a recorder in the room. Returns the mirror.
-  std::shared_ptr<VirtualMirrorCamera> useVirtualRoom();
+  // filming the fixture's window, a speaker and a recorder in the room.
+  void useVirtualRoom();
 
   // Uploads go to origin ("http://127.0.0.1:PORT") in every environment.
   void useAssetsHost(const std::string& origin);

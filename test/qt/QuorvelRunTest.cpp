@@ -1,30 +1,14 @@
 // A host written in QML alone: QuorvelRun starts a run from its properties, covers the scene with a
 // window of its own when the host placed no SdkView, and answers each start() once through
 // finished, the wrong settings included.
-#include <gtest/gtest.h>
-
-#include <QGuiApplication>
 #include <QQmlComponent>
 #include <QQmlEngine>
 #include <QQuickWindow>
-#include <QTest>
-#include <QWindow>
-#include <memory>
 
-#include "quorvel/QuorvelSDK.h"
-#include "quorvel/platform/Platform.h"
-#include "quorvel/quick/QuickFrontEnd.h"
-#include "quorvel/ui/NavigationController.h"
-#include "support/TemporaryTree.h"
+#include "QuickFixture.h"
 
 namespace quorvel::testing {
 namespace {
-
-int visibleWindows() {
-  int shown = 0;
-  for (QWindow* each : QGuiApplication::topLevelWindows()) shown += each->isVisible();
-  return shown;
-}
 
 class QuorvelRunTest : public ::testing::Test {
  protected:
@@ -34,6 +18,7 @@ class QuorvelRunTest : public ::testing::Test {
   }
   void TearDown() override {
     run.reset();
+    scene.reset();
     engine.collectGarbage();
     // The front end the QML made for itself, as the application would at its end.
     delete QuickFrontEnd::current();
@@ -43,8 +28,9 @@ class QuorvelRunTest : public ::testing::Test {
   }
 
   // A QuorvelRun with the host's usual settings, those given in place of them, and none of those
-  // named in left; it keeps every answer it hears.
-  void make(const QVariantMap& settings = {}, const QStringList& left = {}) {
+  // named in left; it keeps every answer it hears. In a scene, it sits beside an SdkView in the
+  // host's window and starts as the scene completes.
+  void make(const QVariantMap& settings = {}, const QStringList& left = {}, bool inScene = false) {
     QVariantMap properties = {{"appId", "qml-host"},
                               {"apiKey", "qml-key"},
                               {"assetsHost", "http://127.0.0.1:1"},
@@ -52,14 +38,32 @@ class QuorvelRunTest : public ::testing::Test {
                               {"microphoneUsage", "Records sound"}};
     properties.insert(settings);
     for (const QString& name : left) properties.remove(name);
+    QString qml =
+        "QuorvelRun {\n  id: run; objectName: \"run\"\n  property var answers: []\n"
+        "  onFinished: (response) => answers = answers.concat([response])\n";
+    for (const auto& [name, value] : properties.asKeyValueRange()) {
+      qml += QString("  %1: \"%2\"\n").arg(name, value.toString());
+    }
+    qml += "}\n";
+    if (inScene) {
+      qml =
+          "Window {\n  visible: true; width: 390; height: 844\n  SdkView { anchors.fill: parent "
+          "}\n" +
+          qml + "  Component.onCompleted: run.start()\n}";
+    }
     QQmlComponent component(&engine);
-    component.setData(
-        "import QtQuick\nimport Quorvel\nQuorvelRun {\n"
-        "  property var answers: []\n"
-        "  onFinished: (response) => answers = answers.concat([response])\n}",
-        QUrl("qrc:/quorvel-tests/Host.qml"));
-    run.reset(component.createWithInitialProperties(properties));
-    ASSERT_NE(run, nullptr) << component.errorString().toStdString();
+    component.setData("import QtQuick\nimport Quorvel\n" + qml.toUtf8(),
+                      QUrl("qrc:/quorvel-tests/Host.qml"));
+    std::unique_ptr<QObject> made(component.create());
+    ASSERT_NE(made, nullptr) << component.errorString().toStdString();
+    if (!inScene) {
+      run = std::move(made);
+      return;
+    }
+    scene = std::move(made);
+    run.reset(scene->findChild<QObject*>("run"));
+    ASSERT_NE(run, nullptr);
+    run->setParent(nullptr);
   }
   void start() { QMetaObject::invokeMethod(run.get(), "start"); }
   QVariantList answers() const { return run->property("answers").toList(); }
@@ -70,9 +74,13 @@ class QuorvelRunTest : public ::testing::Test {
     auto top = frontEnd ? frontEnd->topViewController() : nullptr;
     return top ? top->interfaceName() : "";
   }
+  bool reachesStart() const {
+    return QTest::qWaitFor([&] { return topInterface() == "StartViewController"; }, 10000);
+  }
 
   TemporaryTree documents{"quorvel-run-documents"};
   QQmlEngine engine;
+  std::unique_ptr<QObject> scene;
   std::unique_ptr<QObject> run;
 };
 
@@ -83,7 +91,7 @@ TEST_F(QuorvelRunTest, WithoutAnSdkViewTheRunShowsInAWindowOfItsOwnUntilItsOneAn
   EXPECT_EQ(visibleWindows(), 0);
   start();
   EXPECT_TRUE(running());
-  ASSERT_TRUE(QTest::qWaitFor([&] { return topInterface() == "StartViewController"; }, 10000));
+  ASSERT_TRUE(reachesStart());
   EXPECT_EQ(visibleWindows(), 1);
   // The run's window goes with its one answer (whose status is the cancel test's below).
   QMetaObject::invokeMethod(run.get(), "cancel");
@@ -94,12 +102,7 @@ TEST_F(QuorvelRunTest, WithoutAnSdkViewTheRunShowsInAWindowOfItsOwnUntilItsOneAn
 }
 
 TEST_F(QuorvelRunTest, WrongSettingsAnswerOnceThroughFinishedWithTheirStatus) {
-  struct Case {
-    QVariantMap settings;
-    int status;
-    QString says;
-  };
-  const std::vector<Case> cases = {
+  const std::vector<std::tuple<QVariantMap, int, QString>> cases = {
       {{{"environment", "staging"}}, 400, "environment must be production, qa or integrations"},
       {{{"language", "fr"}}, 400, "language must be en or pt"},
       {{{"themeColor", "blue"}}, 400, "themeColor must look like #0B7BFB"},
@@ -107,19 +110,18 @@ TEST_F(QuorvelRunTest, WrongSettingsAnswerOnceThroughFinishedWithTheirStatus) {
       {{{"appId", ""}}, 401, ""},
       {{{"imei", "12345"}}, 403, ""},
       {{}, 404, ""}};
-  for (const auto& each : cases) {
+  for (const auto& [settings, status, says] : cases) {
     const std::string name =
-        each.settings.isEmpty() ? "no usage texts" : each.settings.firstKey().toStdString();
-    make(each.settings,
-         each.status == 404 ? QStringList{"cameraUsage", "microphoneUsage"} : QStringList{});
+        settings.isEmpty() ? "no usage texts" : settings.firstKey().toStdString();
+    make(settings, status == 404 ? QStringList{"cameraUsage", "microphoneUsage"} : QStringList{});
     start();
     // Never inside start(): a handler may start the next run.
     EXPECT_TRUE(answers().isEmpty()) << name;
     ASSERT_TRUE(QTest::qWaitFor([&] { return !answers().isEmpty(); }, 5000));
     QTest::qWait(50);
     ASSERT_EQ(answers().size(), 1) << name;
-    EXPECT_EQ(answer().value("status_code").toInt(), each.status) << name;
-    EXPECT_TRUE(answer().value("status_message").toString().contains(each.says))
+    EXPECT_EQ(answer().value("status_code").toInt(), status) << name;
+    EXPECT_TRUE(answer().value("status_message").toString().contains(says))
         << answer().value("status_message").toString().toStdString();
     EXPECT_FALSE(running());
     EXPECT_EQ(visibleWindows(), 0) << name;
@@ -128,23 +130,8 @@ TEST_F(QuorvelRunTest, WrongSettingsAnswerOnceThroughFinishedWithTheirStatus) {
 
 TEST_F(QuorvelRunTest, CancelEndsTheRunAsThePersonsCancelDoesAndAStartWhileRunningIsRefused) {
   // The host's scene holds an SdkView beside the run, which it starts as the scene completes.
-  QQmlComponent component(&engine);
-  component.setData(
-      "import QtQuick\nimport Quorvel\nWindow {\n  visible: true\n"
-      "  width: 390; height: 844\n  SdkView { anchors.fill: parent }\n"
-      "  QuorvelRun {\n    id: run; objectName: \"run\"\n"
-      "    property var answers: []\n"
-      "    appId: \"qml-host\"; apiKey: \"qml-key\"\n"
-      "    cameraUsage: \"Films\"; microphoneUsage: \"Records\"\n"
-      "    onFinished: (response) => answers = answers.concat([response])\n  }\n"
-      "  Component.onCompleted: run.start()\n}",
-      QUrl("qrc:/quorvel-tests/Scene.qml"));
-  std::unique_ptr<QObject> scene(component.create());
-  ASSERT_NE(scene, nullptr) << component.errorString().toStdString();
-  run.reset(scene->findChild<QObject*>("run"));
-  ASSERT_NE(run, nullptr);
-  run->setParent(nullptr);
-  ASSERT_TRUE(QTest::qWaitFor([&] { return topInterface() == "StartViewController"; }, 10000));
+  make({}, {}, true);
+  ASSERT_TRUE(reachesStart());
   // The run is drawn in the host's scene, and no window of its own came up.
   EXPECT_EQ(QuickFrontEnd::current()->window(), qobject_cast<QQuickWindow*>(scene.get()));
   EXPECT_EQ(visibleWindows(), 1);
@@ -166,7 +153,7 @@ TEST_F(QuorvelRunTest, CancelEndsTheRunAsThePersonsCancelDoesAndAStartWhileRunni
   // The same element runs again, and its cancel while nothing runs does nothing.
   QMetaObject::invokeMethod(run.get(), "cancel");
   start();
-  ASSERT_TRUE(QTest::qWaitFor([&] { return topInterface() == "StartViewController"; }, 10000));
+  ASSERT_TRUE(reachesStart());
   QMetaObject::invokeMethod(run.get(), "cancel");
   ASSERT_TRUE(QTest::qWaitFor([&] { return answers().size() == 2; }, 5000));
   EXPECT_EQ(answer(1).value("status_code").toInt(), 301);
@@ -177,7 +164,6 @@ TEST_F(QuorvelRunTest, CancelEndsTheRunAsThePersonsCancelDoesAndAStartWhileRunni
   QTest::qWait(100);
   EXPECT_EQ(answers().size(), 3);
   EXPECT_EQ(answer(2).value("status_code").toInt(), 301);
-  run.reset();
 }
 
 }  // namespace

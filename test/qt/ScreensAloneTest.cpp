@@ -1,10 +1,10 @@
 // The first-generation screens that no run holds any more (the first video test, the word and
 // recording tests), each shown alone and driven by the library's autopilot through the virtual
 // devices, with real sound in the room and real uploads to the reference assets server.
-#include <QTest>
 #include <algorithm>
 #include <cmath>
 #include <filesystem>
+#include <numeric>
 
 #include "AssetsServer.h"
 #include "QuickFixture.h"
@@ -36,16 +36,15 @@ double followsBest(const std::vector<double>& a, const std::vector<double>& b) {
   double best = -1;
   for (std::size_t shift = 0; shift <= 10 && shift < b.size(); ++shift) {
     const std::size_t n = std::min(a.size(), b.size() - shift);
-    double ma = 0, mb = 0;
-    for (std::size_t i = 0; i < n; ++i) ma += a[i], mb += b[i + shift];
-    ma /= n, mb /= n;
-    double ab = 0, aa = 0, bb = 0;
-    for (std::size_t i = 0; i < n; ++i) {
-      ab += (a[i] - ma) * (b[i + shift] - mb);
-      aa += (a[i] - ma) * (a[i] - ma);
-      bb += (b[i + shift] - mb) * (b[i + shift] - mb);
+    std::vector<double> x(a.begin(), a.begin() + n), y(b.begin() + shift, b.begin() + shift + n);
+    for (auto* values : {&x, &y}) {
+      const double mean = std::accumulate(values->begin(), values->end(), 0.0) / n;
+      for (double& value : *values) value -= mean;
     }
-    if (aa > 0 && bb > 0) best = std::max(best, ab / std::sqrt(aa * bb));
+    const double xy = std::inner_product(x.begin(), x.end(), y.begin(), 0.0);
+    const double xx = std::inner_product(x.begin(), x.end(), x.begin(), 0.0);
+    const double yy = std::inner_product(y.begin(), y.end(), y.begin(), 0.0);
+    if (xx > 0 && yy > 0) best = std::max(best, xy / std::sqrt(xx * yy));
   }
   return best;
 }
@@ -87,9 +86,6 @@ class ScreensAloneTest : public QuickFixture {
     if (delegate->reports.empty()) return {};
     return delegate->reports.front();
   }
-  std::filesystem::path stored(const std::string& url) const {
-    return storage.path() / "alone-app" / url.substr(url.rfind('/') + 1);
-  }
 
   TemporaryTree storage{"quorvel-alone-uploads"};
   AssetsServer server{{storage.path(), {"alone-key"}}};
@@ -119,7 +115,9 @@ TEST_F(ScreensAloneTest, SoundScreensPassWithRealSoundInBothLanguages) {
       hostNavigation->popToRootViewController(false);
       settle("HostTestPage");
       if (!result.contains("url")) continue;
-      const std::string recording = stored(result["url"]).string();
+      const std::string url = result["url"];
+      const std::string recording =
+          (storage.path() / "alone-app" / url.substr(url.rfind('/') + 1)).string();
       // A real recording: AAC, 12,000 Hz, one channel, of what was played or said.
       const auto movie = probeMovie(recording);
       ASSERT_TRUE(movie && movie->first("aac")) << key;

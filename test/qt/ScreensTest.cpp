@@ -2,11 +2,8 @@
 // pixels (the video test's too), the layout in a wide window, and taps and typing that reach their
 // core actions. The copy and colours of every screen in both languages are the accessibility
 // walk's.
-#include <QTest>
-
 #include "QuickFixture.h"
 #include "device/IMEIViewController.h"
-#include "quorvel/ScreenType.h"
 #include "quorvel/virtual/VirtualKeyboard.h"
 #include "run/ScreenTable.h"
 #include "screens/TestsFinishedViewController.h"
@@ -14,13 +11,12 @@
 #include "tests/audio/Loudspeaker_v1_ViewController.h"
 #include "tests/physical/Charging_v1_ViewController.h"
 #include "tests/physical/MultiTouch_v1_ViewController.h"
-#include "tests/physical/MultipleTests_v2_ViewController.h"
 #include "tests/video/DeviceFrontVideo_v2_ViewController.h"
 
 namespace quorvel::testing {
 namespace {
 
-class ScreenFixture : public QuickFixture {
+class ScreenStateTest : public QuickFixture {
  protected:
   // The item's rectangle in the grabbed image.
   QRect rectOf(const QString& name, const QImage& image) {
@@ -35,23 +31,10 @@ class ScreenFixture : public QuickFixture {
   }
   // How many pixels of the item are drawn in color.
   int pixelsIn(const QImage& image, const QString& name, const QColor& color) {
-    const QRect rect = rectOf(name, image).intersected(image.rect());
-    int count = 0;
-    for (int y = rect.top(); y <= rect.bottom(); ++y) {
-      for (int x = rect.left(); x <= rect.right(); ++x)
-        count += near(image.pixelColor(x, y), color);
-    }
-    return count;
-  }
-  std::shared_ptr<MultipleTests_v2_ViewController> showCombined() {
-    auto combined = std::make_shared<MultipleTests_v2_ViewController>(
-        contextFor(ScreenType::multiple_tests_v2));
-    combined->selectedTests = {ScreenType::charging_v2, ScreenType::buttons_v2};
-    return show(combined);
+    return countPoints(rectOf(name, image).intersected(image.rect()),
+                       [&](int x, int y) { return near(image.pixelColor(x, y), color); });
   }
 };
-
-class ScreenStateTest : public ScreenFixture {};
 
 TEST_F(ScreenStateTest, HeaderFillsTheSegmentsUpToItsScreen) {
   auto custom = std::make_shared<Customization>();
@@ -220,21 +203,15 @@ TEST_F(ScreensInputTest, IMEIScreenSwitchesModeAndTakesTypedTextFromTheUi) {
   EXPECT_EQ(field()->property("text").toString(), "C02XK0AB");
 }
 
-TEST_F(ScreensInputTest, AWordTypedOnTheKeyboardEndsInNextAndPlayShowsWhilePlaying) {
+// A word typed and ended with the return key shows Next: the autopilot does it on the sound screens
+// in ScreensAloneTest.
+TEST_F(ScreensInputTest, ThePlayButtonShowsWhilePlaying) {
   auto screen = show<Loudspeaker_v1_ViewController>(ScreenType::loudspeaker_v1);
   const QColor idle = colorAt("uiBtPlay", QPointF(0, 40));
   tap("uiBtPlay");
   ASSERT_TRUE(waitFor([&] { return screen->isPlaying(); }));
   QTest::qWait(50);
   EXPECT_NE(colorAt("uiBtPlay", QPointF(0, 40)), idle) << "playing looks like idle";
-  VirtualKeyboard keyboard(frontEnd->window());
-  tap("uiTfWord");
-  keyboard.type(" Word");
-  keyboard.pressKey(Qt::Key_Return);
-  ASSERT_TRUE(waitFor([&] { return !screen->outlet<Button>("uiBtNext").hidden; }));
-  EXPECT_EQ(screen->outlet<TextField>("uiTfWord").text, " Word");
-  ASSERT_TRUE(waitFor([&] { return frontEnd->findItem("uiBtNext") != nullptr; }));
-  grab("Loudspeaker_v1-typed");
 }
 
 }  // namespace

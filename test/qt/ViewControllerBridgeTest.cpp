@@ -65,7 +65,6 @@ class ViewControllerBridgeTest : public ::testing::Test {
    private:
     std::map<std::string, std::unique_ptr<QSignalSpy>> spies_;
   };
-  Listener listen(const char* outlet) { return Listener(bridge->outlet(outlet)); }
 
   QuorvelImageProvider images;
   std::shared_ptr<SampleScreen> screen = std::make_shared<SampleScreen>();
@@ -84,9 +83,9 @@ TEST_F(ViewControllerBridgeTest, ColoursAreQmlColoursAndBorderTypesNumbers) {
 }
 
 TEST_F(ViewControllerBridgeTest, ARefreshSetsOnlyTheValuesThatChanged) {
-  auto title = listen("uiLbTitle");
-  auto next = listen("uiBtNext");
-  auto bar = listen("uiBar");
+  Listener title(bridge->outlet("uiLbTitle"));
+  Listener next(bridge->outlet("uiBtNext"));
+  Listener bar(bridge->outlet("uiBar"));
 
   screen->outlet<Label>("uiLbTitle").text = "Second";
   screen->outlet<Button>("uiBtNext").enabled = false;

@@ -1,14 +1,9 @@
 // The virtual touch screen, charger and volume keys that the demo's unattended run passes its tests
 // with; the volume keys are heard by the window's hardware keys. The virtual keyboard types into
 // the IMEI screen in ScreensInputTest.
-#include <gtest/gtest.h>
-
 #include <QKeyEvent>
-#include <QQuickItem>
 #include <QQuickWindow>
-#include <QTest>
 #include <QWindow>
-#include <memory>
 #include <vector>
 
 #include "QuickFixture.h"
@@ -19,7 +14,6 @@
 #include "quorvel/virtual/VirtualVolumeKeys.h"
 #include "support/ManualMainQueue.h"
 #include "support/RecordingTestDelegate.h"
-#include "support/ScriptedDevice.h"
 #include "tests/physical/MultiTouch_v2_ViewController.h"
 
 namespace quorvel::testing {
@@ -53,26 +47,21 @@ class InputRecorder : public QQuickItem {
     event->accept();
   }
   void touchUngrabEvent() override { ungrabbed = true; }
-  void mousePressEvent(QMouseEvent* event) override {
-    clicks.emplace_back(event->type(), event->scenePosition());
-  }
-  void mouseReleaseEvent(QMouseEvent* event) override {
-    clicks.emplace_back(event->type(), event->scenePosition());
-  }
+  void mousePressEvent(QMouseEvent* event) override { click(event); }
+  void mouseReleaseEvent(QMouseEvent* event) override { click(event); }
+  void click(QMouseEvent* event) { clicks.emplace_back(event->type(), event->scenePosition()); }
 };
 
-// A phone-sized offscreen window with a recorder inset from its corner, so that item and window
-// coordinates differ.
-class VirtualTouchScreenTest : public ::testing::Test {
+// The front end's phone-sized window with a recorder over it, inset from its corner, so that item
+// and window coordinates differ.
+class VirtualTouchScreenTest : public QuickFixture {
  protected:
   void SetUp() override {
-    window.resize(390, 844);
+    QuickFixture::SetUp();
     recorder = new InputRecorder;
-    recorder->setParentItem(window.contentItem());
+    recorder->setParentItem(frontEnd->window()->contentItem());
     recorder->setPosition({20, 40});
     recorder->setSize({350, 780});
-    window.show();
-    ASSERT_TRUE(QTest::qWaitForWindowExposed(&window));
   }
 
   static void expectPoints(const InputRecorder::TouchEvent& event, QEvent::Type type,
@@ -86,12 +75,11 @@ class VirtualTouchScreenTest : public ::testing::Test {
     }
   }
 
-  QQuickWindow window;
   InputRecorder* recorder = nullptr;  // owned by the window's content item
 };
 
 TEST_F(VirtualTouchScreenTest, GesturesQueueCompleteInOrderAndArriveAsTheirEvents) {
-  VirtualTouchScreen screen(&window);
+  VirtualTouchScreen screen(frontEnd->window());
   EXPECT_EQ(screen.device()->type(), QInputDevice::DeviceType::TouchScreen);
   // A completion that comes before its gesture's events is caught by the slide screen's test.
   std::vector<std::string> completed;
@@ -128,7 +116,7 @@ TEST_F(VirtualTouchScreenTest, GesturesQueueCompleteInOrderAndArriveAsTheirEvent
 }
 
 TEST_F(VirtualTouchScreenTest, FingersStillDownAreCancelledWhenTheScreenGoes) {
-  auto screen = std::make_unique<VirtualTouchScreen>(&window);
+  auto screen = std::make_unique<VirtualTouchScreen>(frontEnd->window());
   screen->slide({150, 200}, {150, 600}, 2, 12);
   ASSERT_TRUE(QTest::qWaitFor([&] { return recorder->touches.size() >= 2; }, 10000));
   screen.reset();
@@ -257,12 +245,6 @@ class HardwareKeysTest : public ::testing::Test {
     subscriptions.push_back(screenshots->addObserver([this] { ++screenshotsTaken; }));
   }
 
-  // Waits until count volume changes were reported.
-  bool reported(std::size_t count) {
-    return QTest::qWaitFor([&] { return changes.size() >= count; }, 5000) &&
-           changes.size() == count;
-  }
-
   static constexpr float kStep = 1.0f / 16;
 
   std::shared_ptr<VolumeEvents> volume = std::make_shared<VolumeEvents>();
@@ -289,7 +271,7 @@ TEST_F(HardwareKeysTest, PressesAreExplicitSixteenthStepsClampedAtEitherEnd) {
   buttons.setLevel(kStep / 2);
   buttons.pressDown();
   buttons.pressDown();
-  ASSERT_TRUE(reported(9));
+  ASSERT_TRUE(QTest::qWaitFor([&] { return changes.size() >= 9; }, 5000));
   using Change = std::pair<float, bool>;
   // The system's own changes are told at once and are not explicit; presses keep their place in
   // line and step from the level then.

@@ -1,23 +1,15 @@
 // The virtual room: its sounds mixed on one timeline for its microphones, the speaker that plays
 // into it through the real player, and the mirror camera that films a window with its sound.
-#include <gtest/gtest.h>
-
-#include <QSignalSpy>
-#include <QTest>
 #include <cmath>
 
 #include "PictureWindow.h"
-#include "qt/QtMainQueue.h"
-#include "quorvel/platform/Platform.h"
-#include "quorvel/quick/QuickFrontEnd.h"
+#include "QuickFixture.h"
 #include "quorvel/virtual/VirtualMicrophone.h"
-#include "quorvel/virtual/VirtualMirrorCamera.h"
 #include "quorvel/virtual/VirtualRoom.h"
 #include "quorvel/virtual/VirtualSpeaker.h"
 #include "support/MovieProbe.h"
 #include "support/ScriptedMedia.h"
 #include "support/SoundDecoder.h"
-#include "support/TemporaryTree.h"
 
 namespace quorvel::testing {
 namespace {
@@ -119,54 +111,22 @@ TEST(VirtualSpeaker, PlaysThroughTheRealPlayerAndIntoTheRoomUntilTheSoundEnds) {
   EXPECT_LT(loudness(heard, kRate, 4.51, 6), 0.001) << "a failed sound went on in the room";
 }
 
-class VirtualMirrorCameraTest : public ::testing::Test {
+// On the front end's ports: the GUI thread's queue.
+class VirtualMirrorCameraTest : public QuickFixture {
  protected:
-  void SetUp() override {
-    Platform p = platform();
-    p.mainQueue = std::make_shared<QtMainQueue>();
-    installPlatform(p);
-  }
-  void TearDown() override { installPlatform(makeDefaultPlatform()); }
-
   // Each recording's outcome; when and how often it comes is the camera contract's.
   std::optional<std::optional<std::string>> finished;
   std::function<void(std::optional<std::string>)> into() {
     return [this](std::optional<std::string> error) { finished = std::move(error); };
   }
 
-  TemporaryTree tree{"quorvel-mirror"};
   std::shared_ptr<VirtualRoom> room = std::make_shared<VirtualRoom>();
 };
-
-TEST_F(VirtualMirrorCameraTest, FrontEndPreviewsShowTheWindowAsAMirrorDoesUntilTheSessionEnds) {
-  PictureWindow window({300, 200});
-  window.showHalves(Qt::red, Qt::blue);
-  auto camera = std::make_shared<VirtualMirrorCamera>(&window, room);
-  QuickFrontEnd frontEnd;
-  frontEnd.useCamera(camera, camera);
-  auto session = camera->startCapture(false);
-  ASSERT_TRUE(session);
-  ASSERT_TRUE(QTest::qWaitFor([&] { return !frontEnd.cameraPicture().isNull(); }, 10000));
-  const QImage picture = frontEnd.cameraPicture();
-  EXPECT_EQ(picture.size(), window.grabWindow().size());
-  EXPECT_EQ(picture.pixelColor(20, 100).name(), "#0000ff") << "the left is the window's right";
-  EXPECT_EQ(picture.pixelColor(280, 100).name(), "#ff0000");
-
-  // The preview hears that the picture is gone.
-  QSignalSpy changes(&frontEnd, &QuickFrontEnd::cameraPictureChanged);
-  session->stop();
-  EXPECT_TRUE(frontEnd.cameraPicture().isNull());
-  EXPECT_EQ(changes.count(), 1);
-  // Scanning shows nothing.
-  auto scanning = camera->startScanning([](const std::vector<std::string>&) {});
-  QTest::qWait(300);
-  EXPECT_TRUE(frontEnd.cameraPicture().isNull());
-}
 
 TEST_F(VirtualMirrorCameraTest, RecordsTheWindowWithTheSoundThatWasPlayedInTheRoom) {
   // A tall window: the movie keeps its shape at 1280 on the long side, in even sizes.
   PictureWindow window({401, 1500});
-  window.showHalves(Qt::white, Qt::black);
+  window.showCode("QRVL:recording");
   VirtualMirrorCamera camera(&window, room);
   // The real player's part is played by nobody.
   VirtualSpeaker speaker(std::make_shared<RecordingAudioPlayer>(platform().mainQueue), room);
@@ -174,7 +134,7 @@ TEST_F(VirtualMirrorCameraTest, RecordsTheWindowWithTheSoundThatWasPlayedInTheRo
   ASSERT_TRUE(session);
   ASSERT_TRUE(QTest::qWaitFor([&] { return !camera.picture().isNull(); }, 10000));
 
-  const std::string movie = (tree.path() / "output.mov").string();
+  const std::string movie = (documents->path() / "output.mov").string();
   ASSERT_TRUE(session->startRecording(movie, into()));
   const double start = room->now();
   QTest::qWait(600);
@@ -208,7 +168,7 @@ TEST_F(VirtualMirrorCameraTest, RecordsTheWindowWithTheSoundThatWasPlayedInTheRo
 TEST_F(VirtualMirrorCameraTest, DestroyingTheCameraMidRecordingClosesTheMovie) {
   PictureWindow window;
   window.showCode("QRVL:closing");
-  const std::string movie = (tree.path() / "closing.mov").string();
+  const std::string movie = (documents->path() / "closing.mov").string();
   std::shared_ptr<CameraSession> session;
   {
     VirtualMirrorCamera camera(&window, room);

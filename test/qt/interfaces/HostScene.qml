@@ -15,12 +15,6 @@ Window {
         anchors { left: parent.left; right: parent.right; top: parent.top }
         height: 72
         color: "#E4572E"
-        Text {
-            anchors.centerIn: parent
-            text: "Host application"
-            color: "white"
-            font.pixelSize: 20
-        }
     }
 
     SdkView {
