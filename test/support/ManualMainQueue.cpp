@@ -11,7 +11,7 @@ void ManualMainQueue::async(std::function<void()> work) {
 
 void ManualMainQueue::schedule(double delaySeconds, std::shared_ptr<WorkItem> item) {
   std::lock_guard lock(mutex_);
-  timers_.push_back({now_ + std::max(0.0, delaySeconds), nextOrder_++, std::move(item)});
+  timers_.push_back({now_ + std::max(0.0, delaySeconds), std::move(item)});
 }
 
 bool ManualMainQueue::runOne(double until) {
@@ -22,9 +22,8 @@ bool ManualMainQueue::runOne(double until) {
       work = std::move(ready_.front());
       ready_.pop_front();
     } else {
-      auto due = std::min_element(timers_.begin(), timers_.end(), [](const auto& a, const auto& b) {
-        return a.due != b.due ? a.due < b.due : a.order < b.order;
-      });
+      // Timers are kept in the order they were set: the first of the earliest is the oldest.
+      auto due = std::ranges::min_element(timers_, {}, &Timer::due);
       if (due == timers_.end() || due->due > until) return false;
       now_ = std::max(now_, due->due);
       auto item = due->item;

@@ -29,7 +29,6 @@ class ManualMainQueue : public MainQueue {
  private:
   struct Timer {
     double due;
-    std::uint64_t order;
     std::shared_ptr<WorkItem> item;
   };
   bool runOne(double until);
@@ -37,9 +36,14 @@ class ManualMainQueue : public MainQueue {
   mutable std::mutex mutex_;
   std::deque<std::function<void()>> ready_;
   std::vector<Timer> timers_;
-  std::uint64_t nextOrder_ = 0;
   double now_ = 0;
   std::atomic<std::thread::id> owner_{std::this_thread::get_id()};
 };
+
+// The virtual time of queue when it is a ManualMainQueue; 0 on any other queue.
+inline double virtualNow(const MainQueue& queue) {
+  const auto* manual = dynamic_cast<const ManualMainQueue*>(&queue);
+  return manual ? manual->now() : 0;
+}
 
 }  // namespace quorvel::testing

@@ -8,6 +8,8 @@
 
 namespace quorvel::testing {
 
+double ScriptedAudioRecorder::Recording::now() const { return virtualNow(*queue); }
+
 void ScriptedAudioRecorder::Recording::end(bool successfully) {
   if (!isRecording()) return;
   stoppedAt = now();
@@ -29,17 +31,14 @@ std::shared_ptr<AudioRecording> ScriptedAudioRecorder::record(
     return nullptr;
   }
   auto recording = std::make_shared<Recording>();
-  auto* manual = dynamic_cast<ManualMainQueue*>(queue_.get());
-  recording->now = [manual] { return manual ? manual->now() : 0.0; };
   recording->path = path;
   recording->settings = settings;
-  recording->startedAt = recording->now();
   recording->finished = std::move(finished);
   recording->queue = queue_;
+  recording->startedAt = recording->now();
   recordings.push_back(recording);
   if (failsAfter > 0) {
-    std::weak_ptr<Recording> weak = recording;
-    queue_->asyncAfter(failsAfter, [weak] {
+    queue_->asyncAfter(failsAfter, [weak = std::weak_ptr(recording)] {
       if (auto alive = weak.lock()) alive->end(false);
     });
   }

@@ -19,9 +19,10 @@ class ScriptedAudioRecorder : public AudioRecorder {
     Settings settings;
     double startedAt = 0;
     double stoppedAt = -1;
-    std::function<double()> now;
     std::function<void(bool)> finished;
     std::shared_ptr<MainQueue> queue;
+
+    double now() const;
 
     void stop() override { end(true); }
     bool isRecording() const override { return stoppedAt < 0; }

@@ -41,9 +41,7 @@ class ScriptedDevice : public Device {
   std::optional<std::string> identifierForVendor() const override { return vendorIdentifier; }
   std::string unameMachine() const override { return machine; }
   std::optional<std::string> environmentVariable(const std::string& key) const override {
-    auto it = environment.find(key);
-    if (it == environment.end()) return std::nullopt;
-    return it->second;
+    return environment.contains(key) ? std::optional(environment.at(key)) : std::nullopt;
   }
   double systemUptime() const override { return uptime; }
   int processorCount() const override { return processors; }

@@ -19,17 +19,16 @@ class ScriptedCamera::Session : public CameraSession {
   void stop() override { record_->stop(camera_); }
   bool startRecording(const std::string& moviePath,
                       std::function<void(std::optional<std::string>)> done) override {
-    if (record_->scanning || record_->stopped || record_->recording) return false;
-    if (camera_.refusesRecording) return false;
+    if (record_->scanning || record_->stopped || record_->recording || camera_.refusesRecording) {
+      return false;
+    }
     record_->recording = true;
     record_->recordingPath = moviePath;
     record_->finished = std::move(done);
     if (camera_.recordingsFailAfter > 0) {
-      std::weak_ptr<Record> weak = record_;
-      camera_.queue_->asyncAfter(camera_.recordingsFailAfter, [weak] {
+      camera_.queue_->asyncAfter(camera_.recordingsFailAfter, [weak = std::weak_ptr(record_)] {
         auto alive = weak.lock();
-        if (!alive || !alive->recording) return;
-        alive->recording = false;
+        if (!alive || !std::exchange(alive->recording, false)) return;
         if (auto finished = std::exchange(alive->finished, nullptr)) {
           finished("the camera stopped recording");
         }
@@ -57,38 +56,27 @@ void ScriptedCamera::Record::stopRecording(ScriptedCamera& camera) {
   camera.queue_->async([done = std::exchange(finished, nullptr)] { done(std::nullopt); });
 }
 
-std::shared_ptr<CameraSession> ScriptedCamera::begin(
-    bool scanning, std::function<void(const std::vector<std::string>&)> codes,
-    bool withMicrophone) {
-  if (!present) return nullptr;
-  if (auto before = running()) before->stop(*this);
-  auto record = std::make_shared<Record>();
-  record->scanning = scanning;
-  record->codesRead = std::move(codes);
-  record->withMicrophone = withMicrophone;
-  sessions.push_back(record);
-  return std::make_shared<Session>(*this, record);
-}
-
 std::shared_ptr<CameraSession> ScriptedCamera::startScanning(
     std::function<void(const std::vector<std::string>&)> codesRead) {
-  return begin(true, std::move(codesRead), false);
+  auto session = startCapture(false);
+  if (session) {
+    sessions.back()->scanning = true;
+    sessions.back()->codesRead = std::move(codesRead);
+  }
+  return session;
 }
 
 std::shared_ptr<CameraSession> ScriptedCamera::startCapture(bool withMicrophone) {
-  return begin(false, nullptr, withMicrophone);
-}
-
-std::shared_ptr<ScriptedCamera::Record> ScriptedCamera::running() const {
-  if (sessions.empty() || sessions.back()->stopped) return nullptr;
-  return sessions.back();
+  if (!present) return nullptr;
+  if (!sessions.empty()) sessions.back()->stop(*this);
+  sessions.push_back(std::make_shared<Record>());
+  sessions.back()->withMicrophone = withMicrophone;
+  return std::make_shared<Session>(*this, sessions.back());
 }
 
 bool ScriptedCamera::sees(std::vector<std::string> codes) {
-  auto record = running();
-  if (!record || !record->scanning) return false;
-  std::weak_ptr<Record> weak = record;
-  queue_->async([weak, codes = std::move(codes)] {
+  if (sessions.empty() || sessions.back()->stopped || !sessions.back()->scanning) return false;
+  queue_->async([weak = std::weak_ptr(sessions.back()), codes = std::move(codes)] {
     auto alive = weak.lock();
     if (alive && !alive->stopped) alive->codesRead(codes);
   });
@@ -97,8 +85,8 @@ bool ScriptedCamera::sees(std::vector<std::string> codes) {
 
 void ScriptedMediaExport::exportMP4(const std::string& moviePath, const std::string& mp4Path,
                                     std::function<void(std::optional<std::string>)> completion) {
-  std::error_code error;
   if (fails) return completion("the exporter was told to fail");
+  std::error_code error;
   std::filesystem::copy_file(moviePath, mp4Path, std::filesystem::copy_options::overwrite_existing,
                              error);
   completion(error ? std::optional(error.message()) : std::nullopt);
@@ -112,8 +100,7 @@ std::optional<Image> ScriptedMediaExport::thumbnail(const std::string& moviePath
 
 void RecordingAudioPlayer::playAsset(const std::string& assetName,
                                      std::function<void(bool)> finished) {
-  play(assetName, std::find(assets.begin(), assets.end(), assetName) != assets.end(),
-       std::move(finished));
+  play(assetName, std::ranges::find(assets, assetName) != assets.end(), std::move(finished));
 }
 
 void RecordingAudioPlayer::playFile(const std::string& path, std::function<void(bool)> finished) {
@@ -122,21 +109,19 @@ void RecordingAudioPlayer::playFile(const std::string& path, std::function<void(
 
 void RecordingAudioPlayer::play(const std::string& name, bool exists,
                                 std::function<void(bool)> finished) {
+  const bool routed =
+      session && session->category() == AudioCategory::playAndRecord && session->isActive();
   if (exists) {
-    auto* manual = dynamic_cast<ManualMainQueue*>(playing_.queue_.get());
-    std::optional<AudioRoute> route;
-    if (session && session->category() == AudioCategory::playAndRecord && session->isActive()) {
-      route = session->outputRoute();
-    }
-    played.push_back({name, manual ? manual->now() : 0, route});
+    played.push_back({name, virtualNow(*playing_.queue_),
+                      routed ? std::optional(session->outputRoute()) : std::nullopt});
   }
   playing_.start(std::move(finished), true);
   if (!exists) playing_.end(false);
 }
 
 std::vector<std::string> RecordingAudioPlayer::names() const {
-  std::vector<std::string> result;
-  for (const auto& each : played) result.push_back(each.name);
+  std::vector<std::string> result(played.size());
+  std::ranges::transform(played, result.begin(), &Played::name);
   return result;
 }
 

@@ -48,16 +48,11 @@ class ScriptedCamera : public Camera {
       std::function<void(const std::vector<std::string>&)> codesRead) override;
   std::shared_ptr<CameraSession> startCapture(bool withMicrophone) override;
 
-  // The running session's record, or null.
-  std::shared_ptr<Record> running() const;
   // The running scanning session sees codes once; false when none scans.
   bool sees(std::vector<std::string> codes);
 
  private:
   class Session;
-  std::shared_ptr<CameraSession> begin(bool scanning,
-                                       std::function<void(const std::vector<std::string>&)> codes,
-                                       bool withMicrophone);
   std::shared_ptr<MainQueue> queue_;
 };
 

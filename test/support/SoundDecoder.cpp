@@ -3,6 +3,7 @@
 #include <neaacdec.h>
 
 #include <algorithm>
+#include <memory>
 
 #include "media/IsoMovieReader.h"
 #include "media/WaveDecoder.h"
@@ -20,12 +21,9 @@ std::optional<std::vector<std::int16_t>> decodeAac(const IsoMovieReader& movie, 
   if (sound == nullptr || sound->codec != "mp4a" || sound->configuration.empty()) {
     return std::nullopt;
   }
-  NeAACDecHandle decoder = NeAACDecOpen();
+  const std::unique_ptr<void, decltype(&NeAACDecClose)> owner(NeAACDecOpen(), &NeAACDecClose);
+  NeAACDecHandle decoder = owner.get();
   if (decoder == nullptr) return std::nullopt;
-  struct Closer {
-    NeAACDecHandle handle;
-    ~Closer() { NeAACDecClose(handle); }
-  } closer{decoder};
   NeAACDecConfigurationPtr configuration = NeAACDecGetCurrentConfiguration(decoder);
   configuration->outputFormat = FAAD_FMT_16BIT;
   configuration->downMatrix = 1;
@@ -74,21 +72,15 @@ std::optional<std::vector<std::int16_t>> decodeAac(const IsoMovieReader& movie, 
   return WaveDecoder::resampled(mono, static_cast<int>(outRate), sampleRate);
 }
 
-std::optional<std::vector<std::int16_t>> decodeAny(const std::vector<std::uint8_t>& bytes,
-                                                   std::optional<IsoMovieReader> movie,
-                                                   int sampleRate) {
-  if (sampleRate <= 0) return std::nullopt;
-  if (auto wave = WaveDecoder::decode(bytes, sampleRate)) return wave;
-  if (movie) return decodeAac(*movie, sampleRate);
-  return std::nullopt;
-}
-
 }  // namespace
 
 std::optional<std::vector<std::int16_t>> SoundDecoder::decode(
     const std::vector<std::uint8_t>& bytes, int sampleRate) {
+  if (sampleRate <= 0) return std::nullopt;
+  if (auto wave = WaveDecoder::decode(bytes, sampleRate)) return wave;
   std::string error;
-  return decodeAny(bytes, IsoMovieReader::open(bytes, error), sampleRate);
+  auto movie = IsoMovieReader::open(bytes, error);
+  return movie ? decodeAac(*movie, sampleRate) : std::nullopt;
 }
 
 std::optional<std::vector<std::int16_t>> SoundDecoder::decodeFile(const std::string& path,
@@ -98,8 +90,7 @@ std::optional<std::vector<std::int16_t>> SoundDecoder::decodeFile(const std::str
   if (auto wave = WaveDecoder::decodeFile(path, sampleRate)) return wave;
   std::string error;
   auto movie = IsoMovieReader::open(path, error);
-  if (!movie) return std::nullopt;
-  return decodeAac(*movie, sampleRate);
+  return movie ? decodeAac(*movie, sampleRate) : std::nullopt;
 }
 
 }  // namespace quorvel

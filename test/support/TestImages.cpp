@@ -1,28 +1,22 @@
 #include "support/TestImages.h"
 
-extern "C" {
-#include <libavcodec/avcodec.h>
-}
-
 #include <stdexcept>
 
+#include "support/FfmpegSupport.h"
 #include "support/MovieProbe.h"
 
 namespace quorvel::testing {
 
 std::vector<std::uint8_t> makePng(int width, int height) {
   const AVCodec* codec = avcodec_find_encoder(AV_CODEC_ID_PNG);
-  AVCodecContext* context = avcodec_alloc_context3(codec);
-  context->width = width;
-  context->height = height;
-  context->pix_fmt = AV_PIX_FMT_RGB24;
+  ffmpeg::CodecContext context(avcodec_alloc_context3(codec));
+  ffmpeg::Frame frame(av_frame_alloc());
+  ffmpeg::Packet packet(av_packet_alloc());
+  frame->width = context->width = width;
+  frame->height = context->height = height;
+  frame->format = context->pix_fmt = AV_PIX_FMT_RGB24;
   context->time_base = AVRational{1, 1};
-  AVFrame* frame = av_frame_alloc();
-  frame->format = AV_PIX_FMT_RGB24;
-  frame->width = width;
-  frame->height = height;
-  AVPacket* packet = av_packet_alloc();
-  if (avcodec_open2(context, codec, nullptr) < 0 || av_frame_get_buffer(frame, 0) < 0) {
+  if (avcodec_open2(context.get(), codec, nullptr) < 0 || av_frame_get_buffer(frame.get(), 0) < 0) {
     throw std::runtime_error("cannot set up the PNG encoder");
   }
   for (int y = 0; y < height; ++y) {
@@ -33,15 +27,12 @@ std::vector<std::uint8_t> makePng(int width, int height) {
       row[3 * x + 2] = static_cast<std::uint8_t>((x * y) % 256);
     }
   }
-  if (avcodec_send_frame(context, frame) < 0 || avcodec_send_frame(context, nullptr) < 0 ||
-      avcodec_receive_packet(context, packet) < 0) {
+  if (avcodec_send_frame(context.get(), frame.get()) < 0 ||
+      avcodec_send_frame(context.get(), nullptr) < 0 ||
+      avcodec_receive_packet(context.get(), packet.get()) < 0) {
     throw std::runtime_error("cannot encode the PNG");
   }
-  std::vector<std::uint8_t> bytes(packet->data, packet->data + packet->size);
-  av_packet_free(&packet);
-  av_frame_free(&frame);
-  avcodec_free_context(&context);
-  return bytes;
+  return {packet->data, packet->data + packet->size};
 }
 
 ImageSize decodedSize(const std::vector<std::uint8_t>& bytes) {

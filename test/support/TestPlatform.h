@@ -26,16 +26,12 @@ class CapturingLog : public Log {
     std::lock_guard lock(mutex_);
     return lines_;
   }
-  bool contains(std::string_view line) const {
-    auto all = lines();
-    return std::find(all.begin(), all.end(), line) != all.end();
-  }
+  bool contains(std::string_view line) const { return std::ranges::count(lines(), line) > 0; }
   // Index of the first line that starts with prefix, or -1.
   long indexOf(std::string_view prefix) const {
     auto all = lines();
-    auto it =
-        std::find_if(all.begin(), all.end(), [&](auto& l) { return l.rfind(prefix, 0) == 0; });
-    return it == all.end() ? -1 : static_cast<long>(it - all.begin());
+    auto it = std::ranges::find_if(all, [&](auto& l) { return l.starts_with(prefix); });
+    return it == all.end() ? -1 : it - all.begin();
   }
   void clear() {
     std::lock_guard lock(mutex_);
@@ -60,9 +56,7 @@ class FixedClock : public Clock {
 class ScriptedImagePicker : public ImagePicker {
  public:
   std::optional<Image> next;
-  int presented = 0;
   void pickImage(bool, std::function<void(std::optional<Image>)> completion) override {
-    ++presented;
     completion(next);
   }
 };
@@ -150,12 +144,10 @@ struct TestPlatform {
   void setHostInfo(Dictionary info) { host->info = std::move(info); }
   // Points every environment's assets host at origin and installs the platform again.
   void setAssetsHost(const std::string& origin) {
-    Dictionary info = host->infoDictionary();
     for (const char* key :
          {"QuorvelAssetsHostProduction", "QuorvelAssetsHostQA", "QuorvelAssetsHostIntegrations"}) {
-      info[key] = origin;
+      host->info[key] = origin;
     }
-    setHostInfo(std::move(info));
     install();
   }
 };
