@@ -96,8 +96,8 @@ TEST_P(HttpClientContract, CancelTimeOutRefusalAndAShrunkFileEachEndWithAnError)
   send([](HttpRequest& request) { request.timeout = std::chrono::milliseconds(300); });
   EXPECT_NE(error(), "") << "the time-out never fired";
   // The time-out is for silence, not for the whole exchange: an answer that keeps coming is slow
-  // but not late.
-  Reply trickled = Reply::json(200, R"({"url": "u"})");
+  // but not late. The body is most of the answer, so that its bytes, not the head's, keep it alive.
+  Reply trickled = Reply::json(200, R"({"url": ")" + std::string(4000, 'u') + R"("})");
   trickled.pieces = 8;
   trickled.gap = std::chrono::milliseconds(100);
   server.script({trickled});
