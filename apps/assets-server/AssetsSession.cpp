@@ -410,10 +410,10 @@ awaitable<void> AssetsSession::serveAsset(std::string_view folder, std::string_v
   stream_.expires_after(options_.readTimeout);
   co_await http::async_write_header(stream_, serializer,
                                     asio::redirect_error(asio::use_awaitable, error));
-  if (error || head) co_return;
+  if (error) co_return;
   in.seekg(static_cast<std::streamoff>(first));
   std::vector<char> chunk(kChunkBytes);
-  for (std::uint64_t left = length; left > 0;) {
+  for (std::uint64_t left = head ? 0 : length; left > 0;) {
     in.read(chunk.data(),
             static_cast<std::streamsize>(std::min<std::uint64_t>(left, chunk.size())));
     const auto got = static_cast<std::size_t>(in.gcount());
@@ -428,6 +428,7 @@ awaitable<void> AssetsSession::serveAsset(std::string_view folder, std::string_v
     if (error == http::error::need_buffer) error = {};
     if (error) co_return;
   }
+  co_await linger();
 }
 
 awaitable<void> AssetsSession::refuse(http::status code, const std::string& message) {
@@ -460,10 +461,14 @@ awaitable<void> AssetsSession::answer(http::status code, const nlohmann::json& j
   } else {
     co_await http::async_write(stream_, response, asio::redirect_error(asio::use_awaitable, error));
   }
-  if (error) co_return;
+  if (!error) co_await linger();
+}
+
+awaitable<void> AssetsSession::linger() {
+  beast::error_code error;
   stream_.socket().shutdown(tcp::socket::shutdown_send, error);
-  // A body refused unread is still arriving: closing now would reset the connection, and the
-  // client could lose the answer.
+  // Closing with bytes unread (a body refused unread, or anything sent after a request) would
+  // reset the connection, and the client could lose the end of the answer still on its way.
   std::vector<char> scratch(kLingerChunkBytes);
   stream_.expires_after(kLingerTime);
   for (std::size_t drained = 0; drained < kLingerBytes && !error;) {
