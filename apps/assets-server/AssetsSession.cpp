@@ -8,6 +8,7 @@
 #include <cstdio>
 #include <ctime>
 #include <fstream>
+#include <limits>
 #include <optional>
 #include <string_view>
 #include <system_error>
@@ -129,9 +130,9 @@ std::string printable(std::string_view text) {
   return out;
 }
 
-// A single "bytes=" range of a file of size bytes, as [first, last]; nothing when the field asks
-// for several ranges or is not understood (the whole file is then sent), and first == size when
-// no byte of the file is in it.
+// A single "bytes=" range of a file of size bytes, as [first, last]; nothing when the field is
+// invalid or asks for several ranges (the whole file is then sent), and first == size when no
+// byte of the file is in it.
 std::optional<std::pair<std::uint64_t, std::uint64_t>> rangeOf(std::string_view field,
                                                                std::uint64_t size) {
   if (!field.starts_with("bytes=") || field.find(',') != std::string_view::npos) {
@@ -140,28 +141,39 @@ std::optional<std::pair<std::uint64_t, std::uint64_t>> rangeOf(std::string_view 
   std::string_view spec = field.substr(6);
   std::size_t dash = spec.find('-');
   if (dash == std::string_view::npos) return std::nullopt;
-  auto number = [](std::string_view digits) -> std::optional<std::uint64_t> {
-    if (digits.empty() || digits.size() > 18) return std::nullopt;
-    std::uint64_t value = 0;
-    for (char c : digits) {
-      if (c < '0' || c > '9') return std::nullopt;
-      value = value * 10 + static_cast<std::uint64_t>(c - '0');
+  // A position of any length, without its leading zeros.
+  auto digits = [](std::string_view text) -> std::optional<std::string_view> {
+    if (text.empty() || text.find_first_not_of("0123456789") != std::string_view::npos) {
+      return std::nullopt;
     }
-    return value;
+    return text.substr(std::min(text.find_first_not_of('0'), text.size() - 1));
+  };
+  // Past 64 bits a position is past the end of any file, so it saturates.
+  auto value = [](std::string_view position) {
+    constexpr std::uint64_t kMax = std::numeric_limits<std::uint64_t>::max();
+    std::uint64_t number = 0;
+    for (char c : position) {
+      const auto digit = static_cast<std::uint64_t>(c - '0');
+      if (number > (kMax - digit) / 10) return kMax;
+      number = number * 10 + digit;
+    }
+    return number;
   };
   std::string_view from = spec.substr(0, dash);
   std::string_view to = spec.substr(dash + 1);
   if (from.empty()) {  // the last n bytes
-    auto n = number(to);
+    auto n = digits(to);
     if (!n) return std::nullopt;
-    if (*n == 0 || size == 0) return std::pair{size, size};
-    return std::pair{size - std::min(*n, size), size - 1};
+    if (value(*n) == 0 || size == 0) return std::pair{size, size};
+    return std::pair{size - std::min(value(*n), size), size - 1};
   }
-  auto first = number(from);
-  if (first && *first >= size) return std::pair{size, size};
-  auto last = to.empty() ? std::optional<std::uint64_t>(size - 1) : number(to);
-  if (!first || !last || *last < *first) return std::nullopt;
-  return std::pair{*first, std::min(*last, size - 1)};
+  auto first = digits(from);
+  auto last = to.empty() ? first : digits(to);  // "a-" runs to the end
+  if (!first || !last) return std::nullopt;
+  // Valid before satisfiable. Positions compare as written: saturated, two huge ones look equal.
+  if (std::pair(last->size(), *last) < std::pair(first->size(), *first)) return std::nullopt;
+  if (value(*first) >= size) return std::pair{size, size};
+  return std::pair{value(*first), to.empty() ? size - 1 : std::min(value(*last), size - 1)};
 }
 
 }  // namespace
