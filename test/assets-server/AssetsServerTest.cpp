@@ -121,10 +121,10 @@ TEST_F(AssetsServerTest, RefusesBadHeadsBodiesAndPathsWithTheirStatus) {
       {upload + key + type + "Content-Length: 100\r\nContent-Encoding: gzip\r\n\r\n", 415},
       {upload + key + type + "Transfer-Encoding: chunked\r\n\r\n", 411},
       {upload + key + "Content-Type: application/octet-stream\r\nContent-Length: 100\r\n\r\n", 415},
-      // Bodies that are not one part named content.
-      {request("app", part("a.txt", "text/plain", "abc", "file") + kClose), 400},
-      {request("app", one + one + kClose), 400},
-      {request("app", one), 400},  // no close delimiter
+      // Bodies that are not one part named content, to an app that has no upload yet.
+      {request("new", part("a.txt", "text/plain", "abc", "file") + kClose), 400},
+      {request("new", one + one + kClose), 400},
+      {request("new", one), 400},  // no close delimiter
       // Unknown methods and paths.
       {get("/v3/applications/app/asset-upload"), 405},
       {get(asset + ".meta.json"), 404},
@@ -137,6 +137,8 @@ TEST_F(AssetsServerTest, RefusesBadHeadsBodiesAndPathsWithTheirStatus) {
     EXPECT_NE(answer.find("{\"error\":"), std::string::npos) << answer;
   }
   EXPECT_EQ(fileCount(storage()), 2u);
+  // Not even a folder for the app whose uploads were all refused.
+  EXPECT_EQ(std::distance(fs::directory_iterator(storage()), fs::directory_iterator()), 1);
 }
 
 // A refused request's unread body, and bytes after a complete request, are no request; a body
@@ -370,6 +372,7 @@ TEST_F(AssetsServerTest, RemovesWhatACrashLeftWhenItStarts) {
                                "3d6a4adc-b.txt.meta.json.part"}) {
     std::ofstream(folder / leftover) << "x";
   }
+  std::ofstream(storage() / "4e7f5b0d.part") << "x";  // an upload still coming in
   port = server.start();
   EXPECT_EQ(fileCount(storage()), 2u);
   auto served =
