@@ -43,8 +43,11 @@ constexpr std::size_t kLingerChunkBytes = 16 << 10;
 // Beast hands out Boost's string views.
 std::string_view view(beast::string_view text) { return {text.data(), text.size()}; }
 
+// A head the client got wrong. One cut short by the client's leaving is no request: nobody would
+// read an answer, so the client is gone as it would be in the middle of a body.
 bool isParseError(const beast::error_code& error) {
-  return error && error.category() == http::make_error_code(http::error::bad_target).category();
+  return error && error.category() == http::make_error_code(http::error::bad_target).category() &&
+         error != http::error::end_of_stream && error != http::error::partial_message;
 }
 
 bool equalIgnoringCase(std::string_view a, std::string_view b) {

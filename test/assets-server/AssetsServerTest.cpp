@@ -403,6 +403,15 @@ TEST_F(AssetsServerTest, AnswersHalfClosedClientsAbsoluteTargetsAndRangesAsHttpS
   ASSERT_EQ(statuses(answer), std::vector<int>{200}) << answer;
   std::string url = json::parse(answer.substr(answer.find("\r\n\r\n") + 4))["url"];
   const std::string path = url.substr(server.address().size());
+  // No head or half a head is no request: a client that stops sending there is gone, not
+  // malformed.
+  for (std::size_t sent : {0, 40}) {
+    fd = connectTo(port);
+    send(fd, whole.data(), sent, MSG_NOSIGNAL);
+    shutdown(fd, SHUT_WR);
+    EXPECT_EQ(readToEnd(fd), "") << sent;
+    close(fd);
+  }
 
   std::string absolute = whole;
   absolute.replace(5, 0, server.address());
