@@ -117,8 +117,18 @@ bool AssetStore::sync(const std::filesystem::path& path) {
 std::size_t AssetStore::removeLeftovers() const {
   std::size_t removed = 0;
   std::error_code error;
+  bool removedFromRoot = false;
   for (const auto& folder : std::filesystem::directory_iterator(root_, error)) {
-    if (!folder.is_directory(error)) continue;
+    if (!folder.is_directory(error)) {
+      // Uploads are received in the root until they are stored.
+      if (folder.is_regular_file(error) &&
+          endsWith(folder.path().filename().string(), kTemporarySuffix) &&
+          std::filesystem::remove(folder.path(), error)) {
+        ++removed;
+        removedFromRoot = true;
+      }
+      continue;
+    }
     std::vector<std::filesystem::path> doomed;
     for (const auto& entry : std::filesystem::directory_iterator(folder.path(), error)) {
       const std::filesystem::path& path = entry.path();
@@ -137,6 +147,7 @@ std::size_t AssetStore::removeLeftovers() const {
     for (const auto& path : doomed) removed += std::filesystem::remove(path, error) ? 1 : 0;
     if (!doomed.empty()) sync(folder.path());
   }
+  if (removedFromRoot) sync(root_);
   return removed;
 }
 
@@ -173,13 +184,9 @@ AssetStore::Pending AssetStore::begin(std::string_view appID, std::uint64_t maxB
   pending.folder = folderName(appID);
   pending.id = makeId();
   if (pending.folder.empty() || pending.id.empty()) return pending;
-  std::filesystem::path folder = root_ / pending.folder;
-  std::error_code error;
-  // A new folder is made durable before anything in it is.
-  if (std::filesystem::create_directories(folder, error) && !sync(root_)) return pending;
-  if (error) return pending;
-  auto writer = std::make_unique<AssetWriter>(folder / (pending.id + std::string(kTemporarySuffix)),
-                                              maxBytes);
+  // In the root, not the app's folder: an upload that is refused must not leave a folder behind.
+  auto writer =
+      std::make_unique<AssetWriter>(root_ / (pending.id + std::string(kTemporarySuffix)), maxBytes);
   if (writer->isOpen()) pending.writer = std::move(writer);
   return pending;
 }
@@ -189,7 +196,12 @@ std::optional<std::string> AssetStore::commit(Pending& pending, std::string_view
   if (!pending.writer) return std::nullopt;
   std::string name = pending.id + "-" + storedFileName(originalName);
   std::filesystem::path file = root_ / pending.folder / name;
-  if (!pending.writer->moveTo(file)) return std::nullopt;
+  std::error_code error;
+  // A new folder is made durable before anything in it is.
+  if (std::filesystem::create_directories(file.parent_path(), error) && !sync(root_)) {
+    return std::nullopt;
+  }
+  if (error || !pending.writer->moveTo(file)) return std::nullopt;
 
   metadata["stored_filename"] = name;
   metadata["size"] = pending.writer->size();

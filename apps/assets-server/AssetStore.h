@@ -16,6 +16,7 @@ namespace quorvel {
 // and keeps its original file name, with a metadata file beside it:
 //   <root>/<app folder>/<uuid>-<file name>             the bytes as received
 //   <root>/<app folder>/<uuid>-<file name>.meta.json   what is known about them
+//   <root>/<uuid>.part                                  an upload still coming in
 // Both, and the folder entries naming them, are on the disk before an upload is answered.
 // Names use only [A-Za-z0-9._~-], so they are safe both as path components and in URLs.
 class AssetStore {
@@ -49,13 +50,13 @@ class AssetStore {
   // digest of the whole ID, so that the name fits any file system.
   static std::string folderName(std::string_view appID);
 
-  // Opens a temporary file in the application's folder; the writer is missing when the folder or
-  // the file cannot be made.
+  // Opens a temporary file in the root; the writer is missing when it cannot be made. The
+  // application's folder is made only when an upload is stored in it.
   Pending begin(std::string_view appID, std::uint64_t maxBytes) const;
 
-  // Moves the finished bytes into place under a name keeping originalName, then writes metadata
-  // (completed with the stored name, size and digest) beside them. Returns the stored name, or
-  // nothing when the disk refused.
+  // Moves the finished bytes into place (in the application's folder, made when missing) under a
+  // name keeping originalName, then writes metadata (completed with the stored name, size and
+  // digest) beside them. Returns the stored name, or nothing when the disk refused.
   std::optional<std::string> commit(Pending& pending, std::string_view originalName,
                                     nlohmann::json metadata) const;
 

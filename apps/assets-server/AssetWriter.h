@@ -24,7 +24,7 @@ class AssetWriter {
   bool write(const char* data, std::size_t size);
   // Flushes the file to the disk, closes it and completes the digest; false on a write error.
   bool finish();
-  // Renames the finished file to target in the same folder.
+  // Renames the finished file to target on the same file system.
   bool moveTo(const std::filesystem::path& target);
 
   const std::filesystem::path& path() const { return path_; }

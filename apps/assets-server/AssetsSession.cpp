@@ -8,6 +8,7 @@
 #include <cstdio>
 #include <ctime>
 #include <fstream>
+#include <limits>
 #include <optional>
 #include <string_view>
 #include <system_error>
@@ -42,8 +43,11 @@ constexpr std::size_t kLingerChunkBytes = 16 << 10;
 // Beast hands out Boost's string views.
 std::string_view view(beast::string_view text) { return {text.data(), text.size()}; }
 
+// A head the client got wrong. One cut short by the client's leaving is no request: nobody would
+// read an answer, so the client is gone as it would be in the middle of a body.
 bool isParseError(const beast::error_code& error) {
-  return error && error.category() == http::make_error_code(http::error::bad_target).category();
+  return error && error.category() == http::make_error_code(http::error::bad_target).category() &&
+         error != http::error::end_of_stream && error != http::error::partial_message;
 }
 
 bool equalIgnoringCase(std::string_view a, std::string_view b) {
@@ -129,9 +133,9 @@ std::string printable(std::string_view text) {
   return out;
 }
 
-// A single "bytes=" range of a file of size bytes, as [first, last]; nothing when the field asks
-// for several ranges or is not understood (the whole file is then sent), and first == size when
-// no byte of the file is in it.
+// A single "bytes=" range of a file of size bytes, as [first, last]; nothing when the field is
+// invalid or asks for several ranges (the whole file is then sent), and first == size when no
+// byte of the file is in it.
 std::optional<std::pair<std::uint64_t, std::uint64_t>> rangeOf(std::string_view field,
                                                                std::uint64_t size) {
   if (!field.starts_with("bytes=") || field.find(',') != std::string_view::npos) {
@@ -140,28 +144,39 @@ std::optional<std::pair<std::uint64_t, std::uint64_t>> rangeOf(std::string_view 
   std::string_view spec = field.substr(6);
   std::size_t dash = spec.find('-');
   if (dash == std::string_view::npos) return std::nullopt;
-  auto number = [](std::string_view digits) -> std::optional<std::uint64_t> {
-    if (digits.empty() || digits.size() > 18) return std::nullopt;
-    std::uint64_t value = 0;
-    for (char c : digits) {
-      if (c < '0' || c > '9') return std::nullopt;
-      value = value * 10 + static_cast<std::uint64_t>(c - '0');
+  // A position of any length, without its leading zeros.
+  auto digits = [](std::string_view text) -> std::optional<std::string_view> {
+    if (text.empty() || text.find_first_not_of("0123456789") != std::string_view::npos) {
+      return std::nullopt;
     }
-    return value;
+    return text.substr(std::min(text.find_first_not_of('0'), text.size() - 1));
+  };
+  // Past 64 bits a position is past the end of any file, so it saturates.
+  auto value = [](std::string_view position) {
+    constexpr std::uint64_t kMax = std::numeric_limits<std::uint64_t>::max();
+    std::uint64_t number = 0;
+    for (char c : position) {
+      const auto digit = static_cast<std::uint64_t>(c - '0');
+      if (number > (kMax - digit) / 10) return kMax;
+      number = number * 10 + digit;
+    }
+    return number;
   };
   std::string_view from = spec.substr(0, dash);
   std::string_view to = spec.substr(dash + 1);
   if (from.empty()) {  // the last n bytes
-    auto n = number(to);
+    auto n = digits(to);
     if (!n) return std::nullopt;
-    if (*n == 0 || size == 0) return std::pair{size, size};
-    return std::pair{size - std::min(*n, size), size - 1};
+    if (value(*n) == 0 || size == 0) return std::pair{size, size};
+    return std::pair{size - std::min(value(*n), size), size - 1};
   }
-  auto first = number(from);
-  if (first && *first >= size) return std::pair{size, size};
-  auto last = to.empty() ? std::optional<std::uint64_t>(size - 1) : number(to);
-  if (!first || !last || *last < *first) return std::nullopt;
-  return std::pair{*first, std::min(*last, size - 1)};
+  auto first = digits(from);
+  auto last = to.empty() ? first : digits(to);  // "a-" runs to the end
+  if (!first || !last) return std::nullopt;
+  // Valid before satisfiable. Positions compare as written: saturated, two huge ones look equal.
+  if (std::pair(last->size(), *last) < std::pair(first->size(), *first)) return std::nullopt;
+  if (value(*first) >= size) return std::pair{size, size};
+  return std::pair{value(*first), to.empty() ? size - 1 : std::min(value(*last), size - 1)};
 }
 
 }  // namespace
@@ -410,10 +425,10 @@ awaitable<void> AssetsSession::serveAsset(std::string_view folder, std::string_v
   stream_.expires_after(options_.readTimeout);
   co_await http::async_write_header(stream_, serializer,
                                     asio::redirect_error(asio::use_awaitable, error));
-  if (error || head) co_return;
+  if (error) co_return;
   in.seekg(static_cast<std::streamoff>(first));
   std::vector<char> chunk(kChunkBytes);
-  for (std::uint64_t left = length; left > 0;) {
+  for (std::uint64_t left = head ? 0 : length; left > 0;) {
     in.read(chunk.data(),
             static_cast<std::streamsize>(std::min<std::uint64_t>(left, chunk.size())));
     const auto got = static_cast<std::size_t>(in.gcount());
@@ -428,6 +443,7 @@ awaitable<void> AssetsSession::serveAsset(std::string_view folder, std::string_v
     if (error == http::error::need_buffer) error = {};
     if (error) co_return;
   }
+  co_await linger();
 }
 
 awaitable<void> AssetsSession::refuse(http::status code, const std::string& message) {
@@ -460,10 +476,14 @@ awaitable<void> AssetsSession::answer(http::status code, const nlohmann::json& j
   } else {
     co_await http::async_write(stream_, response, asio::redirect_error(asio::use_awaitable, error));
   }
-  if (error) co_return;
+  if (!error) co_await linger();
+}
+
+awaitable<void> AssetsSession::linger() {
+  beast::error_code error;
   stream_.socket().shutdown(tcp::socket::shutdown_send, error);
-  // A body refused unread is still arriving: closing now would reset the connection, and the
-  // client could lose the answer.
+  // Closing with bytes unread (a body refused unread, or anything sent after a request) would
+  // reset the connection, and the client could lose the end of the answer still on its way.
   std::vector<char> scratch(kLingerChunkBytes);
   stream_.expires_after(kLingerTime);
   for (std::size_t drained = 0; drained < kLingerBytes && !error;) {

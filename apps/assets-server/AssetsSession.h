@@ -81,6 +81,9 @@ class AssetsSession {
 
   // Sends one JSON answer, then lingers so that the client can read it.
   awaitable<void> answer(status code, const nlohmann::json& json, const Header& header);
+  // After a whole answer: ends the sending side and reads and drops what the client still sends,
+  // for a bounded time and amount, before the connection is closed.
+  awaitable<void> linger();
 
   void log(unsigned code) const;
 

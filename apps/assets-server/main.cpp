@@ -29,7 +29,8 @@ constexpr const char* kUsage =
     "  --help         this text\n"
     "  --version      the program's version\n"
     "\n"
-    "Prints \"listening on http://127.0.0.1:PORT\" once ready; SIGINT or SIGTERM stops it.\n";
+    "Prints \"listening on http://127.0.0.1:PORT\" once ready; SIGINT, SIGTERM or SIGHUP\n"
+    "stops it.\n";
 
 // A decimal number within [low, high], digits only.
 std::optional<std::uint64_t> parseNumber(const std::string& text, std::uint64_t low,
@@ -84,6 +85,8 @@ int main(int argc, char** argv) {
   sigemptyset(&stopSignals);
   sigaddset(&stopSignals, SIGINT);
   sigaddset(&stopSignals, SIGTERM);
+  // A closed terminal or a service manager's hang-up stops it as orderly as the others.
+  sigaddset(&stopSignals, SIGHUP);
   pthread_sigmask(SIG_BLOCK, &stopSignals, nullptr);
   signal(SIGPIPE, SIG_IGN);
 

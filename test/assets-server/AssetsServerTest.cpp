@@ -121,10 +121,10 @@ TEST_F(AssetsServerTest, RefusesBadHeadsBodiesAndPathsWithTheirStatus) {
       {upload + key + type + "Content-Length: 100\r\nContent-Encoding: gzip\r\n\r\n", 415},
       {upload + key + type + "Transfer-Encoding: chunked\r\n\r\n", 411},
       {upload + key + "Content-Type: application/octet-stream\r\nContent-Length: 100\r\n\r\n", 415},
-      // Bodies that are not one part named content.
-      {request("app", part("a.txt", "text/plain", "abc", "file") + kClose), 400},
-      {request("app", one + one + kClose), 400},
-      {request("app", one), 400},  // no close delimiter
+      // Bodies that are not one part named content, to an app that has no upload yet.
+      {request("new", part("a.txt", "text/plain", "abc", "file") + kClose), 400},
+      {request("new", one + one + kClose), 400},
+      {request("new", one), 400},  // no close delimiter
       // Unknown methods and paths.
       {get("/v3/applications/app/asset-upload"), 405},
       {get(asset + ".meta.json"), 404},
@@ -137,6 +137,8 @@ TEST_F(AssetsServerTest, RefusesBadHeadsBodiesAndPathsWithTheirStatus) {
     EXPECT_NE(answer.find("{\"error\":"), std::string::npos) << answer;
   }
   EXPECT_EQ(fileCount(storage()), 2u);
+  // Not even a folder for the app whose uploads were all refused.
+  EXPECT_EQ(std::distance(fs::directory_iterator(storage()), fs::directory_iterator()), 1);
 }
 
 // A refused request's unread body, and bytes after a complete request, are no request; a body
@@ -344,6 +346,22 @@ TEST_F(AssetsServerTest, KeepsEveryAppInItsOwnFolderInsideTheStorage) {
   EXPECT_EQ(std::distance(fs::directory_iterator(tree.path()), fs::directory_iterator()), 1);
 }
 
+// Closing with the client's extra bytes unread would reset the connection while the end of a large
+// file is still on its way.
+TEST_F(AssetsServerTest, ServesALargeAssetWholeWhateverTheClientSendsAfterItsRequest) {
+  const std::string content(8 << 20, 'x');  // more than the socket buffers hold
+  tree.write("storage/big/1-a.bin", content);
+  tree.write("storage/big/1-a.bin.meta.json",
+             R"({"stored_filename": "1-a.bin", "media_type": "application/octet-stream"})");
+  for (const std::string range : {"", "Range: bytes=1-\r\n"}) {
+    const std::string get = "GET /assets/big/1-a.bin HTTP/1.1\r\nHost: x\r\n" + range + "\r\n";
+    std::string answer = roundTrip(port, get, "more bytes");
+    const std::size_t body = answer.find("\r\n\r\n");
+    ASSERT_NE(body, std::string::npos) << range;
+    EXPECT_EQ(answer.size() - body - 4, content.size() - (range.empty() ? 0 : 1)) << range;
+  }
+}
+
 TEST_F(AssetsServerTest, RemovesWhatACrashLeftWhenItStarts) {
   // Uploads named like these leftovers are kept: the mutation test's restart shows it.
   json kept = stored("app", "kept.txt", "kept");
@@ -354,6 +372,7 @@ TEST_F(AssetsServerTest, RemovesWhatACrashLeftWhenItStarts) {
                                "3d6a4adc-b.txt.meta.json.part"}) {
     std::ofstream(folder / leftover) << "x";
   }
+  std::ofstream(storage() / "4e7f5b0d.part") << "x";  // an upload still coming in
   port = server.start();
   EXPECT_EQ(fileCount(storage()), 2u);
   auto served =
@@ -384,16 +403,34 @@ TEST_F(AssetsServerTest, AnswersHalfClosedClientsAbsoluteTargetsAndRangesAsHttpS
   ASSERT_EQ(statuses(answer), std::vector<int>{200}) << answer;
   std::string url = json::parse(answer.substr(answer.find("\r\n\r\n") + 4))["url"];
   const std::string path = url.substr(server.address().size());
+  // No head or half a head is no request: a client that stops sending there is gone, not
+  // malformed.
+  for (std::size_t sent : {0, 40}) {
+    fd = connectTo(port);
+    send(fd, whole.data(), sent, MSG_NOSIGNAL);
+    shutdown(fd, SHUT_WR);
+    EXPECT_EQ(readToEnd(fd), "") << sent;
+    close(fd);
+  }
 
   std::string absolute = whole;
   absolute.replace(5, 0, server.address());
   EXPECT_EQ(statuses(roundTrip(port, absolute)), std::vector<int>{200});
 
+  // An invalid range (last before first) is ignored, also where first is past the end; positions of
+  // any length are valid, and a huge one is past any file.
   const std::tuple<std::string, int, std::string, std::string> cases[] = {
-      {"bytes=2-4", 206, "234", "bytes 2-4/10"}, {"bytes=7-", 206, "789", "bytes 7-9/10"},
-      {"bytes=-3", 206, "789", "bytes 7-9/10"},  {"bytes=8-99", 206, "89", "bytes 8-9/10"},
-      {"bytes=10-", 416, "", "bytes */10"},      {"bytes=0-1,4-5", 200, "0123456789", ""},
+      {"bytes=2-4", 206, "234", "bytes 2-4/10"},
+      {"bytes=7-", 206, "789", "bytes 7-9/10"},
+      {"bytes=-3", 206, "789", "bytes 7-9/10"},
+      {"bytes=8-99", 206, "89", "bytes 8-9/10"},
+      {"bytes=10-", 416, "", "bytes */10"},
+      {"bytes=0-1,4-5", 200, "0123456789", ""},
       {"pages=1-2", 200, "0123456789", ""},
+      {"bytes=12-5", 200, "0123456789", ""},
+      {"bytes=0-99999999999999999999", 206, "0123456789", "bytes 0-9/10"},
+      {"bytes=-99999999999999999999", 206, "0123456789", "bytes 0-9/10"},
+      {"bytes=99999999999999999999-", 416, "", "bytes */10"},
   };
   httplib::Client client("127.0.0.1", port);
   for (const auto& [range, status, body, contentRange] : cases) {

@@ -7,6 +7,7 @@
 #include <csignal>
 #include <cstdio>
 #include <cstdlib>
+#include <cstring>
 #include <filesystem>
 #include <string>
 #include <utility>
@@ -170,35 +171,37 @@ TEST_F(AssetsServerProgram, BadFlagsPrintTheReasonAndUsageAndExitWithTwo) {
 }
 
 // Serving what it stores is the package check's part (test/package/check).
-TEST_F(AssetsServerProgram, PrintsItsAddressAndStopsOnTermWhateverItsClientsDo) {
+TEST_F(AssetsServerProgram, PrintsItsAddressAndStopsOnTermOrHangUpWhateverItsClientsDo) {
   std::filesystem::path storage = tree.path() / "s";
-  // The shell prints its process ID, then becomes the server.
-  std::FILE* pipe = popen(("echo $$; exec " + program + " --port 0 --storage " + storage.string() +
-                           " --api-key one --api-key two")
-                              .c_str(),
-                          "r");
-  char line[256] = {};
-  ASSERT_TRUE(std::fgets(line, sizeof line, pipe));
-  pid_t server = std::stoi(line);
-  ASSERT_TRUE(std::fgets(line, sizeof line, pipe));
-  const std::string address = line;
-  ASSERT_NE(address.find("http://127.0.0.1:"), std::string::npos) << address;
+  for (int stopSignal : {SIGTERM, SIGHUP}) {
+    // The shell prints its process ID, then becomes the server.
+    std::FILE* pipe = popen(("echo $$; exec " + program + " --port 0 --storage " +
+                             storage.string() + " --api-key one --api-key two")
+                                .c_str(),
+                            "r");
+    char line[256] = {};
+    ASSERT_TRUE(std::fgets(line, sizeof line, pipe));
+    pid_t server = std::stoi(line);
+    ASSERT_TRUE(std::fgets(line, sizeof line, pipe));
+    const std::string address = line;
+    ASSERT_NE(address.find("http://127.0.0.1:"), std::string::npos) << address;
 
-  // A client in the middle of its request does not hold the stop up past the server's grace.
-  int client = testing::connectTo(std::stoi(address.substr(address.rfind(':') + 1)));
-  ASSERT_GE(client, 0);
-  // Its head is judged and it is told to go on, then it sends nothing more.
-  const std::string head =
-      "POST /v3/applications/a/asset-upload HTTP/1.1\r\nHost: x\r\nAuthorization: Bearer one\r\n"
-      "Content-Type: multipart/form-data; boundary=b\r\nContent-Length: 100\r\n"
-      "Expect: 100-continue\r\n\r\n";
-  send(client, head.data(), head.size(), MSG_NOSIGNAL);
-  char proceed[64] = {};
-  ASSERT_GT(recv(client, proceed, sizeof proceed - 1, 0), 0);
-  EXPECT_NE(std::string(proceed).find("100 Continue"), std::string::npos) << proceed;
-  kill(server, SIGTERM);
-  EXPECT_EQ(pclose(pipe), 0) << "no exit with 0 on TERM";
-  close(client);
+    // A client in the middle of its request does not hold the stop up past the server's grace.
+    int client = testing::connectTo(std::stoi(address.substr(address.rfind(':') + 1)));
+    ASSERT_GE(client, 0);
+    // Its head is judged and it is told to go on, then it sends nothing more.
+    const std::string head =
+        "POST /v3/applications/a/asset-upload HTTP/1.1\r\nHost: x\r\nAuthorization: Bearer "
+        "one\r\nContent-Type: multipart/form-data; boundary=b\r\nContent-Length: 100\r\n"
+        "Expect: 100-continue\r\n\r\n";
+    send(client, head.data(), head.size(), MSG_NOSIGNAL);
+    char proceed[64] = {};
+    ASSERT_GT(recv(client, proceed, sizeof proceed - 1, 0), 0);
+    EXPECT_NE(std::string(proceed).find("100 Continue"), std::string::npos) << proceed;
+    kill(server, stopSignal);
+    EXPECT_EQ(pclose(pipe), 0) << "no exit with 0 on " << strsignal(stopSignal);
+    close(client);
+  }
 }
 
 }  // namespace
