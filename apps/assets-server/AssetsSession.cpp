@@ -29,8 +29,6 @@ constexpr std::string_view kUploadPrefix = "/v3/applications/";
 constexpr std::string_view kUploadSuffix = "/asset-upload";
 constexpr std::string_view kAssetPrefix = "/assets/";
 constexpr std::string_view kDefaultMediaType = "application/octet-stream";
-// A results document is small; a larger one is not read back to check its seal.
-constexpr std::uintmax_t kMaxSealedDocumentBytes = 64 << 20;
 // Bytes read or sent at a time.
 constexpr std::size_t kChunkBytes = 256 * 1024;
 // After an answer, what the client still sends is read and dropped for this long (or this much),
@@ -110,14 +108,6 @@ std::string utcNow() {
   std::snprintf(text.data() + length, text.size() - length, ".%03dZ",
                 static_cast<int>(millis.count()));
   return text.data();
-}
-
-bool sealIsValid(const std::filesystem::path& file, std::uint64_t size, std::string_view appID) {
-  if (size > kMaxSealedDocumentBytes) return false;
-  std::ifstream in(file, std::ios::binary);
-  std::string document(size, '\0');
-  if (!in.read(document.data(), static_cast<std::streamsize>(size))) return false;
-  return ResultsSeal::verify(document, appID);
 }
 
 // Request targets are client text: keep control characters out of the log.
@@ -353,7 +343,7 @@ awaitable<void> AssetsSession::commit(const std::string& appID, AssetStore::Pend
   metadata["media_type"] = mediaTypeOf(part);
   metadata["received_at"] = utcNow();
   if (part.filename == ResultsSeal::kDocumentName) {
-    metadata["seal_valid"] = sealIsValid(pending.writer->path(), pending.writer->size(), appID);
+    metadata["seal_valid"] = ResultsSeal::verifyFile(pending.writer->path(), appID);
   }
   std::optional<std::string> name =
       store_.commit(pending, part.filename.value_or(""), std::move(metadata));

@@ -1,6 +1,7 @@
 #include "ResultsSeal.h"
 
 #include <cstddef>
+#include <fstream>
 #include <nlohmann/json.hpp>
 
 #include "Sha256.h"
@@ -96,6 +97,16 @@ bool ResultsSeal::verify(std::string_view document, std::string_view appID) {
   if (!seal || !data || data->front() != '{' || seal->front() != '"') return false;
   std::string expected = sha256Hex(*data, appID);
   return !expected.empty() && nlohmann::json::parse(*seal).get<std::string>() == expected;
+}
+
+bool ResultsSeal::verifyFile(const std::filesystem::path& file, std::string_view appID) {
+  std::error_code error;
+  const std::uintmax_t size = std::filesystem::file_size(file, error);
+  if (error || size > kMaxDocumentBytes) return false;
+  std::ifstream in(file, std::ios::binary);
+  std::string document(size, '\0');
+  if (!in.read(document.data(), static_cast<std::streamsize>(size))) return false;
+  return verify(document, appID);
 }
 
 bool ResultsSeal::withinDepth(std::string_view document) {

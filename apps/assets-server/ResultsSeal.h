@@ -1,6 +1,8 @@
 #pragma once
 
 #include <cstddef>
+#include <cstdint>
+#include <filesystem>
 #include <optional>
 #include <string>
 #include <string_view>
@@ -20,6 +22,11 @@ class ResultsSeal {
   // True when document is such an object and its "sha256" matches the seal. Memory stays near the
   // document's own size, whatever its shape.
   static bool verify(std::string_view document, std::string_view appID);
+  // The same for a stored document; one larger than kMaxDocumentBytes is not checked (false).
+  static bool verifyFile(const std::filesystem::path& file, std::string_view appID);
+
+  // A results document is small; a larger one is not read back to check its seal.
+  static constexpr std::uintmax_t kMaxDocumentBytes = 64 << 20;
 
   // True when document is JSON nested no deeper than kMaxDepth.
   static bool withinDepth(std::string_view document);
