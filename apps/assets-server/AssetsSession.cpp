@@ -314,9 +314,12 @@ awaitable<AssetsSession::BodyRead> AssetsSession::readBody(const std::string& bo
     received += got;
     if (got > 0) body.feed(chunk.data(), got);
     const auto elapsed = std::chrono::steady_clock::now() - began;
-    if (!parser_.is_done() && elapsed > options_.readTimeout &&
+    // Below the least rate, or past the whole body's time however steadily it comes.
+    const bool belowRate =
+        elapsed > options_.readTimeout &&
         received < options_.minBytesPerSecond *
-                       std::chrono::duration_cast<std::chrono::seconds>(elapsed).count()) {
+                       std::chrono::duration_cast<std::chrono::seconds>(elapsed).count();
+    if (!parser_.is_done() && (belowRate || elapsed > options_.bodyDeadline)) {
       read.refusal = Refusal{http::status::request_timeout, "the body arrives too slowly"};
       co_return read;
     }
@@ -343,7 +346,13 @@ awaitable<void> AssetsSession::commit(const std::string& appID, AssetStore::Pend
   metadata["media_type"] = mediaTypeOf(part);
   metadata["received_at"] = utcNow();
   if (part.filename == ResultsSeal::kDocumentName) {
-    metadata["seal_valid"] = ResultsSeal::verifyFile(pending.writer->path(), appID);
+    // On the check threads: a large document holds up no other connection meanwhile. The check is
+    // a named local, not a temporary of the awaited expression, which GCC 12 destroys twice.
+    auto check = [file = pending.writer->path(), appID]() -> awaitable<bool> {
+      co_return ResultsSeal::verifyFile(file, appID);
+    };
+    const bool valid = co_await asio::co_spawn(checks_, std::move(check), asio::use_awaitable);
+    metadata["seal_valid"] = valid;
   }
   std::optional<std::string> name =
       store_.commit(pending, part.filename.value_or(""), std::move(metadata));
