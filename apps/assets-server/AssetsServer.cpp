@@ -18,6 +18,11 @@ using asio::ip::tcp;
 namespace {
 
 constexpr int kThreads = 4;
+// Seal checks run on their own threads, so that a large document holds up no connection.
+constexpr int kCheckThreads = 2;
+// After an accept fails (out of file handles, say), the connection is still queued: trying again
+// at once would spin.
+constexpr auto kAcceptPause = std::chrono::milliseconds(100);
 
 }  // namespace
 
@@ -26,9 +31,13 @@ struct AssetsServer::Runtime {
   tcp::acceptor acceptor{io};
   asio::strand<asio::io_context::executor_type> control = asio::make_strand(io);
   asio::steady_timer stopTimer{control};
+  // The accept loop's wait after a failure or while the house is full; a session ending ends it.
+  asio::steady_timer acceptPause{control};
   std::atomic<int> sessions{0};
   std::atomic<bool> stopping{false};
   std::vector<std::thread> threads;
+  // Last, so that it is joined first: a check still running finishes before the context goes.
+  asio::thread_pool checks{kCheckThreads};
 };
 
 AssetsServer::AssetsServer(Options options)
@@ -71,23 +80,38 @@ int AssetsServer::start(const std::string& host, int port) {
       rt.control,
       [this, &rt]() -> awaitable<void> {
         for (;;) {
-          beast::error_code refused;
+          beast::error_code declined;
+          if (static_cast<std::size_t>(rt.sessions) >= options_.maxSessions) {
+            // Full: new connections wait in the listen queue until a session ends.
+            rt.acceptPause.expires_at(asio::steady_timer::time_point::max());
+            co_await rt.acceptPause.async_wait(asio::redirect_error(asio::use_awaitable, declined));
+            if (!rt.acceptor.is_open()) co_return;
+            continue;
+          }
           tcp::socket socket = co_await rt.acceptor.async_accept(
-              asio::make_strand(rt.io), asio::redirect_error(asio::use_awaitable, refused));
+              asio::make_strand(rt.io), asio::redirect_error(asio::use_awaitable, declined));
           if (!rt.acceptor.is_open()) co_return;
-          if (refused) continue;
+          if (declined) {
+            rt.acceptPause.expires_after(kAcceptPause);
+            co_await rt.acceptPause.async_wait(asio::redirect_error(asio::use_awaitable, declined));
+            if (!rt.acceptor.is_open()) co_return;
+            continue;
+          }
           ++rt.sessions;
           auto executor = socket.get_executor();
           asio::co_spawn(
               executor,
               [this, &rt,
                session = std::make_shared<AssetsSession>(store_, options_, address_,
+                                                         rt.checks.get_executor(),
                                                          std::move(socket))]() -> awaitable<void> {
                 co_await session->run();
-                // The last request out ends a stop early.
-                if (--rt.sessions == 0 && rt.stopping) {
-                  asio::post(rt.control, [&rt] { rt.stopTimer.cancel(); });
-                }
+                --rt.sessions;
+                asio::post(rt.control, [&rt] {
+                  rt.acceptPause.cancel();
+                  // The last request out ends a stop early.
+                  if (rt.sessions == 0 && rt.stopping) rt.stopTimer.cancel();
+                });
               },
               asio::detached);
         }
@@ -105,6 +129,7 @@ void AssetsServer::stop() {
     rt.stopping = true;
     beast::error_code ignored;
     rt.acceptor.close(ignored);
+    rt.acceptPause.cancel();
     rt.stopTimer.expires_after(kStopGrace);
     // Requests still going after the grace are cut off: their coroutines end with the context.
     rt.stopTimer.async_wait([&rt](beast::error_code) { rt.io.stop(); });

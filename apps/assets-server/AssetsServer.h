@@ -42,6 +42,10 @@ class AssetsServer {
     std::chrono::milliseconds readTimeout{30000};
     // The least average rate of a body, checked from one readTimeout after it began.
     std::uint64_t minBytesPerSecond = 1024;
+    // How long one body may take in all, however steadily it comes (408 past it).
+    std::chrono::milliseconds bodyDeadline{std::chrono::hours(1)};
+    // Connections served at once; more wait in the listen queue until a session ends.
+    std::size_t maxSessions = 1024;
     // One line per request on standard error.
     bool logRequests = false;
   };

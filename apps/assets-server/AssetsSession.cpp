@@ -30,8 +30,6 @@ constexpr std::string_view kUploadPrefix = "/v3/applications/";
 constexpr std::string_view kUploadSuffix = "/asset-upload";
 constexpr std::string_view kAssetPrefix = "/assets/";
 constexpr std::string_view kDefaultMediaType = "application/octet-stream";
-// A results document is small; a larger one is not read back to check its seal.
-constexpr std::uintmax_t kMaxSealedDocumentBytes = 64 << 20;
 // Bytes read or sent at a time.
 constexpr std::size_t kChunkBytes = 256 * 1024;
 // After an answer, what the client still sends is read and dropped for this long (or this much),
@@ -114,14 +112,6 @@ std::string utcNow() {
   std::snprintf(text.data() + length, text.size() - length, ".%03dZ",
                 static_cast<int>(millis.count()));
   return text.data();
-}
-
-bool sealIsValid(const std::filesystem::path& file, std::uint64_t size, std::string_view appID) {
-  if (size > kMaxSealedDocumentBytes) return false;
-  std::ifstream in(file, std::ios::binary);
-  std::string document(size, '\0');
-  if (!in.read(document.data(), static_cast<std::streamsize>(size))) return false;
-  return ResultsSeal::verify(document, appID);
 }
 
 // Request targets are client text: keep control characters out of the log.
@@ -339,9 +329,12 @@ awaitable<AssetsSession::BodyRead> AssetsSession::readBody(const std::string& bo
     received += got;
     if (got > 0) body.feed(chunk.data(), got);
     const auto elapsed = std::chrono::steady_clock::now() - began;
-    if (!parser_.is_done() && elapsed > options_.readTimeout &&
+    // Below the least rate, or past the whole body's time however steadily it comes.
+    const bool belowRate =
+        elapsed > options_.readTimeout &&
         received < options_.minBytesPerSecond *
-                       std::chrono::duration_cast<std::chrono::seconds>(elapsed).count()) {
+                       std::chrono::duration_cast<std::chrono::seconds>(elapsed).count();
+    if (!parser_.is_done() && (belowRate || elapsed > options_.bodyDeadline)) {
       read.refusal = Refusal{http::status::request_timeout, "the body arrives too slowly"};
       co_return read;
     }
@@ -368,7 +361,13 @@ awaitable<void> AssetsSession::commit(const std::string& appID, AssetStore::Pend
   metadata["media_type"] = mediaTypeOf(part);
   metadata["received_at"] = utcNow();
   if (part.filename == ResultsSeal::kDocumentName) {
-    metadata["seal_valid"] = sealIsValid(pending.writer->path(), pending.writer->size(), appID);
+    // On the check threads: a large document holds up no other connection meanwhile. The check is
+    // a named local, not a temporary of the awaited expression, which GCC 12 destroys twice.
+    auto check = [file = pending.writer->path(), appID]() -> awaitable<bool> {
+      co_return ResultsSeal::verifyFile(file, appID);
+    };
+    const bool valid = co_await asio::co_spawn(checks_, std::move(check), asio::use_awaitable);
+    metadata["seal_valid"] = valid;
   }
   std::optional<std::string> name =
       store_.commit(pending, part.filename.value_or(""), std::move(metadata));

@@ -35,11 +35,13 @@ class AssetsSession {
   static inline const Header kBearer{"WWW-Authenticate", "Bearer"};
 
  public:
+  // Seal checks run on checks, off the connections' threads.
   AssetsSession(const AssetStore& store, const AssetsServer::Options& options, std::string address,
-                tcp::socket socket)
+                boost::asio::thread_pool::executor_type checks, tcp::socket socket)
       : store_(store),
         options_(options),
         address_(std::move(address)),
+        checks_(std::move(checks)),
         stream_(std::move(socket)) {}
 
   awaitable<void> run();
@@ -90,6 +92,7 @@ class AssetsSession {
   const AssetStore& store_;
   const AssetsServer::Options& options_;
   const std::string address_;
+  boost::asio::thread_pool::executor_type checks_;
   boost::beast::tcp_stream stream_;
   boost::beast::flat_buffer buffer_;
   boost::beast::http::request_parser<boost::beast::http::buffer_body> parser_;

@@ -1,7 +1,13 @@
 #include "ResultsSeal.h"
 
-#include <cstddef>
+#include <fstream>
+#include <functional>
+#include <istream>
 #include <nlohmann/json.hpp>
+#include <optional>
+#include <streambuf>
+#include <utility>
+#include <vector>
 
 #include "Sha256.h"
 
@@ -9,121 +15,347 @@ namespace quorvel {
 
 namespace {
 
-// The scanners below run only on text the JSON parser accepted, so they never leave it.
+// Bytes of the document read at a time.
+constexpr std::size_t kChunkBytes = 64 * 1024;
+// A string longer than this is judged by the parser piece by piece.
+constexpr std::size_t kPieceBytes = 16 * 1024;
+// Valid string text has a place to cut at least every 12 bytes (a surrogate pair's escapes).
+constexpr std::size_t kPieceSlack = 64;
+// Runs of blanks or digits are cut to this: the parser judges them the same.
+constexpr std::size_t kMaxRun = 32;
+// Key text longer than this names no member looked for.
+constexpr std::size_t kMaxKeyBytes = 256;
+// A "sha256" member longer than this cannot hold a digest, escaped or not.
+constexpr std::size_t kMaxSealBytes = 512;
 
 bool isJsonSpace(char c) { return c == ' ' || c == '\t' || c == '\n' || c == '\r'; }
+bool isDigit(char c) { return c >= '0' && c <= '9'; }
 
-std::size_t skipSpace(std::string_view text, std::size_t at) {
-  while (at < text.size() && isJsonSpace(text[at])) ++at;
-  return at;
-}
+// Told the raw text of each top-level member's value as it passes: begin on its first bytes, end on
+// its last.
+using MemberText =
+    std::function<void(const std::string& key, std::string_view text, bool begin, bool end)>;
 
-// From an opening quote to just past the closing one.
-std::size_t skipString(std::string_view text, std::size_t at) {
-  for (++at; text[at] != '"'; ++at) {
-    if (text[at] == '\\') ++at;
+// A document as a JSON parser is shown it: byte for byte, except that a long string is handed to
+// the parser in pieces beforehand and stands as "" in the stream, and long runs of blanks or digits
+// are cut short. The parser's verdict on the stream is its verdict on the document, while neither
+// it nor this reader ever holds more than a piece (nlohmann's lexer keeps each token twice, so a
+// long string would cost twice its size). Pieces are cut only where no escape or UTF-8 sequence is
+// split and no surrogate pair is parted, so the pieces are valid exactly when the whole string is.
+class Skeleton : public std::streambuf {
+ public:
+  Skeleton(std::streambuf& document, MemberText member)
+      : document_(document), member_(std::move(member)), in_(kChunkBytes) {
+    piece_.reserve(kPieceBytes + kPieceSlack);
   }
-  return at + 1;
-}
 
-std::size_t skipValue(std::string_view text, std::size_t at) {
-  char first = text[at];
-  if (first == '"') return skipString(text, at);
-  if (first == '{' || first == '[') {
-    int depth = 0;
-    while (true) {
-      char c = text[at];
-      if (c == '"') {
-        at = skipString(text, at);
+  // True when a piece of a long string was refused: the document is not JSON whatever follows.
+  bool broken() const { return broken_; }
+
+ protected:
+  int_type underflow() override {
+    out_.clear();
+    while (out_.empty() && !ended_) {
+      std::streamsize got = document_.sgetn(in_.data(), static_cast<std::streamsize>(in_.size()));
+      if (got <= 0) {
+        ended_ = true;
+        // Cut off inside a string: show the parser an unterminated one.
+        if (inString_) out_ += '"';
+        break;
+      }
+      scan(in_.data(), static_cast<std::size_t>(got));
+    }
+    if (out_.empty()) return traits_type::eof();
+    setg(out_.data(), out_.data(), out_.data() + out_.size());
+    return traits_type::to_int_type(out_[0]);
+  }
+
+ private:
+  enum class Expect { kKey, kColon, kValue, kComma };
+  enum class Kind { kNone, kScalar, kString, kNested };
+
+  void scan(const char* data, std::size_t size) {
+    valueFrom_ = 0;
+    for (std::size_t i = 0; i < size; ++i) {
+      const char c = data[i];
+      if (inString_) {
+        stringByte(c);
+        if (!inString_ && depth_ == 1 && kind_ == Kind::kString) endValue(data, i + 1);
         continue;
       }
-      if (c == '{' || c == '[') ++depth;
-      if ((c == '}' || c == ']') && --depth == 0) return at + 1;
-      ++at;
+      if (depth_ == 1 && topIsObject_) member(data, i, c);
+      if (c == '"') {
+        inString_ = true;
+        pieced_ = false;
+        escapeLeft_ = 0;
+        highSurrogate_ = false;
+        piece_.clear();
+        spaceRun_ = digitRun_ = 0;
+        continue;
+      }
+      if (c == '{' || c == '[') {
+        if (depth_ == 0 && !topSeen_) topIsObject_ = c == '{';
+        topSeen_ = true;
+        ++depth_;
+      } else if ((c == '}' || c == ']') && depth_ > 0) {
+        --depth_;
+        if (depth_ == 1 && kind_ == Kind::kNested) endValue(data, i + 1);
+      }
+      skeletonByte(c);
+    }
+    if (kind_ != Kind::kNone) flushValue(data, size, false);
+  }
+
+  // Follows the members of the top-level object: c is a byte between them, or a value's first.
+  void member(const char* data, std::size_t at, char c) {
+    if (kind_ == Kind::kScalar && (isJsonSpace(c) || c == ',' || c == '}' || c == ']')) {
+      endValue(data, at);
+    }
+    if (isJsonSpace(c)) return;
+    if (expect_ == Expect::kKey && c == '"') {
+      keyText_.clear();
+      inKey_ = true;
+    } else if (expect_ == Expect::kColon && c == ':') {
+      expect_ = Expect::kValue;
+    } else if (expect_ == Expect::kComma && c == ',') {
+      expect_ = Expect::kKey;
+    } else if (expect_ == Expect::kValue) {
+      kind_ = c == '"' ? Kind::kString : c == '{' || c == '[' ? Kind::kNested : Kind::kScalar;
+      valueFrom_ = at;
+      valueBegun_ = false;
+      expect_ = Expect::kComma;
     }
   }
-  // A number or a literal.
-  while (at < text.size() && !isJsonSpace(text[at]) && text[at] != ',' && text[at] != '}' &&
-         text[at] != ']') {
-    ++at;
+
+  void flushValue(const char* data, std::size_t end, bool last) {
+    member_(key_, std::string_view(data + valueFrom_, end - valueFrom_), !valueBegun_, last);
+    valueBegun_ = true;
+    valueFrom_ = 0;
   }
-  return at;
+
+  void endValue(const char* data, std::size_t end) {
+    flushValue(data, end, true);
+    kind_ = Kind::kNone;
+  }
+
+  void stringByte(char c) {
+    if (inKey_ && keyText_.size() <= kMaxKeyBytes) keyText_ += c;
+    if (escapeLeft_ > 0) {
+      escapeByte(c);
+      piece_ += c;
+      return;
+    }
+    if (c == '"') {
+      endString();
+      return;
+    }
+    // Before c the string may be cut: not inside a UTF-8 sequence nor between a pair's halves.
+    const bool continuation = (static_cast<unsigned char>(c) & 0xC0) == 0x80;
+    if (!continuation && !(c == '\\' && highSurrogate_) && piece_.size() >= kPieceBytes) {
+      checkPiece();
+    }
+    highSurrogate_ = false;
+    if (c == '\\') {
+      escapeLeft_ = 1;
+      unicode_ = false;
+    }
+    piece_ += c;
+    if (piece_.size() > kPieceBytes + kPieceSlack) {
+      broken_ = true;
+      piece_.clear();
+    }
+  }
+
+  // The bytes after a backslash: one letter, and four hex digits after "u".
+  void escapeByte(char c) {
+    if (!unicode_) {
+      unicode_ = c == 'u';
+      escapeLeft_ = unicode_ ? 4 : 0;
+      code_ = 0;
+      return;
+    }
+    const int digit = isDigit(c)             ? c - '0'
+                      : c >= 'a' && c <= 'f' ? c - 'a' + 10
+                      : c >= 'A' && c <= 'F' ? c - 'A' + 10
+                                             : 0;
+    code_ = code_ * 16 + static_cast<unsigned>(digit);
+    if (--escapeLeft_ == 0) highSurrogate_ = code_ >= 0xD800 && code_ <= 0xDBFF;
+  }
+
+  void endString() {
+    inString_ = false;
+    if (pieced_) {
+      checkPiece();
+      out_ += "\"\"";
+    } else {
+      out_ += '"';
+      out_ += piece_;
+      out_ += '"';
+    }
+    piece_.clear();
+    if (inKey_) {
+      inKey_ = false;
+      expect_ = Expect::kColon;
+      // A key as the parser reads it: escapes such as "d\u0061ta" name "data" too.
+      nlohmann::json name = keyText_.size() <= kMaxKeyBytes
+                                ? nlohmann::json::parse("\"" + keyText_, nullptr, false)
+                                : nlohmann::json();
+      key_ = name.is_string() ? name.get<std::string>() : std::string();
+    }
+  }
+
+  void checkPiece() {
+    pieced_ = true;
+    quoted_.assign(1, '"');
+    quoted_ += piece_;
+    quoted_ += '"';
+    if (!nlohmann::json::accept(quoted_)) broken_ = true;
+    piece_.clear();
+  }
+
+  void skeletonByte(char c) {
+    if (isJsonSpace(c)) {
+      digitRun_ = 0;
+      if (spaceRun_++ == 0) out_ += c;
+    } else if (isDigit(c)) {
+      spaceRun_ = 0;
+      if (digitRun_++ < kMaxRun) out_ += c;
+    } else {
+      spaceRun_ = digitRun_ = 0;
+      out_ += c;
+    }
+  }
+
+  std::streambuf& document_;
+  MemberText member_;
+  std::vector<char> in_;
+  std::string out_;
+  bool ended_ = false;
+  bool broken_ = false;
+  // Where the reader is.
+  std::size_t depth_ = 0;
+  bool topSeen_ = false;
+  bool topIsObject_ = false;
+  bool inString_ = false;
+  std::string piece_;
+  std::string quoted_;
+  bool pieced_ = false;
+  int escapeLeft_ = 0;
+  bool unicode_ = false;
+  unsigned code_ = 0;
+  bool highSurrogate_ = false;
+  std::size_t spaceRun_ = 0;
+  std::size_t digitRun_ = 0;
+  // The top-level member being read.
+  Expect expect_ = Expect::kKey;
+  bool inKey_ = false;
+  std::string keyText_;
+  std::string key_;
+  Kind kind_ = Kind::kNone;
+  std::size_t valueFrom_ = 0;
+  bool valueBegun_ = false;
+};
+
+// Stops at the first level too deep, so the parser's own stack stays small as well.
+struct DepthLimit : nlohmann::json::json_sax_t {
+  std::size_t depth = 0;
+  bool open() { return ++depth <= ResultsSeal::kMaxDepth; }
+  bool close() {
+    --depth;
+    return true;
+  }
+  bool null() override { return true; }
+  bool boolean(bool) override { return true; }
+  bool number_integer(number_integer_t) override { return true; }
+  bool number_unsigned(number_unsigned_t) override { return true; }
+  bool number_float(number_float_t, const string_t&) override { return true; }
+  bool string(string_t&) override { return true; }
+  bool binary(binary_t&) override { return true; }
+  bool start_object(std::size_t) override { return open(); }
+  bool key(string_t&) override { return true; }
+  bool end_object() override { return close(); }
+  bool start_array(std::size_t) override { return open(); }
+  bool end_array() override { return close(); }
+  bool parse_error(std::size_t, const std::string&, const nlohmann::detail::exception&) override {
+    return false;
+  }
+};
+
+// True when document is JSON nested no deeper than kMaxDepth; its top-level members go to member on
+// the way. No tree is built: one as deep or as wide as the bytes allow would cost many times their
+// size.
+bool readDocument(std::streambuf& document, MemberText member) {
+  Skeleton skeleton(document, std::move(member));
+  std::istream stream(&skeleton);
+  DepthLimit limit;
+  return nlohmann::json::sax_parse(stream, &limit) && !skeleton.broken();
 }
 
-// A key as the parser reads it: escapes such as "d\u0061ta" name "data" too.
-std::string keyOf(std::string_view quoted) {
-  if (quoted.find('\\') == std::string_view::npos) {
-    return std::string(quoted.substr(1, quoted.size() - 2));
+// Text in memory as a stream, without a copy.
+class TextBuffer : public std::streambuf {
+ public:
+  explicit TextBuffer(std::string_view text) {
+    char* begin = const_cast<char*>(text.data());
+    setg(begin, begin, begin + text.size());
   }
-  return nlohmann::json::parse(quoted).get<std::string>();
-}
+};
 
-// The last member named key of the object document, which the parser has accepted.
-std::optional<std::string_view> scanMember(std::string_view document, std::string_view key) {
-  // The parser skips a leading byte-order mark; so must we.
-  std::size_t at = document.starts_with("\xEF\xBB\xBF") ? 3 : 0;
-  at = skipSpace(document, at);
-  if (document[at] != '{') return std::nullopt;
-
-  std::optional<std::string_view> found;
-  at = skipSpace(document, at + 1);
-  while (document[at] == '"') {
-    std::size_t keyEnd = skipString(document, at);
-    std::string name = keyOf(document.substr(at, keyEnd - at));
-    std::size_t valueStart = skipSpace(document, skipSpace(document, keyEnd) + 1);
-    std::size_t valueEnd = skipValue(document, valueStart);
-    if (name == key) found = document.substr(valueStart, valueEnd - valueStart);
-    at = skipSpace(document, valueEnd);
-    if (document[at] == ',') at = skipSpace(document, at + 1);
-  }
-  return found;
+bool verifyStream(std::streambuf& document, std::string_view appID) {
+  std::optional<Sha256> digest;
+  std::string expected;
+  bool dataIsObject = false;
+  std::string seal;
+  const bool json = readDocument(
+      document, [&](const std::string& key, std::string_view text, bool begin, bool end) {
+        if (key == "data") {
+          if (begin) {
+            digest.emplace();
+            expected.clear();
+            dataIsObject = text.front() == '{';
+          }
+          digest->update(text);
+          if (end) {
+            digest->update(appID);
+            expected = digest->finishHex();
+          }
+        } else if (key == "sha256") {
+          if (begin) seal.clear();
+          if (seal.size() <= kMaxSealBytes)
+            seal.append(text.substr(0, kMaxSealBytes + 1 - seal.size()));
+        }
+      });
+  if (!json || !dataIsObject || expected.empty() || seal.size() > kMaxSealBytes) return false;
+  nlohmann::json given = nlohmann::json::parse(seal, nullptr, false);
+  return given.is_string() && given.get<std::string>() == expected;
 }
 
 }  // namespace
 
-std::optional<std::string_view> ResultsSeal::memberText(std::string_view document,
-                                                        std::string_view key) {
-  if (!nlohmann::json::accept(document)) return std::nullopt;
-  return scanMember(document, key);
+std::optional<std::string> ResultsSeal::memberText(std::string_view document,
+                                                   std::string_view key) {
+  std::optional<std::string> found;
+  TextBuffer stream(document);
+  const bool json =
+      readDocument(stream, [&](const std::string& name, std::string_view text, bool begin, bool) {
+        if (name != key) return;
+        if (begin) found.emplace();
+        found->append(text);
+      });
+  return json ? found : std::nullopt;
 }
 
 bool ResultsSeal::verify(std::string_view document, std::string_view appID) {
-  // No tree of the document is built: one as deep or as wide as its bytes allow would cost many
-  // times its size in memory.
-  if (!withinDepth(document)) return false;
-  std::optional<std::string_view> seal = scanMember(document, "sha256");
-  std::optional<std::string_view> data = scanMember(document, "data");
-  if (!seal || !data || data->front() != '{' || seal->front() != '"') return false;
-  std::string expected = sha256Hex(*data, appID);
-  return !expected.empty() && nlohmann::json::parse(*seal).get<std::string>() == expected;
+  TextBuffer stream(document);
+  return verifyStream(stream, appID);
 }
 
-bool ResultsSeal::withinDepth(std::string_view document) {
-  // Stops at the first level too deep, so the parser's own stack stays small as well.
-  struct DepthLimit : nlohmann::json::json_sax_t {
-    std::size_t depth = 0;
-    bool open() { return ++depth <= kMaxDepth; }
-    bool close() {
-      --depth;
-      return true;
-    }
-    bool null() override { return true; }
-    bool boolean(bool) override { return true; }
-    bool number_integer(number_integer_t) override { return true; }
-    bool number_unsigned(number_unsigned_t) override { return true; }
-    bool number_float(number_float_t, const string_t&) override { return true; }
-    bool string(string_t&) override { return true; }
-    bool binary(binary_t&) override { return true; }
-    bool start_object(std::size_t) override { return open(); }
-    bool key(string_t&) override { return true; }
-    bool end_object() override { return close(); }
-    bool start_array(std::size_t) override { return open(); }
-    bool end_array() override { return close(); }
-    bool parse_error(std::size_t, const std::string&, const nlohmann::detail::exception&) override {
-      return false;
-    }
-  } limit;
-  return nlohmann::json::sax_parse(document, &limit);
+bool ResultsSeal::verifyFile(const std::filesystem::path& file, std::string_view appID) {
+  std::error_code error;
+  const std::uintmax_t size = std::filesystem::file_size(file, error);
+  if (error || size > kMaxDocumentBytes) return false;
+  std::filebuf stream;
+  if (!stream.open(file, std::ios::in | std::ios::binary)) return false;
+  return verifyStream(stream, appID);
 }
 
 std::string ResultsSeal::sha256Hex(std::string_view bytes, std::string_view more) {

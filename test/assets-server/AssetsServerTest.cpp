@@ -1,8 +1,10 @@
 #include <gtest/gtest.h>
 #include <httplib.h>
+#include <poll.h>
 #include <sys/socket.h>
 #include <unistd.h>
 
+#include <cstring>
 #include <fstream>
 #include <optional>
 #include <random>
@@ -283,8 +285,7 @@ TEST(ResultsSeal, FindsTheTopLevelMemberTextAsWritten) {
       {R"({"data":{})", std::nullopt},
   };
   for (const auto& [document, data] : cases) {
-    auto text = ResultsSeal::memberText(document, "data");
-    EXPECT_EQ(text ? std::optional<std::string>(*text) : std::nullopt, data) << document;
+    EXPECT_EQ(ResultsSeal::memberText(document, "data"), data) << document;
   }
 }
 
@@ -304,6 +305,83 @@ TEST(ResultsSeal, VerifiesTheDataAsWrittenWithTheAppIdAndNothingTooDeep) {
   const std::size_t room = ResultsSeal::kMaxDepth - 2;  // the document and its data
   EXPECT_TRUE(ResultsSeal::verify(sealed(nested(room), "app"), "app"));
   EXPECT_FALSE(ResultsSeal::verify(sealed(nested(room + 1), "app"), "app"));
+}
+
+#ifdef __SANITIZE_ADDRESS__
+constexpr bool kSanitized = true;
+#else
+constexpr bool kSanitized = false;
+#endif
+
+long statusKiB(const char* field) {
+  std::ifstream status("/proc/self/status");
+  for (std::string line; std::getline(status, line);) {
+    if (line.starts_with(field)) return std::stol(line.substr(std::strlen(field)));
+  }
+  return -1;
+}
+
+TEST(ResultsSeal, ChecksAStoredDocumentInLittleMoreMemoryThanItsSize) {
+  // One long string value: a checker that copies the document or buffers whole tokens shows.
+  const std::size_t size = kSanitized ? 4 << 20 : 60 << 20;
+  testing::TemporaryTree tree{"quorvel-seal-memory"};
+  const fs::path file = tree.path() / "jsonResults.json";
+  {
+    std::ofstream(file, std::ios::binary)
+        << sealed(R"({"log":")" + std::string(size, 'x') + "\"}", "app");
+  }
+  // The peak from here on (Linux resets it on writing 5 to clear_refs).
+  const bool peakReset = static_cast<bool>(std::ofstream("/proc/self/clear_refs") << "5");
+  const long before = statusKiB("VmRSS:");
+  EXPECT_TRUE(ResultsSeal::verifyFile(file, "app"));
+  const long growth = (statusKiB("VmHWM:") - before) * 1024;
+  RecordProperty("seal_check_peak_growth_bytes", std::to_string(growth));
+  if (kSanitized) GTEST_SKIP() << "AddressSanitizer keeps freed blocks: resident size says nothing";
+  if (!peakReset) GTEST_SKIP() << "no way to reset the peak resident size here";
+  EXPECT_LT(growth, static_cast<long>(size) * 3 / 2) << "bytes over a document of " << size;
+}
+
+// Seal checks run beside the connections: while large documents are being checked, another upload
+// is answered. The last byte of each large body goes out together, so their checks start at once.
+TEST(ResultsSeal, LargeDocumentsBeingCheckedHoldUpNoOtherUpload) {
+  testing::TemporaryTree tree{"quorvel-seal-beside"};
+  AssetsServer server{
+      {.storage = tree.path() / "storage", .apiKeys = {"key-2"}, .maxBytes = 64 << 20}};
+  const int port = server.start();
+  std::string data = "{\"a\":[";
+  // Large enough that the checks outlast the small upload; smaller where sanitizers slow them.
+  while (data.size() < (kSanitized ? 3 << 20 : 24 << 20)) data += "{\"b\":[1.5,\"c\",true,null]},";
+  data += "0]}";
+  const std::string large =
+      request("app", part("jsonResults.json", "application/json", sealed(data, "app")) + kClose);
+  data = {};
+  std::vector<int> checked;
+  std::vector<std::thread> senders;
+  for (int i = 0; i < 8; ++i) {
+    checked.push_back(connectTo(port));
+    senders.emplace_back(
+        [fd = checked.back(), &large] { send(fd, large.data(), large.size() - 1, MSG_NOSIGNAL); });
+  }
+  for (auto& sender : senders) sender.join();
+  for (int fd : checked) send(fd, &large.back(), 1, MSG_NOSIGNAL);
+  json answer = json::parse(
+      [&] {
+        std::string small =
+            roundTrip(port, request("app", part("a.txt", "text/plain", "abc") + kClose));
+        return small.substr(small.find("\r\n\r\n") + 4);
+      }(),
+      nullptr, false);
+  EXPECT_TRUE(answer.contains("url")) << answer;
+  int pending = 0;
+  for (int fd : checked) {
+    char peek = 0;
+    pending += recv(fd, &peek, 1, MSG_PEEK | MSG_DONTWAIT) < 0;
+  }
+  EXPECT_EQ(pending, 8) << "large documents answered before the small upload";
+  for (int fd : checked) {
+    EXPECT_EQ(statuses(readToEnd(fd)), std::vector<int>{200});
+    close(fd);
+  }
 }
 
 TEST_F(AssetsServerTest, ChecksTheSealOfAResultsDocument) {
@@ -446,34 +524,57 @@ TEST_F(AssetsServerTest, AnswersHalfClosedClientsAbsoluteTargetsAndRangesAsHttpS
 
 TEST(AssetsServerDeadlines, ClosesSilentHeadsAndRefusesTricklingBodies) {
   testing::TemporaryTree tree{"quorvel-assets-deadlines"};
-  AssetsServer server{{.storage = tree.path() / "storage",
-                       .apiKeys = {"key-1"},
-                       .headDeadline = std::chrono::milliseconds(200),
-                       .readTimeout = std::chrono::milliseconds(300),
-                       .minBytesPerSecond = 1 << 20}};
-  int port = server.start();
-  // Nothing sent: the server closes without an answer once the head's time is up.
-  int silent = connectTo(port);
-  EXPECT_EQ(readToEnd(silent), "");
-  close(silent);
+  // A body a byte at a time: below the least rate, or above it but past the whole body's time.
+  const std::pair<std::uint64_t, std::chrono::milliseconds> limits[] = {
+      {1 << 20, std::chrono::hours(1)}, {1, std::chrono::milliseconds(1000)}};
+  for (const auto& [rate, deadline] : limits) {
+    AssetsServer server{{.storage = tree.path() / "storage",
+                         .apiKeys = {"key-1"},
+                         .headDeadline = std::chrono::milliseconds(200),
+                         .readTimeout = std::chrono::milliseconds(300),
+                         .minBytesPerSecond = rate,
+                         .bodyDeadline = deadline}};
+    int port = server.start();
+    // Nothing sent: the server closes without an answer once the head's time is up.
+    int silent = connectTo(port);
+    EXPECT_EQ(readToEnd(silent), "");
+    close(silent);
 
-  // A body that comes a byte at a time falls below the least rate and is refused.
-  std::string body = part("a.txt", "text/plain", std::string(100, 'x')) + kClose;
-  std::string whole = request("app", body, "key-1");
-  std::string head = whole.substr(0, whole.size() - body.size());
-  int slow = connectTo(port);
-  send(slow, head.data(), head.size(), MSG_NOSIGNAL);
-  std::string answer;
-  for (std::size_t i = 0; i < body.size() && answer.empty(); ++i) {
-    send(slow, body.data() + i, 1, MSG_NOSIGNAL);
-    std::this_thread::sleep_for(std::chrono::milliseconds(50));
-    char peek[16];
-    if (recv(slow, peek, sizeof peek, MSG_PEEK | MSG_DONTWAIT) > 0) answer = readToEnd(slow);
+    std::string body = part("a.txt", "text/plain", std::string(100, 'x')) + kClose;
+    std::string whole = request("app", body, "key-1");
+    std::string head = whole.substr(0, whole.size() - body.size());
+    int slow = connectTo(port);
+    send(slow, head.data(), head.size(), MSG_NOSIGNAL);
+    std::string answer;
+    for (std::size_t i = 0; i < body.size() && answer.empty(); ++i) {
+      send(slow, body.data() + i, 1, MSG_NOSIGNAL);
+      std::this_thread::sleep_for(std::chrono::milliseconds(50));
+      char peek[16];
+      if (recv(slow, peek, sizeof peek, MSG_PEEK | MSG_DONTWAIT) > 0) answer = readToEnd(slow);
+    }
+    close(slow);
+    EXPECT_EQ(statuses(answer), std::vector<int>{408}) << rate << answer;
+    server.stop();
+    EXPECT_EQ(fileCount(tree.path() / "storage"), 0u);
   }
-  close(slow);
-  EXPECT_EQ(statuses(answer), std::vector<int>{408}) << answer;
-  server.stop();
-  EXPECT_EQ(fileCount(tree.path() / "storage"), 0u);
+}
+
+// Past the cap, a connection waits until a session ends, however idle the sessions are.
+TEST(AssetsServerDeadlines, ServesNoMoreSessionsAtOnceThanItsCap) {
+  testing::TemporaryTree tree{"quorvel-assets-cap"};
+  AssetsServer server{{.storage = tree.path() / "storage", .apiKeys = {"key-2"}, .maxSessions = 4}};
+  int port = server.start();
+  std::vector<int> idle;
+  for (int i = 0; i < 4; ++i) idle.push_back(connectTo(port));
+  int next = connectTo(port);
+  std::string whole = request("app", part("a.txt", "text/plain", "abc") + kClose);
+  send(next, whole.data(), whole.size(), MSG_NOSIGNAL);
+  pollfd answered{next, POLLIN, 0};
+  EXPECT_EQ(poll(&answered, 1, 500), 0) << "served past the cap";
+  close(idle[0]);
+  EXPECT_EQ(statuses(readToEnd(next)), std::vector<int>{200});
+  close(next);
+  for (std::size_t i = 1; i < idle.size(); ++i) close(idle[i]);
 }
 
 }  // namespace

@@ -9,7 +9,11 @@
 #include <cstdlib>
 #include <cstring>
 #include <filesystem>
+#include <fstream>
+#include <iterator>
+#include <sstream>
 #include <string>
+#include <thread>
 #include <utility>
 #include <vector>
 
@@ -202,6 +206,56 @@ TEST_F(AssetsServerProgram, PrintsItsAddressAndStopsOnTermOrHangUpWhateverItsCli
     EXPECT_EQ(pclose(pipe), 0) << "no exit with 0 on " << strsignal(stopSignal);
     close(client);
   }
+}
+
+// Clock ticks of CPU the process has used.
+long cpuTicks(pid_t process) {
+  std::ifstream stat("/proc/" + std::to_string(process) + "/stat");
+  std::string text((std::istreambuf_iterator<char>(stat)), std::istreambuf_iterator<char>());
+  std::istringstream fields(text.substr(text.rfind(')') + 2));
+  std::string field;
+  long user = 0, system = 0;
+  for (int i = 3; i <= 15 && fields >> field; ++i) {  // utime and stime are fields 14 and 15
+    if (i == 14) user = std::stol(field);
+    if (i == 15) system = std::stol(field);
+  }
+  return user + system;
+}
+
+TEST_F(AssetsServerProgram, OutOfFileHandlesItWaitsForOneInsteadOfSpinning) {
+#ifdef __SANITIZE_ADDRESS__
+  GTEST_SKIP() << "UBSan's type check aborts a sanitized server that is out of file handles";
+#endif
+  std::FILE* pipe = popen(("ulimit -n 48; echo $$; exec " + program + " --port 0 --storage " +
+                           (tree.path() / "s").string() + " --api-key two 2>/dev/null")
+                              .c_str(),
+                          "r");
+  char line[256] = {};
+  ASSERT_TRUE(std::fgets(line, sizeof line, pipe));
+  pid_t server = std::stoi(line);
+  ASSERT_TRUE(std::fgets(line, sizeof line, pipe));
+  const int port = std::stoi(std::string(line).substr(std::string(line).rfind(':') + 1));
+  // More idle connections than it has handles: the rest wait in the listen queue.
+  std::vector<int> idle;
+  for (int i = 0; i < 64; ++i) idle.push_back(testing::connectTo(port));
+  std::this_thread::sleep_for(std::chrono::milliseconds(300));
+  const long ticks = cpuTicks(server);
+  std::this_thread::sleep_for(std::chrono::seconds(1));
+  const double share = double(cpuTicks(server) - ticks) / sysconf(_SC_CLK_TCK);
+  EXPECT_LT(share, 0.3) << "of a second's CPU while out of file handles";
+  for (int fd : idle) close(fd);
+  // Once it has seen them close and has handles to spare again, an upload goes through.
+  const std::filesystem::path handles = "/proc/" + std::to_string(server) + "/fd";
+  for (int i = 0; i < 100 && std::distance(std::filesystem::directory_iterator(handles),
+                                           std::filesystem::directory_iterator()) > 24;
+       ++i) {
+    std::this_thread::sleep_for(std::chrono::milliseconds(100));
+  }
+  const std::string upload =
+      testing::request("a", testing::part("a.txt", "text/plain", "abc") + testing::kClose, "two");
+  EXPECT_EQ(testing::statuses(testing::roundTrip(port, upload)), std::vector<int>{200});
+  kill(server, SIGTERM);
+  EXPECT_EQ(pclose(pipe), 0);
 }
 
 }  // namespace
