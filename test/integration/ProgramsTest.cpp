@@ -138,6 +138,24 @@ class AssetsServerProgram : public ::testing::Test {
   void SetUp() override {
     if (program.empty()) GTEST_SKIP() << "program not built";
   }
+  // The server started through a shell (shellFirst runs before it), once it listens.
+  struct Started {
+    std::FILE* pipe = nullptr;
+    pid_t pid = 0;
+    std::string address;
+    int port() const { return std::stoi(address.substr(address.rfind(':') + 1)); }
+  };
+  Started start(const std::string& shellFirst, const std::string& arguments) const {
+    // The shell prints its process ID, then becomes the server.
+    Started started;
+    started.pipe = popen((shellFirst + "echo $$; exec " + program + " " + arguments).c_str(), "r");
+    char line[256] = {};
+    if (!std::fgets(line, sizeof line, started.pipe)) return started;
+    started.pid = std::stoi(line);
+    if (std::fgets(line, sizeof line, started.pipe)) started.address = line;
+    return started;
+  }
+
   const std::string program = QUORVEL_ASSETS_SERVER_PROGRAM;
   testing::TemporaryTree tree{"quorvel-assets-program"};
 };
@@ -178,20 +196,13 @@ TEST_F(AssetsServerProgram, BadFlagsPrintTheReasonAndUsageAndExitWithTwo) {
 TEST_F(AssetsServerProgram, PrintsItsAddressAndStopsOnTermOrHangUpWhateverItsClientsDo) {
   std::filesystem::path storage = tree.path() / "s";
   for (int stopSignal : {SIGTERM, SIGHUP}) {
-    // The shell prints its process ID, then becomes the server.
-    std::FILE* pipe = popen(("echo $$; exec " + program + " --port 0 --storage " +
-                             storage.string() + " --api-key one --api-key two")
-                                .c_str(),
-                            "r");
-    char line[256] = {};
-    ASSERT_TRUE(std::fgets(line, sizeof line, pipe));
-    pid_t server = std::stoi(line);
-    ASSERT_TRUE(std::fgets(line, sizeof line, pipe));
-    const std::string address = line;
-    ASSERT_NE(address.find("http://127.0.0.1:"), std::string::npos) << address;
+    const Started server =
+        start("", "--port 0 --storage " + storage.string() + " --api-key one --api-key two");
+    ASSERT_GT(server.pid, 0);
+    ASSERT_NE(server.address.find("http://127.0.0.1:"), std::string::npos) << server.address;
 
     // A client in the middle of its request does not hold the stop up past the server's grace.
-    int client = testing::connectTo(std::stoi(address.substr(address.rfind(':') + 1)));
+    int client = testing::connectTo(server.port());
     ASSERT_GE(client, 0);
     // Its head is judged and it is told to go on, then it sends nothing more.
     const std::string head =
@@ -202,8 +213,8 @@ TEST_F(AssetsServerProgram, PrintsItsAddressAndStopsOnTermOrHangUpWhateverItsCli
     char proceed[64] = {};
     ASSERT_GT(recv(client, proceed, sizeof proceed - 1, 0), 0);
     EXPECT_NE(std::string(proceed).find("100 Continue"), std::string::npos) << proceed;
-    kill(server, stopSignal);
-    EXPECT_EQ(pclose(pipe), 0) << "no exit with 0 on " << strsignal(stopSignal);
+    kill(server.pid, stopSignal);
+    EXPECT_EQ(pclose(server.pipe), 0) << "no exit with 0 on " << strsignal(stopSignal);
     close(client);
   }
 }
@@ -223,15 +234,12 @@ long cpuTicks(pid_t process) {
 }
 
 TEST_F(AssetsServerProgram, OutOfFileHandlesItWaitsForOneInsteadOfSpinning) {
-  std::FILE* pipe = popen(("ulimit -n 48; echo $$; exec " + program + " --port 0 --storage " +
-                           (tree.path() / "s").string() + " --api-key two 2>/dev/null")
-                              .c_str(),
-                          "r");
-  char line[256] = {};
-  ASSERT_TRUE(std::fgets(line, sizeof line, pipe));
-  pid_t server = std::stoi(line);
-  ASSERT_TRUE(std::fgets(line, sizeof line, pipe));
-  const int port = std::stoi(std::string(line).substr(std::string(line).rfind(':') + 1));
+  const Started started =
+      start("ulimit -n 48; ",
+            "--port 0 --storage " + (tree.path() / "s").string() + " --api-key two 2>/dev/null");
+  ASSERT_FALSE(started.address.empty());
+  const pid_t server = started.pid;
+  const int port = started.port();
   // More idle connections than it has handles: the rest wait in the listen queue.
   std::vector<int> idle;
   for (int i = 0; i < 64; ++i) idle.push_back(testing::connectTo(port));
@@ -252,7 +260,7 @@ TEST_F(AssetsServerProgram, OutOfFileHandlesItWaitsForOneInsteadOfSpinning) {
       testing::request("a", testing::part("a.txt", "text/plain", "abc") + testing::kClose, "two");
   EXPECT_EQ(testing::statuses(testing::roundTrip(port, upload)), std::vector<int>{200});
   kill(server, SIGTERM);
-  EXPECT_EQ(pclose(pipe), 0);
+  EXPECT_EQ(pclose(started.pipe), 0);
 }
 
 }  // namespace
