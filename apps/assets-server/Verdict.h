@@ -1,9 +1,8 @@
 #pragma once
 
+#include <nlohmann/json.hpp>
 #include <string>
 #include <string_view>
-
-#include <nlohmann/json.hpp>
 
 namespace quorvel {
 
@@ -29,9 +28,12 @@ struct Verdict {
   static Verdict fail(std::string why, nlohmann::json details = nlohmann::json::object()) {
     return {std::string(kFail), std::move(why), std::move(details)};
   }
-  static Verdict unknown(std::string why) { return {std::string(kUnknown), std::move(why), {}}; }
+  static Verdict unknown(std::string why) {
+    return {std::string(kUnknown), std::move(why), nlohmann::json::object()};
+  }
   static Verdict pending() {
-    return {std::string(kPending), "the evidence is waiting to be judged", {}};
+    return {std::string(kPending), "the evidence is waiting to be judged",
+            nlohmann::json::object()};
   }
 };
 
