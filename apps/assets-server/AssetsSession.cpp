@@ -351,14 +351,8 @@ awaitable<void> AssetsSession::commit(const std::string& appID, AssetStore::Pend
     auto record = [this, appID, results = *name, receivedAt,
                    valid = *sealValid]() -> awaitable<bool> {
       std::string error;
-      bool recorded = false;
-      try {
-        recorded = recorder_.record(appID, results, receivedAt, valid, error);
-      } catch (const std::exception& failure) {
-        error = failure.what();
-      }
-      if (!recorded)
-        std::fprintf(stderr, "cannot record the run of %s: %s\n", results.c_str(), error.c_str());
+      const bool recorded = recorder_.record(appID, results, receivedAt, valid, error);
+      if (!recorded) std::fprintf(stderr, "%s\n", error.c_str());
       co_return recorded;
     };
     if (!co_await asio::co_spawn(checks_, std::move(record), asio::use_awaitable)) {

@@ -102,11 +102,16 @@ RunStore::Run RunRecorder::runOf(const std::string& appID, const std::string& re
 
 bool RunRecorder::record(const std::string& appID, const std::string& results,
                          const std::string& receivedAt, bool sealValid, std::string& error) {
-  std::map<std::string, std::string> pendingAssets;
-  RunStore::Run run = runOf(appID, results, receivedAt, sealValid, pendingAssets);
-  if (!runs_.add(run, pendingAssets, error)) return false;
-  for (const auto& [key, asset] : pendingAssets) pool_.queue({run.folder, results, key, asset});
-  return true;
+  try {
+    std::map<std::string, std::string> pendingAssets;
+    RunStore::Run run = runOf(appID, results, receivedAt, sealValid, pendingAssets);
+    if (!runs_.add(run, pendingAssets, error)) return false;
+    for (const auto& [key, asset] : pendingAssets) pool_.queue({run.folder, results, key, asset});
+    return true;
+  } catch (const std::exception& failure) {
+    error = "cannot record the run of " + results + ": " + failure.what();
+    return false;
+  }
 }
 
 bool RunRecorder::reconcile(std::string& error) {

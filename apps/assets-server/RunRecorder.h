@@ -25,7 +25,7 @@ class RunRecorder {
               std::size_t judgingThreads);
 
   // The run of a results document just stored under results in appID's folder; false with the
-  // reason when the run store refused it. Durable when it returns true.
+  // reason when the run store refused it. Durable when it returns true. Never throws.
   bool record(const std::string& appID, const std::string& results, const std::string& receivedAt,
               bool sealValid, std::string& error);
   // Adds the run of every stored results document the run store lacks (all of them when its
