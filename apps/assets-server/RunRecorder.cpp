@@ -84,8 +84,8 @@ RunStore::Run RunRecorder::runOf(const std::string& appID, const std::string& re
   if (!found.is_object()) return run;
   for (const auto& [key, result] : found.items()) {
     if (!result.is_object() || !result.contains("url") || !result["url"].is_string()) continue;
-    std::optional<std::string> asset;
-    if (sealValid) asset = ownAsset(assets_, run.folder, result["url"].get<std::string>());
+    const std::optional<std::string> asset =
+        sealValid ? ownAsset(assets_, run.folder, result["url"].get<std::string>()) : std::nullopt;
     if (!sealValid) {
       run.verdicts[key] = Verdict::unknown(kSealNotValid);
     } else if (!asset) {
