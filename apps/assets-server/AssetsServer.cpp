@@ -7,6 +7,9 @@
 #include <thread>
 
 #include "AssetsSession.h"
+#include "RunRecorder.h"
+#include "RunsApi.h"
+#include "SqliteRunStore.h"
 
 namespace quorvel {
 
@@ -45,6 +48,14 @@ AssetsServer::AssetsServer(Options options)
 
 AssetsServer::~AssetsServer() { stop(); }
 
+std::filesystem::path AssetsServer::runsDatabase() const {
+  if (!options_.runsDatabase.empty()) return options_.runsDatabase;
+  // A sibling, not a file inside: the storage folder holds only what the store put there.
+  std::filesystem::path folder = std::filesystem::absolute(store_.root()).lexically_normal();
+  if (!folder.has_filename()) folder = folder.parent_path();
+  return folder += ".runs.sqlite";
+}
+
 int AssetsServer::start(const std::string& host, int port) {
   if (runtime_) throw std::logic_error("the assets server is already running");
   if (options_.apiKeys.empty()) throw std::runtime_error("no API key is accepted");
@@ -59,6 +70,12 @@ int AssetsServer::start(const std::string& host, int port) {
   if (leftovers > 0 && options_.logRequests) {
     std::fprintf(stderr, "removed %zu files a crash left in the storage\n", leftovers);
   }
+  std::string problem;
+  std::unique_ptr<RunStore> runs = SqliteRunStore::open(runsDatabase(), problem);
+  if (!runs) throw std::runtime_error(problem);
+  auto recorder =
+      std::make_unique<RunRecorder>(store_, *runs, options_.judge, options_.judgingThreads);
+  if (!recorder->reconcile(problem)) throw std::runtime_error(problem);
 
   auto runtime = std::make_unique<Runtime>();
   beast::error_code failure;
@@ -102,8 +119,8 @@ int AssetsServer::start(const std::string& host, int port) {
           asio::co_spawn(
               executor,
               [this, &rt,
-               session = std::make_shared<AssetsSession>(store_, options_, address_,
-                                                         rt.checks.get_executor(),
+               session = std::make_shared<AssetsSession>(store_, *recorder_, *runsApi_, options_,
+                                                         address_, rt.checks.get_executor(),
                                                          std::move(socket))]() -> awaitable<void> {
                 co_await session->run();
                 --rt.sessions;
@@ -117,6 +134,9 @@ int AssetsServer::start(const std::string& host, int port) {
         }
       },
       asio::detached);
+  runsApi_ = std::make_unique<RunsApi>(*runs);
+  runs_ = std::move(runs);
+  recorder_ = std::move(recorder);
   for (int i = 0; i < kThreads; ++i) rt.threads.emplace_back([&rt] { rt.io.run(); });
   runtime_ = std::move(runtime);
   return port_;
@@ -124,6 +144,8 @@ int AssetsServer::start(const std::string& host, int port) {
 
 void AssetsServer::stop() {
   if (!runtime_) return;
+  // Judging ends first: uploads still being answered leave their verdicts pending.
+  recorder_->stop();
   Runtime& rt = *runtime_;
   asio::post(rt.control, [&rt] {
     rt.stopping = true;
@@ -137,6 +159,9 @@ void AssetsServer::stop() {
   });
   for (auto& thread : rt.threads) thread.join();
   runtime_.reset();
+  runsApi_.reset();
+  recorder_.reset();
+  runs_.reset();
 }
 
 }  // namespace quorvel

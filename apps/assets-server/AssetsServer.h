@@ -3,19 +3,32 @@
 #include <chrono>
 #include <cstdint>
 #include <filesystem>
+#include <functional>
 #include <memory>
+#include <nlohmann/json.hpp>
 #include <string>
+#include <string_view>
 #include <vector>
 
 #include "AssetStore.h"
+#include "Verdict.h"
 
 namespace quorvel {
+
+class RunRecorder;
+class RunStore;
+class RunsApi;
 
 // The reference assets backend the SDK uploads to during development and tests.
 //
 //   POST /v3/applications/{appID}/asset-upload   Authorization: Bearer <key>, multipart/form-data
 //        with one part "content"; stores it and answers {"filename": ..., "url": ...}
 //   GET  /assets/{app folder}/{stored name}      the stored bytes with their declared media type
+//   GET  /v3/applications/{appID}/runs[/{results}]  the runs and their verdicts (see RunsApi)
+//
+// Each stored results document is a run. Its results' evidence (the films and recordings their
+// urls point at) is judged on threads of its own, and the verdicts kept in a run store beside the
+// storage folder; a run is in it before the upload of its document is answered.
 //
 // The app ID is the path text between the fixed parts exactly as sent (the SDK inserts it
 // unescaped, slashes included), so it is the same text the SDK sealed a results document with.
@@ -48,6 +61,15 @@ class AssetsServer {
     std::size_t maxSessions = 1024;
     // One line per request on standard error.
     bool logRequests = false;
+    // The runs database; empty: "<storage>.runs.sqlite", beside the storage folder.
+    std::filesystem::path runsDatabase{};
+    // Threads judging evidence; 0: one fewer than the machine's hardware threads, at least one.
+    std::size_t judgingThreads = 0;
+    // Judges one result's evidence (a stored asset); called on the judging threads. Empty: this
+    // server does not judge, and evidence gets the verdict unknown.
+    std::function<Verdict(std::string_view resultKey, const nlohmann::json& result,
+                          const std::filesystem::path& asset)>
+        judge{};
   };
 
   explicit AssetsServer(Options options);
@@ -55,24 +77,29 @@ class AssetsServer {
   AssetsServer(const AssetsServer&) = delete;
   AssetsServer& operator=(const AssetsServer&) = delete;
 
-  // Creates the storage folder, listens on host:port (port 0 picks a free one) and serves on a
-  // background thread. Returns the bound port; throws std::runtime_error when the folder or the
-  // address cannot be used.
+  // Creates the storage folder, opens the runs database and adds to it the runs of stored results
+  // documents it lacks, queues the judgements still pending, listens on host:port (port 0 picks a
+  // free one) and serves on a background thread. Returns the bound port; throws
+  // std::runtime_error when the folder, the database or the address cannot be used.
   int start(const std::string& host = "127.0.0.1", int port = 0);
-  // Stops accepting, lets requests in progress end for at most kStopGrace, and joins the threads.
-  // Safe to repeat.
+  // Stops judging (a judgement still running after kStopGrace stays pending), stops accepting,
+  // lets requests in progress end for at most kStopGrace, and joins the threads. Safe to repeat.
   void stop();
 
   int port() const { return port_; }
   // "http://host:port", the origin of every url the server hands out.
   const std::string& address() const { return address_; }
   const std::filesystem::path& storage() const { return store_.root(); }
+  std::filesystem::path runsDatabase() const;
 
  private:
   struct Runtime;
 
   Options options_;
   AssetStore store_;
+  std::unique_ptr<RunStore> runs_;
+  std::unique_ptr<RunRecorder> recorder_;
+  std::unique_ptr<RunsApi> runsApi_;
   std::unique_ptr<Runtime> runtime_;
   int port_ = 0;
   std::string address_;

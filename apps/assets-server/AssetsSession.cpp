@@ -14,6 +14,7 @@
 #include <system_error>
 
 #include "MultipartReader.h"
+#include "RequestTarget.h"
 #include "ResultsSeal.h"
 
 namespace quorvel {
@@ -26,9 +27,7 @@ using asio::ip::tcp;
 
 namespace {
 
-constexpr std::string_view kUploadPrefix = "/v3/applications/";
 constexpr std::string_view kUploadSuffix = "/asset-upload";
-constexpr std::string_view kAssetPrefix = "/assets/";
 constexpr std::string_view kDefaultMediaType = "application/octet-stream";
 // Bytes read or sent at a time.
 constexpr std::size_t kChunkBytes = 256 * 1024;
@@ -48,47 +47,15 @@ bool isParseError(const beast::error_code& error) {
          error != http::error::end_of_stream && error != http::error::partial_message;
 }
 
-bool equalIgnoringCase(std::string_view a, std::string_view b) {
-  return a.size() == b.size() && std::equal(a.begin(), a.end(), b.begin(), [](char x, char y) {
-           return std::tolower(static_cast<unsigned char>(x)) ==
-                  std::tolower(static_cast<unsigned char>(y));
-         });
-}
-
-// The path of a request target as sent: neither decoded nor with its query. The absolute form
-// ("http://host/path") names the same path.
-std::string_view rawPath(std::string_view target) {
-  for (std::string_view scheme : {"http://", "https://"}) {
-    if (target.size() > scheme.size() &&
-        equalIgnoringCase(target.substr(0, scheme.size()), scheme)) {
-      std::size_t slash = target.find('/', scheme.size());
-      target = slash == std::string_view::npos ? std::string_view("/") : target.substr(slash);
-      break;
-    }
-  }
-  return target.substr(0, target.find('?'));
-}
-
 // The app ID of an upload path, or nothing for any other path.
 std::optional<std::string_view> uploadAppID(std::string_view path) {
+  constexpr std::string_view kUploadPrefix = RequestTarget::kApplicationsPrefix;
   if (path.size() <= kUploadPrefix.size() + kUploadSuffix.size() ||
       !path.starts_with(kUploadPrefix) || !path.ends_with(kUploadSuffix)) {
     return std::nullopt;
   }
   return path.substr(kUploadPrefix.size(),
                      path.size() - kUploadPrefix.size() - kUploadSuffix.size());
-}
-
-// The folder and name of an asset path ("/assets/folder/name"), or nothing.
-std::optional<std::pair<std::string_view, std::string_view>> assetOf(std::string_view path) {
-  if (!path.starts_with(kAssetPrefix)) return std::nullopt;
-  std::string_view rest = path.substr(kAssetPrefix.size());
-  std::size_t slash = rest.find('/');
-  if (slash == 0 || slash == std::string_view::npos || slash + 1 == rest.size() ||
-      rest.find('/', slash + 1) != std::string_view::npos) {
-    return std::nullopt;
-  }
-  return std::pair{rest.substr(0, slash), rest.substr(slash + 1)};
 }
 
 // What the part declared, if it can travel back in a header line.
@@ -193,12 +160,12 @@ awaitable<void> AssetsSession::run() {
 
 awaitable<void> AssetsSession::serve() {
   std::size_t fields = std::distance(request().begin(), request().end());
-  std::string_view path = rawPath(view(request().target()));
+  std::string_view path = RequestTarget::path(view(request().target()));
   if (fields > AssetsServer::kMaxHeaderFields) {
     co_return co_await refuse(http::status::request_header_fields_too_large,
                               "too many header fields");
   }
-  if (auto asset = assetOf(path)) {
+  if (auto asset = RequestTarget::asset(path)) {
     if (request().method() == http::verb::get || request().method() == http::verb::head) {
       co_return co_await serveAsset(asset->first, asset->second);
     }
@@ -206,7 +173,10 @@ awaitable<void> AssetsSession::serve() {
     co_return co_await refuse(http::status::method_not_allowed, "assets are read with GET", allow);
   }
   std::optional<std::string_view> appID = uploadAppID(path);
-  if (!appID) co_return co_await refuse(http::status::not_found, "no such endpoint");
+  if (!appID) {
+    if (auto route = RunsApi::routeOf(path)) co_return co_await serveRuns(*route);
+    co_return co_await refuse(http::status::not_found, "no such endpoint");
+  }
   if (request().method() != http::verb::post) {
     const Header allow{"Allow", "POST"};
     co_return co_await refuse(http::status::method_not_allowed, "uploads are sent with POST",
@@ -245,7 +215,7 @@ bool AssetsSession::authorized() const {
   std::string_view value = view(request()[http::field::authorization]);
   constexpr std::string_view kScheme = "Bearer ";
   if (value.size() < kScheme.size() ||
-      !equalIgnoringCase(value.substr(0, kScheme.size()), kScheme)) {
+      !RequestTarget::equalIgnoringCase(value.substr(0, kScheme.size()), kScheme)) {
     return false;
   }
   std::string_view key = value.substr(kScheme.size());
@@ -263,7 +233,7 @@ awaitable<void> AssetsSession::upload(const std::string& appID, const std::strin
   if (!pending.writer) {
     co_return co_await refuse(http::status::internal_server_error, "cannot store the upload");
   }
-  if (equalIgnoringCase(view(request()[http::field::expect]), "100-continue")) {
+  if (RequestTarget::equalIgnoringCase(view(request()[http::field::expect]), "100-continue")) {
     http::response<http::empty_body> proceed{http::status::continue_, 11};
     beast::error_code error;
     co_await http::async_write(stream_, proceed, asio::redirect_error(asio::use_awaitable, error));
@@ -359,22 +329,39 @@ awaitable<void> AssetsSession::commit(const std::string& appID, AssetStore::Pend
   metadata["app_id"] = appID;
   metadata["original_filename"] = part.filename.value_or("");
   metadata["media_type"] = mediaTypeOf(part);
-  metadata["received_at"] = utcNow();
+  const std::string receivedAt = utcNow();
+  metadata["received_at"] = receivedAt;
+  std::optional<bool> sealValid;
   if (part.filename == ResultsSeal::kDocumentName) {
     // On the check threads: a large document holds up no other connection meanwhile. The check is
     // a named local, not a temporary of the awaited expression, which GCC 12 destroys twice.
     auto check = [file = pending.writer->path(), appID]() -> awaitable<bool> {
       co_return ResultsSeal::verifyFile(file, appID);
     };
-    const bool valid = co_await asio::co_spawn(checks_, std::move(check), asio::use_awaitable);
-    metadata["seal_valid"] = valid;
+    sealValid = co_await asio::co_spawn(checks_, std::move(check), asio::use_awaitable);
+    metadata["seal_valid"] = *sealValid;
   }
   std::optional<std::string> name =
       store_.commit(pending, part.filename.value_or(""), std::move(metadata));
   if (!name) {
     co_return co_await refuse(http::status::internal_server_error, "cannot store the upload");
   }
-  std::string url = address_ + std::string(kAssetPrefix) + pending.folder + "/" + *name;
+  if (sealValid) {
+    // The run is on the disk before the answer that promises the document is kept.
+    auto record = [this, appID, results = *name, receivedAt,
+                   valid = *sealValid]() -> awaitable<bool> {
+      std::string error;
+      const bool recorded = recorder_.record(appID, results, receivedAt, valid, error);
+      if (!recorded) std::fprintf(stderr, "%s\n", error.c_str());
+      co_return recorded;
+    };
+    if (!co_await asio::co_spawn(checks_, std::move(record), asio::use_awaitable)) {
+      co_return co_await refuse(http::status::internal_server_error,
+                                "the results are stored but their run could not be recorded");
+    }
+  }
+  std::string url =
+      address_ + std::string(RequestTarget::kAssetPrefix) + pending.folder + "/" + *name;
   nlohmann::json stored = nlohmann::json::object();
   stored["filename"] = *name;
   stored["url"] = url;
@@ -443,6 +430,22 @@ awaitable<void> AssetsSession::serveAsset(std::string_view folder, std::string_v
     if (error) co_return;
   }
   co_await linger();
+}
+
+awaitable<void> AssetsSession::serveRuns(const RunsApi::Route& route) {
+  if (request().method() != http::verb::get && request().method() != http::verb::head) {
+    const Header allow{"Allow", "GET, HEAD"};
+    co_return co_await refuse(http::status::method_not_allowed, "runs are read with GET", allow);
+  }
+  if (!authorized()) {
+    co_return co_await refuse(http::status::unauthorized, "missing or unknown API key", kBearer);
+  }
+  // The store may wait on a disk: not on a connection thread.
+  auto read = [this, route, query = std::string(RequestTarget::query(view(request().target())))]()
+      -> awaitable<RunsApi::Answer> { co_return runsApi_.answer(route, query); };
+  const RunsApi::Answer reply =
+      co_await asio::co_spawn(checks_, std::move(read), asio::use_awaitable);
+  co_await answer(static_cast<http::status>(reply.status), reply.body, kNoHeader);
 }
 
 awaitable<void> AssetsSession::refuse(http::status code, const std::string& message) {

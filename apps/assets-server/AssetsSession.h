@@ -14,6 +14,8 @@
 #include "AssetStore.h"
 #include "AssetsServer.h"
 #include "MultipartReader.h"
+#include "RunRecorder.h"
+#include "RunsApi.h"
 
 namespace quorvel {
 
@@ -35,10 +37,13 @@ class AssetsSession {
   static inline const Header kBearer{"WWW-Authenticate", "Bearer"};
 
  public:
-  // Seal checks run on checks, off the connections' threads.
-  AssetsSession(const AssetStore& store, const AssetsServer::Options& options, std::string address,
+  // Seal checks and the run store's work run on checks, off the connections' threads.
+  AssetsSession(const AssetStore& store, RunRecorder& recorder, const RunsApi& runsApi,
+                const AssetsServer::Options& options, std::string address,
                 boost::asio::thread_pool::executor_type checks, tcp::socket socket)
       : store_(store),
+        recorder_(recorder),
+        runsApi_(runsApi),
         options_(options),
         address_(std::move(address)),
         checks_(std::move(checks)),
@@ -75,6 +80,7 @@ class AssetsSession {
                          const MultipartReader::Part& part);
 
   awaitable<void> serveAsset(std::string_view folder, std::string_view name);
+  awaitable<void> serveRuns(const RunsApi::Route& route);
 
   // Coroutine parameters here are references, never defaulted or initializer lists: GCC 12
   // miscompiles those in coroutines. The arguments outlive the awaited call.
@@ -90,6 +96,8 @@ class AssetsSession {
   void log(unsigned code) const;
 
   const AssetStore& store_;
+  RunRecorder& recorder_;
+  const RunsApi& runsApi_;
   const AssetsServer::Options& options_;
   const std::string address_;
   boost::asio::thread_pool::executor_type checks_;

@@ -19,13 +19,16 @@ constexpr const char* kHost = "127.0.0.1";
 
 constexpr const char* kUsage =
     "usage: quorvel-assets-server --port PORT --storage DIR --api-key KEY [--api-key KEY ...]\n"
-    "                             [--max-bytes N]\n"
+    "                             [--max-bytes N] [--runs-database PATH]\n"
     "\n"
     "Stores asset uploads under DIR and serves them back, on 127.0.0.1 only.\n"
     "  --port PORT    TCP port; 0 picks a free one\n"
     "  --storage DIR  where uploads are kept (created when missing)\n"
     "  --api-key KEY  a key clients send as \"Authorization: Bearer KEY\"; repeat for more\n"
     "  --max-bytes N  the largest request body accepted (default 1073741824)\n"
+    "  --runs-database PATH\n"
+    "                 the SQLite file of the runs and their verdicts (default: DIR.runs.sqlite,\n"
+    "                 beside DIR); made when missing, rebuilt from DIR when lost\n"
     "  --help         this text\n"
     "  --version      the program's version\n"
     "\n"
@@ -53,6 +56,7 @@ int main(int argc, char** argv) {
   const CLI::Option* storageOption = line.option("--storage");
   const CLI::Option* apiKeyOption = line.option("--api-key", true);
   const CLI::Option* maxBytesOption = line.option("--max-bytes");
+  const CLI::Option* runsDatabaseOption = line.option("--runs-database");
   if (auto exit = line.parse(argc, argv)) return *exit;
 
   quorvel::AssetsServer::Options options;
@@ -75,6 +79,10 @@ int main(int argc, char** argv) {
     std::optional<std::uint64_t> bytes = parseNumber(*value, 1, std::uint64_t{1} << 50);
     if (!bytes) return line.usageError("--max-bytes needs a positive number, not '" + *value + "'");
     options.maxBytes = *bytes;
+  }
+  if (auto value = quorvel::CommandLine::value(runsDatabaseOption)) {
+    options.runsDatabase = *value;
+    if (options.runsDatabase.empty()) return line.usageError("--runs-database needs a file");
   }
   if (!port) return line.usageError("--port is required");
   if (!storageOption->count()) return line.usageError("--storage is required");

@@ -336,8 +336,11 @@ TEST(AssetsServerMutation, MutatedRequestsGetAllowedAnswersAndLeaveTheStoreWhole
   std::size_t assets = 0;
   EXPECT_EQ(storeProblems(server.storage(), assets), "");
   EXPECT_EQ(assets, stored) << "assets, for uploads answered 200";
-  EXPECT_EQ(std::distance(fs::directory_iterator(tree.path()), fs::directory_iterator()), 1)
-      << "a file outside the storage";
+  for (const auto& entry : fs::directory_iterator(tree.path())) {
+    EXPECT_TRUE(entry.path() == server.storage() ||
+                entry.path().string().starts_with(server.runsDatabase().string()))
+        << "a file outside the storage: " << entry.path();
+  }
   // A restart's clean-up takes away no upload that was answered 200.
   server.stop();
   server.start();

@@ -1,4 +1,5 @@
 #include <gtest/gtest.h>
+#include <httplib.h>
 #include <sys/socket.h>
 #include <sys/wait.h>
 #include <unistd.h>
@@ -17,6 +18,7 @@
 #include <utility>
 #include <vector>
 
+#include "SqliteRunStore.h"
 #include "assets-server/LoopbackHttp.h"
 #include "quorvel/Dictionary.h"
 #include "quorvel/Version.h"
@@ -261,6 +263,68 @@ TEST_F(AssetsServerProgram, OutOfFileHandlesItWaitsForOneInsteadOfSpinning) {
   EXPECT_EQ(testing::statuses(testing::roundTrip(port, upload)), std::vector<int>{200});
   kill(server, SIGTERM);
   EXPECT_EQ(pclose(started.pipe), 0);
+}
+
+// An acknowledged results document's run is on the disk before the answer: killed right after the
+// last one, the database holds them all, before any rebuild from the stored documents.
+TEST_F(AssetsServerProgram, EveryAcknowledgedRunOutlivesAKill) {
+  const std::filesystem::path storage = tree.path() / "s";
+  const std::string arguments = "--port 0 --storage " + storage.string() + " --api-key k";
+  Started started = start("", arguments + " 2>/dev/null");
+  ASSERT_FALSE(started.address.empty());
+  std::vector<std::string> acknowledged;
+  for (int i = 0; i < 4; ++i) {
+    const std::string document = R"({"sha256": "0", "data": {"tests_results": {}}})";
+    const std::string answer = testing::roundTrip(
+        started.port(),
+        testing::request(
+            "a", testing::part("jsonResults.json", "application/json", document) + testing::kClose,
+            "k"));
+    const Dictionary stored =
+        Dictionary::parse(answer.substr(answer.find("\r\n\r\n") + 4), nullptr, false);
+    acknowledged.insert(acknowledged.begin(), stored.value("filename", ""));
+  }
+  kill(started.pid, SIGKILL);
+  pclose(started.pipe);
+
+  std::string error;
+  auto runs = SqliteRunStore::open(tree.path() / "s.runs.sqlite", error);
+  ASSERT_TRUE(runs) << error;
+  auto page = runs->list("a", "", 50, error);
+  ASSERT_TRUE(page) << error;
+  std::vector<std::string> kept;
+  for (const auto& run : page->runs) kept.push_back(run.results);
+  EXPECT_EQ(kept, acknowledged);
+  runs.reset();
+
+  started = start("", arguments + " 2>/dev/null");
+  ASSERT_FALSE(started.address.empty());
+  auto listed = httplib::Client("127.0.0.1", started.port())
+                    .Get("/v3/applications/a/runs", {{"Authorization", "Bearer k"}});
+  ASSERT_TRUE(listed);
+  EXPECT_EQ(listed->status, 200) << listed->body;
+  std::vector<std::string> served;
+  const Dictionary body = Dictionary::parse(listed->body);
+  for (const auto& run : body["runs"]) served.push_back(run["results"]);
+  EXPECT_EQ(served, acknowledged);
+  kill(started.pid, SIGTERM);
+  EXPECT_EQ(pclose(started.pipe), 0);
+}
+
+TEST_F(AssetsServerProgram, ARunsDatabaseItCannotUseStopsItWithTheReason) {
+  tree.write("garbage.sqlite", std::string(8192, 'x'));
+  const std::pair<std::filesystem::path, std::string> cases[] = {
+      {tree.path() / "garbage.sqlite", "file is not a database"},
+      {tree.path() / "missing" / "runs.sqlite", "unable to open"},
+  };
+  for (const auto& [database, reason] : cases) {
+    Outcome outcome = run("--port 0 --storage " + (tree.path() / "s").string() +
+                              " --api-key k --runs-database " + database.string(),
+                          program);
+    EXPECT_EQ(outcome.exitCode, 1) << database;
+    EXPECT_NE(outcome.err.find(database.string()), std::string::npos) << outcome.err;
+    EXPECT_NE(outcome.err.find(reason), std::string::npos) << outcome.err;
+  }
 }
 
 }  // namespace

@@ -88,7 +88,7 @@ class ScreensAloneTest : public QuickFixture {
   }
 
   TemporaryTree storage{"quorvel-alone-uploads"};
-  AssetsServer server{{storage.path(), {"alone-key"}}};
+  AssetsServer server{{storage.path() / "assets", {"alone-key"}}};
   std::unique_ptr<Autopilot> autopilot;
   QString stuck;
 };
@@ -117,7 +117,7 @@ TEST_F(ScreensAloneTest, SoundScreensPassWithRealSoundInBothLanguages) {
       if (!result.contains("url")) continue;
       const std::string url = result["url"];
       const std::string recording =
-          (storage.path() / "alone-app" / url.substr(url.rfind('/') + 1)).string();
+          (server.storage() / "alone-app" / url.substr(url.rfind('/') + 1)).string();
       // A real recording: AAC, 12,000 Hz, one channel, of what was played or said.
       const auto movie = probeMovie(recording);
       ASSERT_TRUE(movie && movie->first("aac")) << key;

@@ -373,7 +373,7 @@ TEST_F(RunUploadTest, DocumentThatCannotBeWrittenTakesTheFailurePath) {
   press("uiBtDone_TouchUpInside");
   // The failed upload's alert, with its answers (FailedUploadOffersRetryOrTryLater), and no upload.
   ASSERT_TRUE(waitForAlert());
-  EXPECT_FALSE(std::filesystem::exists(assets.storage.path() / "app-0123456789"));
+  EXPECT_FALSE(std::filesystem::exists(assets.server.storage() / "app-0123456789"));
 }
 
 TEST_F(RunUploadTest, PhotoOfTheIdentifierIsRetriedAfterAFailureAndItsAddressKept) {

@@ -24,11 +24,12 @@ struct LocalAssets {
   LocalAssets() { server.start(); }
   // Where the server keeps the asset that url (or a stored name) names.
   std::filesystem::path stored(const std::string& url) const {
-    return storage.path() / kApp / url.substr(url.rfind('/') + 1);
+    return server.storage() / kApp / url.substr(url.rfind('/') + 1);
   }
 
   TemporaryTree storage{"quorvel-assets"};
-  AssetsServer server{AssetsServer::Options{storage.path(), {kKey}}};
+  // A folder inside, so that the runs database beside it is in the tree too.
+  AssetsServer server{AssetsServer::Options{storage.path() / "assets", {kKey}}};
 };
 
 // One test screen shown on the host's navigation stack, as the only screen of the run, reporting
