@@ -7,12 +7,14 @@
 #include <future>
 #include <random>
 #include <string>
+#include <tuple>
 #include <vector>
 
 #include "CodeText.h"
 #include "EvidenceJudges.h"
 #include "SpeakerRecordingJudge.h"
 #include "SpokenWordJudge.h"
+#include "WordRecogniser.h"
 #include "media/IsoMediaExport.h"
 #include "support/EvidenceMedia.h"
 #include "support/MovieProbe.h"
@@ -431,6 +433,41 @@ TEST_F(EvidenceJudgesTest, ReadWordRecordingsPassWithSpeechOfOneWord) {
       EXPECT_EQ(verdict.why.substr(0, c.why.size()), c.why) << verdict.details.dump();
     }
   }
+}
+
+TEST_F(EvidenceJudgesTest, TheWordHeardIsAnOpinionBesideTheVerdict) {
+  constexpr int kRate = 12000;
+  auto said = [&](const std::string& name) {
+    const auto sound = soundResource(name, kRate);
+    return recording(over(noise(sound.size() / double(kRate) + 1.2, kRate, 0.002), sound, 0.6, 0.8,
+                          kRate, false),
+                     kRate, name + ".m4a");
+  };
+  const auto dog = said("en-US-dog");
+  const auto computer = said("en-US-computer");
+  const auto mesa = said("pt-PT-mesa");
+  auto judged = [](const std::filesystem::path& path, const nlohmann::json& result) {
+    const Verdict verdict = EvidenceJudges::judge("read_text", result, path);
+    EXPECT_EQ(verdict.verdict, "pass") << verdict.why;
+    return verdict.details;
+  };
+  const bool built = WordRecogniser::built();
+  // Shown words are matched whatever their case.
+  for (const auto& [path, shown, heard, opinion] : {std::tuple{dog, "dog", "dog", "pass"},
+                                                    {computer, "Computer", "computer", "pass"},
+                                                    {dog, "table", "dog", "fail"}}) {
+    SCOPED_TRACE(shown);
+    const auto word = judged(path, {{"text", shown}})["word"];
+    if (!built) {
+      EXPECT_EQ(word["verdict"], "unknown");
+      continue;
+    }
+    EXPECT_EQ(word.value("heard", ""), heard);
+    EXPECT_EQ(word["verdict"], opinion);
+  }
+  EXPECT_EQ(judged(mesa, {{"text", "mesa"}})["word"]["verdict"], "unknown");
+  EXPECT_EQ(judged(dog, {{"text", "cat"}})["word"]["verdict"], "unknown");
+  EXPECT_FALSE(judged(dog, {{"text", 7}}).contains("word"));
 }
 
 TEST_F(EvidenceJudgesTest, RecordingsThatCannotBePlayedFail) {

@@ -37,7 +37,11 @@ Verdict EvidenceJudges::judge(std::string_view resultKey, const nlohmann::json& 
     }
     if (resultKey == kFilm) return FilmJudge::judge(result, asset);
     if (resultKey == kSpeaker) return SpeakerRecordingJudge::judge(asset);
-    return SpokenWordJudge::judge(asset);
+    // The word shown, for the recogniser's opinion (find answers end() for a non-object).
+    const auto text = result.find("text");
+    const std::string* shown =
+        text != result.end() && text->is_string() ? text->get_ptr<const std::string*>() : nullptr;
+    return SpokenWordJudge::judge(asset, shown);
   } catch (const std::exception& e) {
     return Verdict::unknown("the " + name + " could not be judged: " + e.what());
   } catch (...) {

@@ -7,6 +7,7 @@
 
 #include "MediaFile.h"
 #include "SoundFeatures.h"
+#include "WordRecogniser.h"
 
 namespace quorvel {
 
@@ -70,16 +71,18 @@ double flatness(const std::vector<float>& power) {
 
 }  // namespace
 
-Verdict SpokenWordJudge::judge(const std::filesystem::path& recording) {
+Verdict SpokenWordJudge::judge(const std::filesystem::path& recording,
+                               const std::string* shownWord) {
   std::string error;
   auto file = MediaFile::open(recording, error);
   if (!file) return Verdict::fail("the recording cannot be played");
   auto samples = file->sound(kRate);
   if (!samples) return Verdict::fail("the recording has no sound");
-  return judgeSamples(*samples);
+  return judgeSamples(*samples, shownWord);
 }
 
-Verdict SpokenWordJudge::judgeSamples(const std::vector<float>& samples) {
+Verdict SpokenWordJudge::judgeSamples(const std::vector<float>& samples,
+                                      const std::string* shownWord) {
   const auto levels = SoundFeatures::levels(samples, kLength, kHop);
   nlohmann::json details = nlohmann::json::object();
   details["recording_seconds"] = round2(static_cast<double>(samples.size()) / kRate);
@@ -155,6 +158,16 @@ Verdict SpokenWordJudge::judgeSamples(const std::vector<float>& samples) {
   if (voiced > kLongest) {
     return Verdict::fail("the recording holds more speech than one word (" + seconds(voiced) + ")",
                          details);
+  }
+  if (shownWord != nullptr) {
+    // The speech with a little of the quiet around it.
+    const auto margin = static_cast<std::size_t>(0.3 * kRate);
+    const std::size_t from = std::min(samples.size(), frames.front() * kHop);
+    const std::size_t to = std::min(samples.size(), frames.back() * kHop + kLength + margin);
+    const std::vector<float> speech(
+        samples.begin() + static_cast<std::ptrdiff_t>(from > margin ? from - margin : 0),
+        samples.begin() + static_cast<std::ptrdiff_t>(to));
+    details["word"] = WordRecogniser::check(speech, *shownWord);
   }
   return Verdict::pass(details);
 }
