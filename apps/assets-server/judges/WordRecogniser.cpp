@@ -12,7 +12,10 @@
 
 #if QUORVEL_WITH_POCKETSPHINX
 #include <pocketsphinx.h>
+#include <sphinxbase/cmd_ln.h>
 #include <sphinxbase/err.h>
+#include <sphinxbase/fsg_model.h>
+#include <sphinxbase/jsgf.h>
 #endif
 
 namespace quorvel {
@@ -27,6 +30,23 @@ std::string grammarOf(const std::vector<std::string>& words) {
   std::string grammar = "#JSGF V1.0;\ngrammar words;\npublic <word> = ";
   for (std::size_t i = 0; i < words.size(); ++i) grammar += (i ? " | " : "") + words[i];
   return grammar + ";\n";
+}
+
+// ps_set_jsgf_string of PocketSphinx 0.8 keeps the parsed grammar forever: the same steps, with
+// the grammar freed.
+bool useGrammar(ps_decoder_t* decoder, const std::string& text) {
+  jsgf_t* grammar = jsgf_parse_string(text.c_str(), nullptr);
+  if (grammar == nullptr) return false;
+  jsgf_rule_t* rule = jsgf_get_public_rule(grammar);
+  fsg_model_t* fsg = nullptr;
+  if (rule != nullptr) {
+    fsg = jsgf_build_fsg(grammar, rule, ps_get_logmath(decoder),
+                         cmd_ln_float32_r(ps_get_config(decoder), "-lw"));
+  }
+  const bool set = fsg != nullptr && ps_set_fsg(decoder, "words", fsg) >= 0;
+  if (fsg != nullptr) fsg_model_free(fsg);
+  jsgf_grammar_free(grammar);
+  return set;
 }
 
 struct DecoderDeleter {
@@ -54,8 +74,7 @@ std::optional<std::string> recognise(const std::vector<float>& samples,
     error = "the English speech model is not installed on this server";
     return std::nullopt;
   }
-  if (ps_set_jsgf_string(decoder.get(), "words", grammarOf(words).c_str()) < 0 ||
-      ps_set_search(decoder.get(), "words") < 0) {
+  if (!useGrammar(decoder.get(), grammarOf(words)) || ps_set_search(decoder.get(), "words") < 0) {
     error = "the word list cannot be recognised";
     return std::nullopt;
   }
