@@ -105,6 +105,25 @@ TEST_F(EvidenceJudgesTest, FilmsAsACameraSeesThemPassInBothVersions) {
   EXPECT_NEAR(verdict.details.value("start_code_at", -1.0), 0, 0.01);
 }
 
+TEST_F(EvidenceJudgesTest, ASmallScreenInABlueRoomPasses) {
+  // The screen a quarter of the frame wide (its code at three pixels a module) among walls of the
+  // sequence's own blue: the colours are weighed against the room, the codes read at full size.
+  FilmScript small = goodScript();
+  small.camera = true;
+  small.width = 540;
+  small.height = 960;
+  small.screenShare = 0.25;
+  small.blueRoom = true;
+  const Verdict verdict =
+      EvidenceJudges::judge("device_front_video", resultFor(small), film(small));
+  EXPECT_EQ(verdict.verdict, "pass") << verdict.why << " " << verdict.details.dump();
+  // Without the colours the room alone shows no sequence.
+  small.steps = {0, 0, 0, 0, 0};
+  EXPECT_EQ(
+      EvidenceJudges::judge("device_front_video", resultFor(small), film(small, "blue.mov")).why,
+      "the screen's colours were not seen in order between the codes (yellow missing)");
+}
+
 // Each fault of a film fails with the first check it breaks.
 TEST_F(EvidenceJudgesTest, FilmFaultsFailWithTheFirstCheckTheyBreak) {
   const FilmScript good = goodScript();
@@ -151,6 +170,11 @@ TEST_F(EvidenceJudgesTest, FilmFaultsFailWithTheFirstCheckTheyBreak) {
       {"black missing",
        [](FilmScript& f, nlohmann::json&) {
          f.steps = {0, 1, 2, 2, 4};
+       },
+       colours + "black missing)"},
+      {"white for black",
+       [](FilmScript& f, nlohmann::json&) {
+         f.steps = {0, 1, 2, -1, 4};
        },
        colours + "black missing)"},
       {"codes two seconds apart",

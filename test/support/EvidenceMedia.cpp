@@ -74,8 +74,10 @@ Screen screenAt(const FilmScript& script, int width, int height, double seconds)
   } else if (seconds < coloursFrom) {
     drawCode(screen, script.startCode);
   } else if (seconds < endFrom) {
-    const auto& step =
-        colour_sequence::kSteps[script.steps[static_cast<std::size_t>(seconds - coloursFrom)]];
+    const int index = script.steps[static_cast<std::size_t>(seconds - coloursFrom)];
+    // -1: a white step with a black label, which the sequence never shows.
+    const colour_sequence::Step white{0, "white", Color::white(), Color::black()};
+    const auto& step = index < 0 ? white : colour_sequence::kSteps[index];
     screen = Screen(width, height, rgbOf(step.background));
     // The MD5 label: two lines of "letters" in the label's colour.
     const Rgb label = rgbOf(step.label);
@@ -111,7 +113,8 @@ bool writeFilm(const std::string& path, const FilmScript& script, std::string& e
   std::mt19937 random(script.seed);
   std::normal_distribution<double> noise(0, 6);
   // The screen's own size: full frame, or 60 % of the width as a camera in front of a mirror.
-  const int screenWidth = script.camera ? script.width * 6 / 10 : script.width;
+  const int screenWidth =
+      script.camera ? static_cast<int>(script.width * script.screenShare) : script.width;
   const int screenHeight =
       script.camera ? screenWidth * script.height / script.width : script.height;
   const double turn = script.camera ? 3.0 * M_PI / 180 : 0;
@@ -142,8 +145,10 @@ bool writeFilm(const std::string& path, const FilmScript& script, std::string& e
           } else {
             const auto stripe = static_cast<std::uint8_t>(100 + 40 * std::sin(x * 0.05 + y * 0.01) +
                                                           (y / 40 % 2) * 20);
-            pixel = {stripe, static_cast<std::uint8_t>(stripe * 3 / 4),
-                     static_cast<std::uint8_t>(stripe / 2)};
+            pixel = script.blueRoom ? Rgb{static_cast<std::uint8_t>(stripe / 3),
+                                          static_cast<std::uint8_t>(stripe / 2), stripe}
+                                    : Rgb{stripe, static_cast<std::uint8_t>(stripe * 3 / 4),
+                                          static_cast<std::uint8_t>(stripe / 2)};
           }
         }
         if (script.blackPicture) pixel = {0, 0, 0};

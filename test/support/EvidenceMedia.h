@@ -18,6 +18,10 @@ struct FilmScript {
   // textured room, with sensor noise, a little blur, black lifted to grey and a warm white
   // balance. Otherwise the screen fills the frame.
   bool camera = false;
+  // The camera's screen width as a share of the frame's, and a room of blue walls instead of
+  // wood (the sequence's own blue everywhere).
+  double screenShare = 0.6;
+  bool blueRoom = false;
   // Seconds of the instructions screen before the start code, and how long each code shows (as
   // in a virtual device's film: the start code from 1.9 s for 1.5 s, the end code 0.5 s).
   double lead = 1.9;
@@ -27,7 +31,7 @@ struct FilmScript {
   std::string endCode;  // empty: no end code is shown
   // A code shown in the lead's last 0.6 s, before the start code (empty: none).
   std::string earlierCode;
-  // The colour steps shown one second each, as indexes into the colour sequence.
+  // The colour steps shown one second each, as indexes into the colour sequence (-1: white).
   std::vector<int> steps = {0, 1, 2, 3, 4};
   bool blackPicture = false;  // every frame black (the sound stays)
   bool withSound = true;

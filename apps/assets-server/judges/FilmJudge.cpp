@@ -35,9 +35,12 @@ static_assert(kBlack >= 0 && kRed >= 0 && kRed < kBlack,
 // QR codes are looked for this often while none is in sight, on a grey picture whose longer side
 // is at most kQrSide pixels (a camera's 720 x 1280 frame at half size keeps a code filmed across
 // 60 % of the width at five pixels a module). When a look finds a code, the frames since the
-// previous look are read one by one, so the first frame that shows it gives its time.
+// previous look are read one by one, so the first frame that shows it gives its time. A film
+// whose codes are not all found so is read once more at kQrFullSide (a screen small in the
+// picture), which costs time only for films that would fail otherwise.
 constexpr double kQrInterval = 0.25;
 constexpr int kQrSide = 640;
+constexpr int kQrFullSide = 1920;
 // Films are judged up to this length: the test's film lasts some ten seconds.
 constexpr double kLongestFilm = 300;
 
@@ -45,23 +48,23 @@ constexpr double kLongestFilm = 300;
 // one of the sequence's bright colours when it is saturated and lit (HSV saturation >= 0.35,
 // value >= 0.25, chroma >= 0.15) with a hue in that colour's range (red < 20 or >= 330 degrees,
 // yellow 35-75, green 85-165, blue 195-265): hue and saturation ignore most of a camera's
-// exposure and white balance. It is dark (the black step) when its value is below 0.25. A frame
-// shows a bright colour when at least kShare of its pixels have it (the screen filmed across some
-// 60 % of the picture covers 36 % of it); black, only between red and green, when its dark share
-// is at least kShare and kBlackRise above the red frames' (a dark room is dark in every frame).
-// A colour is seen when kFrames frames in a row show it, each step after the one before.
-constexpr int kTiny = 32;
+// exposure and white balance. It is dark (the black step) when its value is below 0.25.
+// The screen may fill the picture or be a small part of a room, so a frame's shares are weighed
+// against the room's own: a frame shows a bright colour when that colour's share is at least
+// kRise above its share while the start code was read (the screen white, the room as it is) and
+// rose most of the bright colours; it shows black, only between red and green, when its dark
+// share is kRise above the red frames' (the room's shadows are in those too). A colour is seen
+// when kFrames frames in a row show it, each step after the one before.
+constexpr int kTiny = 48;
 constexpr double kDark = 0.25;
 constexpr double kChroma = 0.15;
 constexpr double kSaturation = 0.35;
-constexpr double kShare = 0.2;
-constexpr double kBlackRise = 0.15;
+constexpr double kRise = 0.03;
 constexpr int kFrames = 2;
 
 struct FrameColours {
   double seconds = 0;
   std::array<double, kStepCount> share{};  // bright colours; share[kBlack] is the dark share
-  int dominant = -1;                       // the bright step colour with most pixels over kShare
 };
 
 // The bright colours' hue ranges in degrees (red's wraps around 0).
@@ -109,13 +112,8 @@ FrameColours classify(const MediaFile::Picture& rgb, double seconds) {
     const int step = hueStep(hue);
     if (step >= 0) ++counts[static_cast<std::size_t>(step)];
   }
-  double best = kShare;
   for (std::size_t step = 0; step < kStepCount; ++step) {
     colours.share[step] = static_cast<double>(counts[step]) / static_cast<double>(pixels);
-    if (static_cast<int>(step) != kBlack && colours.share[step] >= best) {
-      best = colours.share[step];
-      colours.dominant = static_cast<int>(step);
-    }
   }
   return colours;
 }
@@ -134,25 +132,50 @@ struct SequenceFinding {
   std::string problem;  // empty when all were seen in order
 };
 
-// The steps in order among the frames between the two codes.
-SequenceFinding findSequence(const std::vector<FrameColours>& frames) {
+double median(std::vector<double> values) {
+  if (values.empty()) return 0;
+  std::nth_element(values.begin(), values.begin() + static_cast<std::ptrdiff_t>(values.size() / 2),
+                   values.end());
+  return values[values.size() / 2];
+}
+
+// The steps in order among the frames between the two codes; room holds the frames that show the
+// room with the start code on the screen.
+SequenceFinding findSequence(const std::vector<FrameColours>& frames,
+                             const std::vector<FrameColours>& room) {
   SequenceFinding finding;
-  // The dark share the red frames have anyway, so that black counts only for the screen.
-  std::vector<double> redDark;
+  std::array<double, kStepCount> baseline{};
+  for (std::size_t step = 0; step < kStepCount; ++step) {
+    std::vector<double> shares;
+    for (const auto& frame : room) shares.push_back(frame.share[step]);
+    baseline[step] = median(shares);
+  }
+  // The bright colour that rose most, if it rose enough.
+  auto dominant = [&](const FrameColours& frame) {
+    int best = -1;
+    double bestRise = kRise;
+    for (std::size_t step = 0; step < kStepCount; ++step) {
+      const double rise = frame.share[step] - baseline[step];
+      if (static_cast<int>(step) != kBlack && rise >= bestRise) {
+        best = static_cast<int>(step);
+        bestRise = rise;
+      }
+    }
+    return best;
+  };
+  std::vector<double> redFramesDark;
   for (const auto& frame : frames) {
-    if (frame.dominant == kRed) redDark.push_back(frame.share[kBlack]);
+    if (dominant(frame) == kRed) redFramesDark.push_back(frame.share[kBlack]);
   }
-  double darkBefore = 0;
-  if (!redDark.empty()) {
-    std::nth_element(redDark.begin(), redDark.begin() + redDark.size() / 2, redDark.end());
-    darkBefore = redDark[redDark.size() / 2];
-  }
-  const double blackShare = std::max(kShare, darkBefore + kBlackRise);
+  const double redDark = median(redFramesDark);
   auto shows = [&](const FrameColours& frame, int step) {
-    if (step != kBlack) return frame.dominant == step;
-    return frame.share[kBlack] >= blackShare &&
-           (frame.dominant < 0 ||
-            frame.share[static_cast<std::size_t>(frame.dominant)] < frame.share[kBlack]);
+    const int bright = dominant(frame);
+    if (step != kBlack) return bright == step;
+    const double darkRise = frame.share[kBlack] - redDark;
+    if (darkRise < kRise) return false;
+    if (bright < 0) return true;
+    const auto index = static_cast<std::size_t>(bright);
+    return frame.share[index] - baseline[index] < darkRise;
   };
   int step = 0;
   int run = 0;
@@ -171,7 +194,9 @@ SequenceFinding findSequence(const std::vector<FrameColours>& frames) {
     }
   }
   if (step < static_cast<int>(kStepCount)) {
-    const bool anywhere = std::any_of(frames.begin(), frames.end(),
+    // Black counts only after red: seen elsewhere it is the labels' text or the room.
+    const bool anywhere =
+        step != kBlack && std::any_of(frames.begin(), frames.end(),
                                       [&](const FrameColours& f) { return shows(f, step); });
     const std::string name(sequence::kSteps[step].name);
     finding.problem = anywhere ? name + " seen out of order" : name + " missing";
@@ -194,12 +219,12 @@ std::optional<std::string> codeOfKind(const std::vector<std::string>& texts,
   return std::nullopt;
 }
 
-std::vector<std::string> readCodes(MediaFile::Frame& frame) {
-  const MediaFile::Picture& grey = frame.grey(kQrSide);
+std::vector<std::string> readCodes(MediaFile::Frame& frame, int side) {
+  const MediaFile::Picture& grey = frame.grey(side);
   return QrCodeReader::read(grey.bytes.data(), grey.width, grey.height, grey.width);
 }
 
-// Reads the codes and the colours of the film up to its end code.
+// What a reading of the film found.
 struct FilmReading {
   Codes codes;
   std::vector<FrameColours> colours;
@@ -208,7 +233,9 @@ struct FilmReading {
   double frameSeconds = 0;  // the last frame's length, from the frames before it
 };
 
-FilmReading readFilm(MediaFile& film) {
+// Reads the codes (on pictures at most side pixels long) and the colours of the film up to its
+// end code.
+FilmReading readFilm(MediaFile& film, int side) {
   FilmReading reading;
   Codes& codes = reading.codes;
   std::vector<std::unique_ptr<MediaFile::Frame>> sinceLastLook;
@@ -238,11 +265,11 @@ FilmReading readFilm(MediaFile& film) {
       return true;
     }
     lastLook = seconds;
-    auto code = codeOfKind(readCodes(frame), wanted());
+    auto code = codeOfKind(readCodes(frame, side), wanted());
     if (code) {
       // The frames skipped since the last look may show it first.
       for (auto& earlier : sinceLastLook) {
-        if (auto first = codeOfKind(readCodes(*earlier), wanted())) {
+        if (auto first = codeOfKind(readCodes(*earlier, side), wanted())) {
           found(*first, earlier->seconds());
           code.reset();
           break;
@@ -309,7 +336,10 @@ Verdict FilmJudge::judge(const nlohmann::json& result, const std::filesystem::pa
   if (!film) return Verdict::fail("the film cannot be played");
   if (!film->hasPicture()) return Verdict::fail("the film has no picture");
   if (!film->hasSound()) return Verdict::fail("the film has no sound track");
-  FilmReading reading = readFilm(*film);
+  FilmReading reading = readFilm(*film, kQrSide);
+  if (!reading.codes.end && reading.frames > 0 && film->longerSide() > kQrSide) {
+    reading = readFilm(*film, kQrFullSide);
+  }
   if (reading.frames == 0) return Verdict::fail("the film cannot be played");
   const double filmSeconds = std::max(film->duration(), reading.lastSeconds);
   nlohmann::json details = nlohmann::json::object();
@@ -343,7 +373,14 @@ Verdict FilmJudge::judge(const nlohmann::json& result, const std::filesystem::pa
   for (const auto& frame : reading.colours) {
     if (frame.seconds > codes.startAt && frame.seconds < codes.endAt) between.push_back(frame);
   }
-  SequenceFinding sequenceFound = findSequence(between);
+  // The room with the start code on the screen: just before and as it was read.
+  std::vector<FrameColours> room;
+  for (const auto& frame : reading.colours) {
+    if (frame.seconds >= codes.startAt - 1.0 && frame.seconds <= codes.startAt + 0.1) {
+      room.push_back(frame);
+    }
+  }
+  SequenceFinding sequenceFound = findSequence(between, room);
   auto seen = nlohmann::json::array();
   for (std::size_t i = 0; i < sequenceFound.seenAt.size(); ++i) {
     seen.push_back({{"colour", std::string(sequence::kSteps[i].name)},

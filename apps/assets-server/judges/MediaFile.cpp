@@ -57,6 +57,9 @@ CodecPtr openDecoder(AVFormatContext* input, int index) {
   // The judging pool runs one film per thread.
   context->thread_count = 1;
   context->max_pixels = MediaFile::kMaxPixels;
+  // Pictures nothing is predicted from (a phone's B-frames) need no deblocking to be judged, and
+  // skipping it there costs no later picture anything.
+  context->skip_loop_filter = AVDISCARD_NONREF;
   if (avcodec_open2(context.get(), codec, nullptr) < 0) return nullptr;
   return context;
 }
@@ -232,6 +235,12 @@ std::unique_ptr<MediaFile> MediaFile::open(const std::filesystem::path& path, st
 }
 
 bool MediaFile::hasPicture() const { return state_->videoIndex >= 0; }
+int MediaFile::longerSide() const {
+  if (!hasPicture()) return 0;
+  const AVCodecParameters* parameters = state_->input->streams[state_->videoIndex]->codecpar;
+  return std::max(parameters->width, parameters->height);
+}
+
 bool MediaFile::hasSound() const { return state_->audioIndex >= 0; }
 
 double MediaFile::duration() const {

@@ -53,6 +53,8 @@ class MediaFile {
   static std::unique_ptr<MediaFile> open(const std::filesystem::path& path, std::string& error);
 
   bool hasPicture() const;
+  // The picture's longer side by the file's header (0 without a picture).
+  int longerSide() const;
   bool hasSound() const;
   // The container's length in seconds (0 when it does not say).
   double duration() const;
