@@ -76,8 +76,8 @@ Screen screenAt(const FilmScript& script, int width, int height, double seconds)
   } else if (seconds < endFrom) {
     const int index = script.steps[static_cast<std::size_t>(seconds - coloursFrom)];
     // -1: a white step with a black label, which the sequence never shows.
-    const colour_sequence::Step white{0, "white", Color::white(), Color::black()};
-    const auto& step = index < 0 ? white : colour_sequence::kSteps[index];
+    const colour_sequence::Step whiteStep{0, "white", Color::white(), Color::black()};
+    const auto& step = index < 0 ? whiteStep : colour_sequence::kSteps[index];
     screen = Screen(width, height, rgbOf(step.background));
     // The MD5 label: two lines of "letters" in the label's colour.
     const Rgb label = rgbOf(step.label);
