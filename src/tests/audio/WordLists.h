@@ -4,6 +4,7 @@
 #include <string>
 #include <vector>
 
+#include "quorvel/Export.h"
 #include "quorvel/Localization.h"
 
 namespace quorvel {
@@ -11,7 +12,7 @@ namespace quorvel {
 // The words of the word tests, five a language. The heard-word lists belong to the process: a
 // word answered right leaves its list, so the next heard-word test does not play it again. The
 // read-word lists never change. Main queue only.
-class WordLists {
+class QUORVEL_EXPORT WordLists {
  public:
   // The heard-word test's words left in language, in their order.
   static std::vector<std::string> heardWords(SupportedLanguage language);

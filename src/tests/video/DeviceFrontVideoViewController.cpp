@@ -13,27 +13,10 @@
 #include "support/Logging.h"
 #include "support/Timestamp.h"
 #include "tests/RecordingUpload.h"
+#include "tests/video/ColourSequence.h"
 #include "tests/video/QRCodeHelper.h"
 
 namespace quorvel {
-
-namespace {
-
-// The sequence filmed in the mirror: background and label colours, a second each.
-struct ColourStep {
-  double at;
-  Color background;
-  Color label;
-};
-constexpr ColourStep kColourSteps[] = {{0, Color{0, 0, 1, 1}, Color::white()},   // blue
-                                       {1, Color{1, 1, 0, 1}, Color::black()},   // yellow
-                                       {2, Color{1, 0, 0, 1}, Color::white()},   // red
-                                       {3, Color::black(), Color::white()},      // black
-                                       {4, Color{0, 1, 0, 1}, Color::black()}};  // green
-constexpr double kEndCodeAt = 5.0;
-constexpr double kEndAt = 5.5;
-
-}  // namespace
 
 DeviceFrontVideoViewController::DeviceFrontVideoViewController(std::string interfaceName,
                                                                std::string testKey,
@@ -205,7 +188,7 @@ void DeviceFrontVideoViewController::runColourSequence(std::function<void()> atE
                                                        std::function<void()> atEnd) {
   showViews(false, true, false);
   // Every step counts from this one moment, so a late step does not delay the ones after it.
-  for (const auto& step : kColourSteps) {
+  for (const auto& step : colour_sequence::kSteps) {
     auto show = [this, step] {
       colorsView_->backgroundColor = step.background;
       lbMD5_->textColor = step.label;
@@ -216,14 +199,14 @@ void DeviceFrontVideoViewController::runColourSequence(std::function<void()> atE
       after(step.at, show);
     }
   }
-  after(kEndCodeAt, [this, atEndCode] {
+  after(colour_sequence::kEndCodeAt, [this, atEndCode] {
     step_ = Step::endCode;
     endQRCode_ = qrCodeText(false);
     showViews(true, false, false);
     showCode(endQRCode_);
     atEndCode();
   });
-  after(kEndAt, std::move(atEnd));
+  after(colour_sequence::kEndAt, std::move(atEnd));
 }
 
 void DeviceFrontVideoViewController::showViews(bool initial, bool colours, bool review) {
