@@ -12,6 +12,7 @@
 
 #include "AssetsServer.h"
 #include "CommandLine.h"
+#include "EvidenceJudges.h"
 
 namespace {
 
@@ -19,7 +20,7 @@ constexpr const char* kHost = "127.0.0.1";
 
 constexpr const char* kUsage =
     "usage: quorvel-assets-server --port PORT --storage DIR --api-key KEY [--api-key KEY ...]\n"
-    "                             [--max-bytes N] [--runs-database PATH]\n"
+    "                             [--max-bytes N] [--runs-database PATH] [--judging-threads N]\n"
     "\n"
     "Stores asset uploads under DIR and serves them back, on 127.0.0.1 only.\n"
     "  --port PORT    TCP port; 0 picks a free one\n"
@@ -29,6 +30,10 @@ constexpr const char* kUsage =
     "  --runs-database PATH\n"
     "                 the SQLite file of the runs and their verdicts (default: DIR.runs.sqlite,\n"
     "                 beside DIR); made when missing, rebuilt from DIR when lost\n"
+    "  --judging-threads N\n"
+    "                 threads judging films and recordings, at a low priority (default: one\n"
+    "                 fewer than the machine's hardware threads, at least one); 0: no judging,\n"
+    "                 so evidence gets the verdict unknown\n"
     "  --help         this text\n"
     "  --version      the program's version\n"
     "\n"
@@ -57,6 +62,7 @@ int main(int argc, char** argv) {
   const CLI::Option* apiKeyOption = line.option("--api-key", true);
   const CLI::Option* maxBytesOption = line.option("--max-bytes");
   const CLI::Option* runsDatabaseOption = line.option("--runs-database");
+  const CLI::Option* judgingOption = line.option("--judging-threads");
   if (auto exit = line.parse(argc, argv)) return *exit;
 
   quorvel::AssetsServer::Options options;
@@ -83,6 +89,16 @@ int main(int argc, char** argv) {
   if (auto value = quorvel::CommandLine::value(runsDatabaseOption)) {
     options.runsDatabase = *value;
     if (options.runsDatabase.empty()) return line.usageError("--runs-database needs a file");
+  }
+  options.judge = quorvel::EvidenceJudges::judge;
+  if (auto value = quorvel::CommandLine::value(judgingOption)) {
+    std::optional<std::uint64_t> threads = parseNumber(*value, 0, 256);
+    if (!threads) {
+      return line.usageError("--judging-threads needs a number from 0 to 256, not '" + *value +
+                             "'");
+    }
+    options.judgingThreads = *threads;
+    if (*threads == 0) options.judge = nullptr;
   }
   if (!port) return line.usageError("--port is required");
   if (!storageOption->count()) return line.usageError("--storage is required");
