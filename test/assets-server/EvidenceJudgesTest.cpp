@@ -49,6 +49,16 @@ nlohmann::json resultFor(const FilmScript& script, const std::string& version = 
           {"end_qr_code", script.endCode}};
 }
 
+// A pass when why is empty; else a fail whose reason begins with why.
+void expectVerdict(const Verdict& verdict, const std::string& why) {
+  if (why.empty()) {
+    EXPECT_EQ(verdict.verdict, "pass") << verdict.why << " " << verdict.details.dump();
+  } else {
+    EXPECT_EQ(verdict.verdict, "fail") << verdict.details.dump();
+    EXPECT_EQ(verdict.why.substr(0, why.size()), why) << verdict.details.dump();
+  }
+}
+
 class EvidenceJudgesTest : public ::testing::Test {
  protected:
   std::filesystem::path film(const FilmScript& script, const std::string& name = "film.mov") {
@@ -406,14 +416,9 @@ TEST_F(EvidenceJudgesTest, SpeakerRecordingsPassWhenTheClipIsHeardLoudEnough) {
   };
   for (const auto& c : cases) {
     SCOPED_TRACE(c.name);
-    const Verdict verdict = EvidenceJudges::judge("speaker_recording", {{"success", true}},
-                                                  recording(c.samples, kRate));
-    if (c.why.empty()) {
-      EXPECT_EQ(verdict.verdict, "pass") << verdict.why << " " << verdict.details.dump();
-    } else {
-      EXPECT_EQ(verdict.verdict, "fail") << verdict.details.dump();
-      EXPECT_EQ(verdict.why.substr(0, c.why.size()), c.why) << verdict.details.dump();
-    }
+    expectVerdict(EvidenceJudges::judge("speaker_recording", {{"success", true}},
+                                        recording(c.samples, kRate)),
+                  c.why);
   }
 }
 
@@ -448,14 +453,9 @@ TEST_F(EvidenceJudgesTest, ReadWordRecordingsPassWithSpeechOfOneWord) {
   };
   for (const auto& c : cases) {
     SCOPED_TRACE(c.name);
-    const Verdict verdict = EvidenceJudges::judge("read_text", {{"success", true}, {"text", "dog"}},
-                                                  recording(c.samples, kRate));
-    if (c.why.empty()) {
-      EXPECT_EQ(verdict.verdict, "pass") << verdict.why << " " << verdict.details.dump();
-    } else {
-      EXPECT_EQ(verdict.verdict, "fail") << verdict.details.dump();
-      EXPECT_EQ(verdict.why.substr(0, c.why.size()), c.why) << verdict.details.dump();
-    }
+    expectVerdict(EvidenceJudges::judge("read_text", {{"success", true}, {"text", "dog"}},
+                                        recording(c.samples, kRate)),
+                  c.why);
   }
 }
 
