@@ -458,7 +458,9 @@ awaitable<void> AssetsSession::serveConsole() {
     if (*parser_.content_length() > Console::kMaxFormBytes) {
       co_return co_await refuse(http::status::payload_too_large, "the form is too large");
     }
-    if (!co_await proceed() || !co_await readForm(form)) co_return;
+    // One co_await per statement: GCC 12 miscompiles them in the operands of || and &&.
+    if (!co_await proceed()) co_return;
+    if (!co_await readForm(form)) co_return;
   }
   beast::error_code ignored;
   Console::Request call;
