@@ -184,7 +184,9 @@ Console::Answer Console::signInPage(unsigned status, std::string_view error) con
 Console::Answer Console::signIn(const Request& request) const {
   const auto form = RequestTarget::parameters(request.body);
   // Only a form of this server, from a page of this server, is taken (double-submit token).
-  const bool sameOrigin = !request.origin ||
+  // Browsers send "Origin: null" for a form posted from a page whose referrer policy is
+  // no-referrer, as these pages' is: like none, it leaves the token to decide.
+  const bool sameOrigin = !request.origin || *request.origin == "null" ||
                           *request.origin == "http://" + std::string(request.host) ||
                           *request.origin == "https://" + std::string(request.host);
   if (!form || !sameOrigin || !form->contains("csrf") ||
