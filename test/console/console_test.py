@@ -692,6 +692,8 @@ def check_sign_in_guards(checks, server, key):
     cases = [  # name, send the token cookie, token field, Origin, signs in
         ("matching token, no Origin", True, None, None, True),
         ("matching token, same Origin", True, None, server.origin, True),
+        # What Chromium sends for a form on a page whose referrer policy is no-referrer.
+        ("matching token, Origin null", True, None, "null", True),
         ("matching token, foreign Origin", True, None, "http://evil.example", False),
         ("token field differs from its cookie", True, "0" * 64, None, False),
         ("no token cookie", False, None, None, False),
