@@ -466,15 +466,15 @@ awaitable<void> AssetsSession::serveConsole() {
     if (!co_await readForm(form)) co_return;
   }
   beast::error_code ignored;
-  Console::Request call{view(request().method_string()),
-                        view(request().target()),
-                        view(request()[http::field::host]),
-                        view(request()[http::field::cookie]),
-                        view(request()[http::field::content_type]),
-                        std::nullopt,
-                        form,
-                        stream_.socket().remote_endpoint(ignored).address().to_string()};
+  Console::Request call;
+  call.method = view(request().method_string());
+  call.target = view(request().target());
+  call.host = view(request()[http::field::host]);
+  call.cookies = view(request()[http::field::cookie]);
+  call.body = form;
+  call.client = stream_.socket().remote_endpoint(ignored).address().to_string();
   if (request().count(http::field::origin) > 0) call.origin = view(request()[http::field::origin]);
+  if (request().count("Sec-Fetch-Site") > 0) call.fetchSite = view(request()["Sec-Fetch-Site"]);
   // The run store may wait on a disk: not on a connection thread.
   auto decide = [this, &call]() -> awaitable<Console::Answer> { co_return console_.answer(call); };
   Console::Answer reply = co_await asio::co_spawn(checks_, std::move(decide), asio::use_awaitable);

@@ -183,12 +183,14 @@ Console::Answer Console::signInPage(unsigned status, std::string_view error) con
 
 Console::Answer Console::signIn(const Request& request) const {
   const auto form = RequestTarget::parameters(request.body);
-  // Only a form of this server, from a page of this server, is taken (double-submit token).
-  // Browsers send "Origin: null" for a form posted from a page whose referrer policy is
-  // no-referrer, as these pages' is: like none, it leaves the token to decide.
-  const bool sameOrigin = !request.origin || *request.origin == "null" ||
-                          *request.origin == "http://" + std::string(request.host) ||
-                          *request.origin == "https://" + std::string(request.host);
+  // Only a form of this server, from a page of this server, is taken (double-submit token). The
+  // pages' no-referrer policy makes browsers send "Origin: null" with them, so a null origin
+  // counts as none; the browser's Sec-Fetch-Site, where sent, must say the same origin too.
+  const std::string host(request.host);
+  const bool sameOrigin =
+      (!request.origin || *request.origin == "null" || *request.origin == "http://" + host ||
+       *request.origin == "https://" + host) &&
+      (!request.fetchSite || *request.fetchSite == "same-origin" || *request.fetchSite == "none");
   if (!form || !sameOrigin || !form->contains("csrf") ||
       !sameSecret(form->at("csrf"), cookieValue(request.cookies, kCsrfCookie))) {
     return signInPage(403, kStaleForm);

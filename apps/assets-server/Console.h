@@ -42,8 +42,8 @@ class Console {
     std::string_view host;
     // Empty without these fields.
     std::string_view cookies;
-    std::string_view contentType;
     std::optional<std::string_view> origin;
+    std::optional<std::string_view> fetchSite;
     std::string_view body;
     // The client's address, whose wrong keys are slowed.
     std::string client;

@@ -133,6 +133,7 @@ TEST_F(ConsoleTest, SignInNeedsTheFormsTokenAndAKeyAndSlowsWrongKeys) {
       {{{"Cookie", cookie}}, "key=k1&csrf=" + std::string(64, '0'), 403},
       {{}, right, 403},
       {{{"Cookie", cookie}, {"Origin", "http://evil.example"}}, right, 403},
+      {{{"Cookie", cookie}, {"Sec-Fetch-Site", "cross-site"}}, right, 403},
       {{{"Cookie", cookie}}, "key=k3&csrf=" + csrf, 401},
       {{{"Cookie", cookie}}, "csrf=" + csrf, 401},
   };
@@ -154,6 +155,8 @@ TEST_F(ConsoleTest, SignInNeedsTheFormsTokenAndAKeyAndSlowsWrongKeys) {
   EXPECT_TRUE(std::regex_match(set, std::regex("quorvel_console=[0-9a-f]{64}; Path=/console; "
                                                "HttpOnly; SameSite=Strict; Max-Age=28800")))
       << set;
+  // Browsers send "Origin: null" from pages with no referrer, such as the console's own.
+  EXPECT_EQ(signIn("key-2", "null")->status, 303);
   // A right key starts the slowing over.
   EXPECT_EQ(signIn("wrong")->status, 401);
   EXPECT_EQ(delays.back(), 0ms);

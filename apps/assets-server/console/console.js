@@ -188,10 +188,6 @@
     box.append(el("p", {}, "Verdict: ", verdictElement(key, verdict.verdict)));
     if (verdict.verdict !== "pass") box.append(el("p", { class: "why" }, verdict.why || ""));
     const details = verdict.details || {};
-    if (Object.keys(details).length > 0) {
-      box.append(el("h4", {}, "What the judge found"),
-        fieldList(el("dl", { class: "fields" }), details, ""));
-    }
     const codes = el("div", { class: "codes" });
     for (const [field, words] of [["start_code_at", "start"], ["end_code_at", "end"]]) {
       if (typeof details[field] !== "number") continue;
@@ -206,6 +202,10 @@
       codes.append(button);
     }
     if (codes.childElementCount > 0) box.append(codes);
+    if (Object.keys(details).length > 0) {
+      box.append(el("h4", {}, "What the judge found"),
+        fieldList(el("dl", { class: "fields" }), details, ""));
+    }
     return box;
   }
 
