@@ -689,27 +689,26 @@ def check_headers(checks, server, cookie, real_path):
 
 def check_sign_in_guards(checks, server, key):
     """Sign-in by a plain client: the right key with a matching token signs in, and nothing else."""
-    cases = [  # name, send the token cookie, token field, Origin, signs in
-        ("matching token, no Origin", True, None, None, True),
-        ("matching token, same Origin", True, None, server.origin, True),
+    cases = [  # name, send the token cookie, token field, more headers, signs in
+        ("matching token, no Origin", True, None, {}, True),
+        ("matching token, same Origin", True, None, {"Origin": server.origin}, True),
         # What Chromium sends for a form on a page whose referrer policy is no-referrer.
-        ("matching token, Origin null", True, None, "null", True),
-        ("matching token, foreign Origin", True, None, "http://evil.example", False),
-        ("token field differs from its cookie", True, "0" * 64, None, False),
-        ("no token cookie", False, None, None, False),
+        ("matching token, Origin null", True, None, {"Origin": "null"}, True),
+        ("matching token, foreign Origin", True, None, {"Origin": "http://evil.example"}, False),
+        ("matching token, cross-site fetch", True, None, {"Sec-Fetch-Site": "cross-site"}, False),
+        ("token field differs from its cookie", True, "0" * 64, {}, False),
+        ("no token cookie", False, None, {}, False),
     ]
-    for name, send_cookie, field, origin, signs_in in cases:
+    for name, send_cookie, field, more, signs_in in cases:
         with checks.step(f"sign-in, {name}"):
             _, page_headers, page = http("GET", server.origin + "/console")
             token = re.search(rb'name="csrf"[^>]*value="([^"]*)"|value="([^"]*)"[^>]*name="csrf"',
                               page)
             token = (token.group(1) or token.group(2)).decode()
             jar = set_cookies(page_headers)
-            headers = {"Content-Type": "application/x-www-form-urlencoded"}
+            headers = {"Content-Type": "application/x-www-form-urlencoded", **more}
             if send_cookie:
                 headers["Cookie"] = "; ".join(f"{n}={v}" for n, (v, _) in jar.items())
-            if origin:
-                headers["Origin"] = origin
             body = urllib.parse.urlencode({"key": key, "csrf": field or token}).encode()
             status, answer, _ = http("POST", server.origin + "/console/sign-in", headers, body)
             session = set_cookies(answer).get(SESSION_COOKIE)
