@@ -480,11 +480,16 @@ def run_checks(checks, arguments, folder, started):
         # The whole page, the film showing the frame of its start code.
         console.js("const b = document.querySelector('button.code-frame'); if (b) b.click();"
                    "window.scrollTo(0, 0);")
-        driver.set_window_size(1280, min(3000, max(900, console.js(
-            "return document.documentElement.scrollHeight"))))
+        console.until("const v = document.getElementById('film'),"
+                      "      b = document.querySelector('button.code-frame');"
+                      "return !v || !b || (v.paused && !v.seeking && v.readyState >= 2 &&"
+                      "  Math.abs(v.currentTime - parseFloat(b.dataset.at)) < 0.05);")
+        height = min(4000, max(900, console.js("return document.documentElement.scrollHeight")))
+        driver.execute_cdp_cmd("Emulation.setDeviceMetricsOverride", {
+            "width": 1280, "height": height, "deviceScaleFactor": 1, "mobile": False})
         console.js("window.scrollTo(0, 0);")
         driver.save_screenshot(os.path.join(arguments.screenshots, "console-run.png"))
-        driver.set_window_size(1280, 900)
+        driver.execute_cdp_cmd("Emulation.clearDeviceMetricsOverride", {})
 
     with checks.step("the broken seal is told apart"):
         require_session()
