@@ -234,12 +234,7 @@ awaitable<void> AssetsSession::upload(const std::string& appID, const std::strin
   if (!pending.writer) {
     co_return co_await refuse(http::status::internal_server_error, "cannot store the upload");
   }
-  if (RequestTarget::equalIgnoringCase(view(request()[http::field::expect]), "100-continue")) {
-    http::response<http::empty_body> proceed{http::status::continue_, 11};
-    beast::error_code error;
-    co_await http::async_write(stream_, proceed, asio::redirect_error(asio::use_awaitable, error));
-    if (error) co_return;
-  }
+  if (!co_await proceed()) co_return;
   BodyRead read = co_await readBody(boundary, pending);
   // A client that went away or fell silent gets no answer; the temporary file goes.
   if (read.gone) co_return;
@@ -463,7 +458,7 @@ awaitable<void> AssetsSession::serveConsole() {
     if (*parser_.content_length() > Console::kMaxFormBytes) {
       co_return co_await refuse(http::status::payload_too_large, "the form is too large");
     }
-    if (!co_await readForm(form)) co_return;
+    if (!co_await proceed() || !co_await readForm(form)) co_return;
   }
   beast::error_code ignored;
   Console::Request call;
@@ -489,6 +484,16 @@ awaitable<void> AssetsSession::serveConsole() {
   for (const auto& [name, value] : reply.headers) response.insert(name, value);
   response.body() = std::move(reply.body);
   co_await send(response);
+}
+
+awaitable<bool> AssetsSession::proceed() {
+  if (!RequestTarget::equalIgnoringCase(view(request()[http::field::expect]), "100-continue")) {
+    co_return true;
+  }
+  http::response<http::empty_body> interim{http::status::continue_, 11};
+  beast::error_code error;
+  co_await http::async_write(stream_, interim, asio::redirect_error(asio::use_awaitable, error));
+  co_return !error;
 }
 
 awaitable<bool> AssetsSession::readForm(std::string& form) {

@@ -84,6 +84,8 @@ class AssetsSession {
   awaitable<void> serveAsset(std::string_view folder, std::string_view name);
   awaitable<void> serveRuns(const RunsApi::Route& route);
   awaitable<void> serveConsole();
+  // Answers "Expect: 100-continue" once the body is wanted; false when the client went away.
+  awaitable<bool> proceed();
   // A small body (a form) whole into form; false when the client went away or fell silent.
   awaitable<bool> readForm(std::string& form);
 
