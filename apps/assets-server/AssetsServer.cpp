@@ -7,6 +7,7 @@
 #include <thread>
 
 #include "AssetsSession.h"
+#include "Console.h"
 #include "RunRecorder.h"
 #include "RunsApi.h"
 #include "SqliteRunStore.h"
@@ -119,9 +120,9 @@ int AssetsServer::start(const std::string& host, int port) {
           asio::co_spawn(
               executor,
               [this, &rt,
-               session = std::make_shared<AssetsSession>(store_, *recorder_, *runsApi_, options_,
-                                                         address_, rt.checks.get_executor(),
-                                                         std::move(socket))]() -> awaitable<void> {
+               session = std::make_shared<AssetsSession>(
+                   store_, *recorder_, *runsApi_, *console_, options_, address_,
+                   rt.checks.get_executor(), std::move(socket))]() -> awaitable<void> {
                 co_await session->run();
                 --rt.sessions;
                 asio::post(rt.control, [&rt] {
@@ -135,6 +136,9 @@ int AssetsServer::start(const std::string& host, int port) {
       },
       asio::detached);
   runsApi_ = std::make_unique<RunsApi>(*runs);
+  consoleSessions_ = std::make_unique<ConsoleSessions>(options_.console);
+  console_ = std::make_unique<Console>(store_, *runs, *runsApi_, *consoleSessions_,
+                                       options_.apiKeys, options_.onWrongConsoleKey);
   runs_ = std::move(runs);
   recorder_ = std::move(recorder);
   for (int i = 0; i < kThreads; ++i) rt.threads.emplace_back([&rt] { rt.io.run(); });
@@ -159,6 +163,8 @@ void AssetsServer::stop() {
   });
   for (auto& thread : rt.threads) thread.join();
   runtime_.reset();
+  console_.reset();
+  consoleSessions_.reset();
   runsApi_.reset();
   recorder_.reset();
   runs_.reset();

@@ -11,10 +11,12 @@
 #include <vector>
 
 #include "AssetStore.h"
+#include "ConsoleSessions.h"
 #include "Verdict.h"
 
 namespace quorvel {
 
+class Console;
 class RunRecorder;
 class RunStore;
 class RunsApi;
@@ -25,6 +27,7 @@ class RunsApi;
 //        with one part "content"; stores it and answers {"filename": ..., "url": ...}
 //   GET  /assets/{app folder}/{stored name}      the stored bytes with their declared media type
 //   GET  /v3/applications/{appID}/runs[/{results}]  the runs and their verdicts (see RunsApi)
+//   /console                                     the runs in a browser, signed in with a key
 //
 // Each stored results document is a run. Its results' evidence (the films and recordings their
 // urls point at) is judged on threads of its own, and the verdicts kept in a run store beside the
@@ -70,6 +73,10 @@ class AssetsServer {
     std::function<Verdict(std::string_view resultKey, const nlohmann::json& result,
                           const std::filesystem::path& asset)>
         judge{};
+    // The console's session lifetimes and the slowing of wrong keys at its sign-in.
+    ConsoleSessions::Limits console{};
+    // Told the delay of each wrong key's answer at the console's sign-in.
+    std::function<void(std::chrono::milliseconds)> onWrongConsoleKey{};
   };
 
   explicit AssetsServer(Options options);
@@ -100,6 +107,8 @@ class AssetsServer {
   std::unique_ptr<RunStore> runs_;
   std::unique_ptr<RunRecorder> recorder_;
   std::unique_ptr<RunsApi> runsApi_;
+  std::unique_ptr<ConsoleSessions> consoleSessions_;
+  std::unique_ptr<Console> console_;
   std::unique_ptr<Runtime> runtime_;
   int port_ = 0;
   std::string address_;

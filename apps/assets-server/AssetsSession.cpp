@@ -165,6 +165,7 @@ awaitable<void> AssetsSession::serve() {
     co_return co_await refuse(http::status::request_header_fields_too_large,
                               "too many header fields");
   }
+  if (Console::owns(path)) co_return co_await serveConsole();
   if (auto asset = RequestTarget::asset(path)) {
     if (request().method() == http::verb::get || request().method() == http::verb::head) {
       co_return co_await serveAsset(asset->first, asset->second);
@@ -233,12 +234,7 @@ awaitable<void> AssetsSession::upload(const std::string& appID, const std::strin
   if (!pending.writer) {
     co_return co_await refuse(http::status::internal_server_error, "cannot store the upload");
   }
-  if (RequestTarget::equalIgnoringCase(view(request()[http::field::expect]), "100-continue")) {
-    http::response<http::empty_body> proceed{http::status::continue_, 11};
-    beast::error_code error;
-    co_await http::async_write(stream_, proceed, asio::redirect_error(asio::use_awaitable, error));
-    if (error) co_return;
-  }
+  if (!co_await proceed()) co_return;
   BodyRead read = co_await readBody(boundary, pending);
   // A client that went away or fell silent gets no answer; the temporary file goes.
   if (read.gone) co_return;
@@ -401,6 +397,9 @@ awaitable<void> AssetsSession::serveAsset(std::string_view folder, std::string_v
   response.set(http::field::content_disposition,
                "attachment; filename=\"" + asset->file.filename().string() + "\"");
   response.set(http::field::connection, "close");
+  if (always_) {
+    for (const auto& [field, text] : *always_) response.set(field, text);
+  }
   response.content_length(length);
   log(response.result_int());
   const bool head = request().method() == http::verb::head;
@@ -448,6 +447,75 @@ awaitable<void> AssetsSession::serveRuns(const RunsApi::Route& route) {
   co_await answer(static_cast<http::status>(reply.status), reply.body, kNoHeader);
 }
 
+awaitable<void> AssetsSession::serveConsole() {
+  always_ = &Console::securityHeaders();
+  std::string form;
+  if (request().method() == http::verb::post) {
+    if (parser_.chunked() || !parser_.content_length()) {
+      co_return co_await refuse(http::status::length_required,
+                                "the form must be sent with a Content-Length");
+    }
+    if (*parser_.content_length() > Console::kMaxFormBytes) {
+      co_return co_await refuse(http::status::payload_too_large, "the form is too large");
+    }
+    // One co_await per statement: GCC 12 miscompiles them in the operands of || and &&.
+    if (!co_await proceed()) co_return;
+    if (!co_await readForm(form)) co_return;
+  }
+  beast::error_code ignored;
+  Console::Request call;
+  call.method = view(request().method_string());
+  call.target = view(request().target());
+  call.host = view(request()[http::field::host]);
+  call.cookies = view(request()[http::field::cookie]);
+  call.body = form;
+  call.client = stream_.socket().remote_endpoint(ignored).address().to_string();
+  if (request().count(http::field::origin) > 0) call.origin = view(request()[http::field::origin]);
+  if (request().count("Sec-Fetch-Site") > 0) call.fetchSite = view(request()["Sec-Fetch-Site"]);
+  // The run store may wait on a disk: not on a connection thread.
+  auto decide = [this, &call]() -> awaitable<Console::Answer> { co_return console_.answer(call); };
+  Console::Answer reply = co_await asio::co_spawn(checks_, std::move(decide), asio::use_awaitable);
+  if (reply.delay.count() > 0) {
+    // A wrong key's answer waits on a timer, holding no thread meanwhile.
+    asio::steady_timer slowed(stream_.get_executor(), reply.delay);
+    co_await slowed.async_wait(asio::redirect_error(asio::use_awaitable, ignored));
+  }
+  if (reply.media) co_return co_await serveAsset(reply.media->first, reply.media->second);
+  http::response<http::string_body> response{static_cast<http::status>(reply.status), 11};
+  response.set(http::field::content_type, reply.contentType);
+  for (const auto& [name, value] : reply.headers) response.insert(name, value);
+  response.body() = std::move(reply.body);
+  co_await send(response);
+}
+
+awaitable<bool> AssetsSession::proceed() {
+  if (!RequestTarget::equalIgnoringCase(view(request()[http::field::expect]), "100-continue")) {
+    co_return true;
+  }
+  http::response<http::empty_body> interim{http::status::continue_, 11};
+  beast::error_code error;
+  co_await http::async_write(stream_, interim, asio::redirect_error(asio::use_awaitable, error));
+  co_return !error;
+}
+
+awaitable<bool> AssetsSession::readForm(std::string& form) {
+  form.resize(Console::kMaxFormBytes);
+  // The whole form within one read timeout: it is small.
+  stream_.expires_after(options_.readTimeout);
+  std::size_t got = 0;
+  while (!parser_.is_done()) {
+    parser_.get().body().data = form.data() + got;
+    parser_.get().body().size = form.size() - got;
+    beast::error_code error;
+    co_await http::async_read_some(stream_, buffer_, parser_,
+                                   asio::redirect_error(asio::use_awaitable, error));
+    got = form.size() - parser_.get().body().size;
+    if (error && error != http::error::need_buffer) co_return false;
+  }
+  form.resize(got);
+  co_return true;
+}
+
 awaitable<void> AssetsSession::refuse(http::status code, const std::string& message) {
   co_await refuse(code, message, kNoHeader);
 }
@@ -463,9 +531,16 @@ awaitable<void> AssetsSession::answer(http::status code, const nlohmann::json& j
                                       const Header& header) {
   http::response<http::string_body> response{code, 11};
   response.set(http::field::content_type, "application/json");
-  response.set(http::field::connection, "close");
   if (!header.name.empty()) response.set(header.name, header.value);
   response.body() = json.dump(-1, ' ', false, nlohmann::json::error_handler_t::replace);
+  co_await send(response);
+}
+
+awaitable<void> AssetsSession::send(http::response<http::string_body>& response) {
+  response.set(http::field::connection, "close");
+  if (always_) {
+    for (const auto& [name, value] : *always_) response.set(name, value);
+  }
   response.prepare_payload();
   log(response.result_int());
   beast::error_code error;

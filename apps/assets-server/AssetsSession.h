@@ -13,6 +13,7 @@
 
 #include "AssetStore.h"
 #include "AssetsServer.h"
+#include "Console.h"
 #include "MultipartReader.h"
 #include "RunRecorder.h"
 #include "RunsApi.h"
@@ -39,11 +40,12 @@ class AssetsSession {
  public:
   // Seal checks and the run store's work run on checks, off the connections' threads.
   AssetsSession(const AssetStore& store, RunRecorder& recorder, const RunsApi& runsApi,
-                const AssetsServer::Options& options, std::string address,
+                const Console& console, const AssetsServer::Options& options, std::string address,
                 boost::asio::thread_pool::executor_type checks, tcp::socket socket)
       : store_(store),
         recorder_(recorder),
         runsApi_(runsApi),
+        console_(console),
         options_(options),
         address_(std::move(address)),
         checks_(std::move(checks)),
@@ -81,6 +83,11 @@ class AssetsSession {
 
   awaitable<void> serveAsset(std::string_view folder, std::string_view name);
   awaitable<void> serveRuns(const RunsApi::Route& route);
+  awaitable<void> serveConsole();
+  // Answers "Expect: 100-continue" once the body is wanted; false when the client went away.
+  awaitable<bool> proceed();
+  // A small body (a form) whole into form; false when the client went away or fell silent.
+  awaitable<bool> readForm(std::string& form);
 
   // Coroutine parameters here are references, never defaulted or initializer lists: GCC 12
   // miscompiles those in coroutines. The arguments outlive the awaited call.
@@ -89,6 +96,8 @@ class AssetsSession {
 
   // Sends one JSON answer, then lingers so that the client can read it.
   awaitable<void> answer(status code, const nlohmann::json& json, const Header& header);
+  // Sends an answer whole (its head alone for HEAD), then lingers.
+  awaitable<void> send(boost::beast::http::response<boost::beast::http::string_body>& response);
   // After a whole answer: ends the sending side and reads and drops what the client still sends,
   // for a bounded time and amount, before the connection is closed.
   awaitable<void> linger();
@@ -98,7 +107,10 @@ class AssetsSession {
   const AssetStore& store_;
   RunRecorder& recorder_;
   const RunsApi& runsApi_;
+  const Console& console_;
   const AssetsServer::Options& options_;
+  // Fields every answer of this request carries (the console's security headers).
+  const std::vector<Console::Header>* always_ = nullptr;
   const std::string address_;
   boost::asio::thread_pool::executor_type checks_;
   boost::beast::tcp_stream stream_;

@@ -79,9 +79,9 @@ std::optional<std::map<std::string, std::string>> RequestTarget::parameters(
 }
 
 std::optional<std::pair<std::string_view, std::string_view>> RequestTarget::asset(
-    std::string_view path) {
-  if (!path.starts_with(kAssetPrefix)) return std::nullopt;
-  std::string_view rest = path.substr(kAssetPrefix.size());
+    std::string_view path, std::string_view prefix) {
+  if (!path.starts_with(prefix)) return std::nullopt;
+  std::string_view rest = path.substr(prefix.size());
   std::size_t slash = rest.find('/');
   if (slash == 0 || slash == std::string_view::npos || slash + 1 == rest.size() ||
       rest.find('/', slash + 1) != std::string_view::npos) {

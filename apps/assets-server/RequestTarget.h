@@ -24,8 +24,10 @@ class RequestTarget {
   static std::optional<std::map<std::string, std::string>> parameters(std::string_view query);
   // ASCII letters compared without their case, as header values and schemes are.
   static bool equalIgnoringCase(std::string_view a, std::string_view b);
-  // The folder and name of an asset path ("/assets/folder/name"), or nothing.
-  static std::optional<std::pair<std::string_view, std::string_view>> asset(std::string_view path);
+  // The folder and name of an asset path ("/assets/folder/name", or under another prefix), or
+  // nothing.
+  static std::optional<std::pair<std::string_view, std::string_view>> asset(
+      std::string_view path, std::string_view prefix = kAssetPrefix);
 };
 
 }  // namespace quorvel

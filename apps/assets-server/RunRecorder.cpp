@@ -34,17 +34,6 @@ JudgingPool::Judge judgeFrom(const fs::path& root, const RunRecorder::Judge& jud
   };
 }
 
-// The name of the app's own stored asset that url points at. Only the path is compared: a proxy
-// in front of the server may change its scheme, host and port.
-std::optional<std::string> ownAsset(const AssetStore& assets, std::string_view folder,
-                                    std::string_view url) {
-  auto asset = RequestTarget::asset(RequestTarget::path(url));
-  if (!asset || asset->first != folder || !assets.find(asset->first, asset->second)) {
-    return std::nullopt;
-  }
-  return std::string(asset->second);
-}
-
 }  // namespace
 
 RunRecorder::RunRecorder(const AssetStore& assets, RunStore& runs, const Judge& judge,
@@ -54,22 +43,41 @@ RunRecorder::RunRecorder(const AssetStore& assets, RunStore& runs, const Judge& 
       judging_(static_cast<bool>(judge)),
       pool_(runs, judgeFrom(assets.root(), judge), judging_ ? judgingThreads : 1) {}
 
+// The name of the app's own stored asset that url points at. Only the path is compared: a proxy
+// in front of the server may change its scheme, host and port.
+std::optional<std::string> RunRecorder::ownAsset(const AssetStore& assets, std::string_view folder,
+                                                 std::string_view url) {
+  auto asset = RequestTarget::asset(RequestTarget::path(url));
+  if (!asset || asset->first != folder || !assets.find(asset->first, asset->second)) {
+    return std::nullopt;
+  }
+  return std::string(asset->second);
+}
+
 json RunRecorder::testsResults(const fs::path& document) {
+  json data = documentData(document);
+  if (data.is_object() && data.contains("tests_results") && data["tests_results"].is_object()) {
+    return data["tests_results"];
+  }
+  return nullptr;
+}
+
+json RunRecorder::documentData(const fs::path& document) {
   std::error_code error;
   const std::uintmax_t size = fs::file_size(document, error);
   std::ifstream in(document, std::ios::binary);
   if (error || size > ResultsSeal::kMaxDocumentBytes || !in) return nullptr;
-  // Only data.tests_results is kept, and nothing deeper than a sealed document may be is read.
+  // Only those parts of data are kept, and nothing deeper than a sealed document may be is read.
   auto keep = [](int depth, json::parse_event_t event, json& parsed) {
     if (depth > static_cast<int>(ResultsSeal::kMaxDepth)) throw std::length_error("too deep");
     if (event != json::parse_event_t::key) return true;
-    return (depth != 1 || parsed == "data") && (depth != 2 || parsed == "tests_results");
+    return (depth != 1 || parsed == "data") &&
+           (depth != 2 || parsed == "tests_results" || parsed == "device_info");
   };
   try {
-    const json whole = json::parse(in, keep, false);
-    if (whole.is_object() && whole.contains("data") && whole["data"].is_object() &&
-        whole["data"].contains("tests_results") && whole["data"]["tests_results"].is_object()) {
-      return whole["data"]["tests_results"];
+    json whole = json::parse(in, keep, false);
+    if (whole.is_object() && whole.contains("data") && whole["data"].is_object()) {
+      return std::move(whole["data"]);
     }
   } catch (const std::exception&) {
   }

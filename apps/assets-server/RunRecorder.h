@@ -3,6 +3,7 @@
 #include <filesystem>
 #include <functional>
 #include <nlohmann/json.hpp>
+#include <optional>
 #include <string>
 #include <string_view>
 
@@ -37,6 +38,12 @@ class RunRecorder {
   // The "tests_results" object of a stored results document; null when it cannot be read, is too
   // large or too deep, or has none.
   static nlohmann::json testsResults(const std::filesystem::path& document);
+  // The document's "data" with only its "device_info" and "tests_results" (those it has); null
+  // as for testsResults.
+  static nlohmann::json documentData(const std::filesystem::path& document);
+  // The name of the app's own stored asset (in folder) that a result's url points at, if any.
+  static std::optional<std::string> ownAsset(const AssetStore& assets, std::string_view folder,
+                                             std::string_view url);
 
  private:
   // A document's run and the evidence of each of its pending verdicts.

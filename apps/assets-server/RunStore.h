@@ -51,9 +51,12 @@ class RunStore {
   virtual bool setVerdict(std::string_view results, std::string_view resultKey,
                           const Verdict& verdict, std::string& error) = 0;
   // An app's runs, newest first, starting after the run named before (from the newest when
-  // empty). A before that is not one of the app's runs yields an empty page.
+  // empty); with failedOnly, only runs with at least one failed verdict. A before that is not one
+  // of the app's runs yields an empty page.
   virtual std::optional<Page> list(std::string_view appID, std::string_view before,
-                                   std::size_t limit, std::string& error) = 0;
+                                   std::size_t limit, bool failedOnly, std::string& error) = 0;
+  // The IDs of the apps that have runs, in byte order.
+  virtual std::optional<std::vector<std::string>> apps(std::string& error) = 0;
   // Nothing with an empty error when the app has no such run.
   virtual std::optional<Run> find(std::string_view appID, std::string_view results,
                                   std::string& error) = 0;

@@ -83,7 +83,12 @@ RunsApi::Answer RunsApi::list(const Route& route, std::string_view query) const 
       return error.empty() ? refusal(400, "before names no run of this app") : failed(error);
     }
   }
-  std::optional<RunStore::Page> page = runs_.list(route.appID, before, limit, error);
+  bool failedOnly = false;
+  if (auto given = parameters->find("failed"); given != parameters->end()) {
+    if (given->second != "0" && given->second != "1") return refusal(400, "failed must be 0 or 1");
+    failedOnly = given->second == "1";
+  }
+  std::optional<RunStore::Page> page = runs_.list(route.appID, before, limit, failedOnly, error);
   if (!page) return failed(error);
   nlohmann::json body = {{"runs", nlohmann::json::array()}};
   for (const RunStore::Run& run : page->runs) body["runs"].push_back(toJson(run));

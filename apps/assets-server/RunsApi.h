@@ -11,8 +11,9 @@
 namespace quorvel {
 
 // The runs as JSON, read with the upload key:
-//   GET /v3/applications/{appID}/runs?before={results}&limit={1..200}
-//       {"runs": [run, ...], "next": results}, newest first; "next" only when more follow
+//   GET /v3/applications/{appID}/runs?before={results}&limit={1..200}&failed=1
+//       {"runs": [run, ...], "next": results}, newest first; "next" only when more follow;
+//       failed=1 keeps the runs with at least one failed verdict
 //   GET /v3/applications/{appID}/runs/{results}   one run
 // where a run is {"results", "received_at", "seal_valid", "verdicts": {key: {"verdict", "why",
 // "details"}}}. The app ID is the path text as sent, slashes included, as in an upload's path: a

@@ -34,6 +34,11 @@ constexpr const char* kSchema = R"(
 constexpr const char* kRunColumns =
     "SELECT seq, app_id, folder, results, received_at, seal_valid FROM runs ";
 constexpr const char* kNewestFirst = " ORDER BY received_at DESC, seq DESC LIMIT ?3";
+constexpr const char* kAfterRun =
+    " AND (received_at, seq) < "
+    "(SELECT received_at, seq FROM runs WHERE app_id = ?1 AND results = ?2)";
+constexpr const char* kWithFailure =
+    " AND EXISTS(SELECT 1 FROM verdicts v WHERE v.run = runs.seq AND v.verdict = 'fail')";
 
 // In the order of SqliteRunStore::Query.
 const std::string kSql[] = {
@@ -44,10 +49,10 @@ const std::string kSql[] = {
     "WHERE run = (SELECT seq FROM runs WHERE results = ?1) AND result_key = ?2",
     std::string(kRunColumns) + "WHERE app_id = ?1 AND results = ?2",
     std::string(kRunColumns) + "WHERE app_id = ?1" + kNewestFirst,
-    std::string(kRunColumns) +
-        "WHERE app_id = ?1 AND (received_at, seq) < "
-        "(SELECT received_at, seq FROM runs WHERE app_id = ?1 AND results = ?2)" +
-        kNewestFirst,
+    std::string(kRunColumns) + "WHERE app_id = ?1" + kAfterRun + kNewestFirst,
+    std::string(kRunColumns) + "WHERE app_id = ?1" + kWithFailure + kNewestFirst,
+    std::string(kRunColumns) + "WHERE app_id = ?1" + kAfterRun + kWithFailure + kNewestFirst,
+    "SELECT DISTINCT app_id FROM runs ORDER BY app_id",
     "SELECT result_key, verdict, why, details FROM verdicts WHERE run = ?1",
     "SELECT r.folder, r.results, v.result_key, v.asset FROM verdicts v JOIN runs r "
     "ON r.seq = v.run WHERE v.verdict = 'pending' ORDER BY v.run, v.result_key",
@@ -235,9 +240,12 @@ bool SqliteRunStore::readRuns(sqlite3_stmt* rows, std::vector<Run>& runs) {
 }
 
 std::optional<RunStore::Page> SqliteRunStore::list(std::string_view appID, std::string_view before,
-                                                   std::size_t limit, std::string& error) {
+                                                   std::size_t limit, bool failedOnly,
+                                                   std::string& error) {
   std::lock_guard lock(mutex_);
-  sqlite3_stmt* rows = statement(before.empty() ? kNewest : kBefore);
+  const Query query = failedOnly ? (before.empty() ? kNewestFailed : kBeforeFailed)
+                                 : (before.empty() ? kNewest : kBefore);
+  sqlite3_stmt* rows = statement(query);
   bindText(rows, 1, appID);
   if (!before.empty()) bindText(rows, 2, before);
   // One more than asked tells whether more follow.
@@ -267,6 +275,20 @@ std::optional<RunStore::Run> SqliteRunStore::find(std::string_view appID, std::s
   }
   if (runs.empty()) return std::nullopt;
   return std::move(runs.front());
+}
+
+std::optional<std::vector<std::string>> SqliteRunStore::apps(std::string& error) {
+  std::lock_guard lock(mutex_);
+  sqlite3_stmt* rows = statement(kApps);
+  std::vector<std::string> ids;
+  int step;
+  while ((step = sqlite3_step(rows)) == SQLITE_ROW) ids.push_back(column(rows, 0));
+  sqlite3_reset(rows);
+  if (step != SQLITE_DONE) {
+    error = failure("cannot read");
+    return std::nullopt;
+  }
+  return ids;
 }
 
 std::optional<std::vector<RunStore::Judgement>> SqliteRunStore::pending(std::string& error) {

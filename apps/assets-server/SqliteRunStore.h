@@ -35,7 +35,8 @@ class SqliteRunStore final : public RunStore {
   bool setVerdict(std::string_view results, std::string_view resultKey, const Verdict& verdict,
                   std::string& error) override;
   std::optional<Page> list(std::string_view appID, std::string_view before, std::size_t limit,
-                           std::string& error) override;
+                           bool failedOnly, std::string& error) override;
+  std::optional<std::vector<std::string>> apps(std::string& error) override;
   std::optional<Run> find(std::string_view appID, std::string_view results,
                           std::string& error) override;
   std::optional<std::vector<Judgement>> pending(std::string& error) override;
@@ -49,6 +50,9 @@ class SqliteRunStore final : public RunStore {
     kFind,
     kNewest,
     kBefore,
+    kNewestFailed,
+    kBeforeFailed,
+    kApps,
     kVerdicts,
     kPending,
     kBegin,

@@ -290,7 +290,7 @@ TEST_F(AssetsServerProgram, EveryAcknowledgedRunOutlivesAKill) {
   std::string error;
   auto runs = SqliteRunStore::open(tree.path() / "s.runs.sqlite", error);
   ASSERT_TRUE(runs) << error;
-  auto page = runs->list("a", "", 50, error);
+  auto page = runs->list("a", "", 50, false, error);
   ASSERT_TRUE(page) << error;
   std::vector<std::string> kept;
   for (const auto& run : page->runs) kept.push_back(run.results);
