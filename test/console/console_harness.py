@@ -17,6 +17,7 @@ CHROMIUM = "/usr/bin/chromium"
 CHROMEDRIVER = "/usr/bin/chromedriver"
 APP = "demo"
 FILM = "device_front_video"
+SPEAKER = "speaker_recording"
 HOSTILE = '<img src=x onerror="window.__hit=1">'
 SESSION_COOKIE = "quorvel_console"
 # What a /console answer must carry, whatever it is.
@@ -29,6 +30,12 @@ CSP_DIRECTIVES = {
 DEMO_SECONDS = 300
 JUDGING_SECONDS = 60
 BROWSER_SECONDS = 45
+# A film of this length with no codes in it keeps the server's one judging thread busy for some
+# seconds (about one per second of film in a release build, more under the sanitizers), so a run
+# queued behind it is seen pending.
+SLOW_FILM_SECONDS = 20
+SLOW_JUDGING_SECONDS = 300
+FFMPEG = "/usr/bin/ffmpeg"
 
 
 class Checks:
@@ -112,7 +119,9 @@ class Server:
         env = dict(os.environ, ASAN_OPTIONS="detect_leaks=0")
         with open(self.output, "wb") as out, open(self.errors, "wb") as err:
             self.process = subprocess.Popen(
-                [program, "--port", "0", "--storage", self.storage, "--api-key", key],
+                # One judging thread: runs are judged one after the other, in upload order.
+                [program, "--port", "0", "--storage", self.storage, "--api-key", key,
+                 "--judging-threads", "1"],
                 stdout=out, stderr=err, stdin=subprocess.DEVNULL, env=env)
         deadline = time.monotonic() + 60
         self.origin = None
@@ -148,9 +157,12 @@ class Server:
             raise RuntimeError(f"upload of {name}: {status} {answer[:200]!r}")
         return json.loads(answer)["filename"]
 
-    def judged(self, results):
+    def asset_url(self, name):
+        return f"{self.origin}/assets/{APP}/{name}"
+
+    def judged(self, results, seconds=JUDGING_SECONDS):
         """The run once none of its verdicts is pending (or the bound has passed)."""
-        deadline = time.monotonic() + JUDGING_SECONDS
+        deadline = time.monotonic() + seconds
         while True:
             status, run = self.api(f"runs/{results}")
             pending = status != 200 or any(v.get("verdict") == "pending"
@@ -184,6 +196,31 @@ def autopilot_run(program, server, folder):
     if demo.returncode != 0 or not lines:
         raise RuntimeError(f"the demo exited with {demo.returncode}: {demo.stderr.decode()[-500:]}")
     return json.loads(lines[-1])
+
+
+def ffmpeg(folder, name, *arguments):
+    """The bytes of a media file that ffmpeg makes from the arguments."""
+    path = os.path.join(folder, name)
+    made = subprocess.run([FFMPEG, "-nostdin", "-loglevel", "error", "-y", *arguments, path],
+                          capture_output=True, timeout=120)
+    if made.returncode != 0:
+        raise RuntimeError(f"ffmpeg could not make {name}: {made.stderr.decode()[-300:]}")
+    with open(path, "rb") as made_file:
+        return made_file.read()
+
+
+def slow_film(folder):
+    """A grey film with sound and no codes: the judge looks hard for them, and fails it."""
+    seconds = str(SLOW_FILM_SECONDS)
+    return ffmpeg(folder, "slow-Video.mp4", "-f", "lavfi", "-i",
+                  f"color=c=gray:s=720x1280:r=30:d={seconds}", "-f", "lavfi", "-i",
+                  f"sine=d={seconds}", "-c:v", "libx264", "-preset", "ultrafast", "-c:a", "aac",
+                  "-shortest")
+
+
+def soundtrack(folder, film):
+    """The sound of a film as a recording, the way the SDK uploads one (AAC in an .m4a)."""
+    return ffmpeg(folder, "recording.m4a", "-i", film, "-vn", "-c:a", "copy")
 
 
 # --- the browser ----------------------------------------------------------------------------------
@@ -225,13 +262,16 @@ class Console:
     def js(self, script, *args):
         return self.driver.execute_script(script, *args)
 
-    def until(self, script, *args):
+    def until(self, script, *args, seconds=BROWSER_SECONDS):
         """Waits (bounded) until the script returns something true, and returns it."""
         from selenium.common.exceptions import TimeoutException
+        from selenium.webdriver.support.ui import WebDriverWait
+        wait = self.wait if seconds == BROWSER_SECONDS else \
+            WebDriverWait(self.driver, seconds, poll_frequency=0.2)
         try:
-            return self.wait.until(lambda d: d.execute_script(script, *args))
+            return wait.until(lambda d: d.execute_script(script, *args))
         except TimeoutException:
-            raise RuntimeError(f"waited {BROWSER_SECONDS} s on {self.driver.current_url} for: "
+            raise RuntimeError(f"waited {seconds} s on {self.driver.current_url} for: "
                                + " ".join(script.split())[:120]) from None
 
     def fetch(self, path):
@@ -240,6 +280,22 @@ class Console:
             "fetch(arguments[0], {credentials: 'same-origin'})"
             "  .then(r => r.text().then(t => done([r.status, t])))"
             "  .catch(e => done([0, String(e)]));", path)
+
+    def plays(self, selector):
+        """'playing' once the media element (muted) plays and its time moves, else what stopped it."""
+        outcome = self.driver.execute_async_script("""
+            const done = arguments[1], m = document.querySelector(arguments[0]);
+            if (!m) { done('no ' + arguments[0]); return; }
+            const timer = setTimeout(() => done('no playing event; readyState ' + m.readyState +
+                                                (m.error ? ', error ' + m.error.message : '')), 30000);
+            m.muted = true;
+            m.addEventListener('playing', () => { clearTimeout(timer); done('playing'); }, {once: true});
+            m.play().catch(e => { clearTimeout(timer); done('play() refused: ' + e); });""", selector)
+        if outcome == "playing":
+            start = self.js("return document.querySelector(arguments[0]).currentTime", selector)
+            self.until("const m = document.querySelector(arguments[0]);"
+                       "return !m.paused && m.currentTime > arguments[1];", selector, start)
+        return outcome
 
     def on_sign_in_page(self):
         return self.js("return !!document.querySelector('form#sign-in #key')")

@@ -3,8 +3,9 @@
 
 Starts quorvel-assets-server on a free loopback port with fresh storage, makes a real autopilot run
 with quorvel-demo, adds a run whose device name is markup and one with a broken seal, then drives
-headless Chromium through the console: sign-in, the runs list, a run with its film, sign-out, the
-security headers, and the layout at 320 px and at 200% zoom. Every check is named; exit 0 when all
+headless Chromium through the console: sign-in, the runs list, a run with its film, a run still
+being judged (queued behind a slow film) with a recording, sign-out, the security headers, and the
+layout at 320 px and at 200% zoom. Every check is named; exit 0 when all
 pass, 1 when any fails, 77 (skipped) when Chromium or its driver is missing.
 
     console_test.py SERVER DEMO [--screenshots DIR]
@@ -22,8 +23,9 @@ import uuid
 
 sys.dont_write_bytecode = True  # nothing left behind in the source tree
 from console_harness import (  # noqa: E402 - after the line above
-    SKIP, CHROMIUM, CHROMEDRIVER, APP, FILM, HOSTILE, SESSION_COOKIE, CSP_DIRECTIVES, Checks, http,
-    set_cookies, sealed, leaves, Server, autopilot_run, start_browser, Console, css_escape,
+    SKIP, CHROMIUM, CHROMEDRIVER, APP, FILM, SPEAKER, SLOW_JUDGING_SECONDS, HOSTILE, SESSION_COOKIE, CSP_DIRECTIVES, Checks, http,
+    set_cookies, sealed, leaves, Server, autopilot_run, slow_film, soundtrack, start_browser,
+    Console, css_escape,
     VERDICT_WORDS, keyboard_pass)
 
 # --- the checks -----------------------------------------------------------------------------------
@@ -222,6 +224,10 @@ def run_checks(checks, arguments, folder, started):
         checks.check("hostile device name made no <img>", images == 0, f"{images} found")
         check_result_verdicts(checks, console, hostile_run, "hostile run")
 
+    with checks.step("a run still being judged updates by itself"):
+        require_session()
+        check_pending_run(checks, console, server, data, folder)
+
     with checks.step("no script or policy errors in the browser"):
         errors = [entry["message"] for entry in driver.get_log("browser")
                   if "Content Security Policy" in entry["message"] or "Uncaught" in
@@ -281,6 +287,49 @@ def run_checks(checks, arguments, folder, started):
         checks.check("the old session cookie replayed gets 401", status == 401, f"{status}")
 
 
+def check_pending_run(checks, console, server, data, folder):
+    """A run queued behind a slow judgement: its page says so, plays its recording, and takes each
+    verdict in place as it arrives, without reloading or restarting its media."""
+    film = data["tests_results"][FILM]
+    slow = json.loads(json.dumps(data))
+    slow["tests_results"][FILM]["url"] = server.asset_url(
+        server.upload("rendered-Video.mp4", slow_film(folder), "video/mp4"))
+    stored_film = os.path.join(server.storage, APP, film["url"].rsplit("/", 1)[1])
+    recording = server.upload("recording.m4a", soundtrack(folder, stored_film), "audio/mp4")
+    waiting = json.loads(json.dumps(data))
+    waiting["tests_results"][SPEAKER] = {"success": True, "timestamp": film["timestamp"],
+                                         "url": server.asset_url(recording), "version": "1"}
+    server.upload("jsonResults.json", sealed(slow), "application/json")
+    results = server.upload("jsonResults.json", sealed(waiting), "application/json")
+
+    console.open(f"/console/run?app={APP}&results={urllib.parse.quote(results)}")
+    console.until("return document.querySelectorAll('#results article.result').length >= "
+                  "arguments[0]", len(waiting["tests_results"]))
+    shown = console.js("return [...document.querySelectorAll('#results .verdict')]"
+                       ".map(v => [v.dataset.verdict, v.textContent])")
+    note = console.js("const n = document.getElementById('pending-note'); return n && n.textContent")
+    checks.check("a run queued behind a slow film shows its verdicts pending, in words, with a note",
+                 len(shown) == sum("url" in r for r in waiting["tests_results"].values()) and note
+                 and all(
+                     v == "pending" and VERDICT_WORDS["pending"] in words.lower()
+                     for v, words in shown) and "judged" in note,
+                 f"{shown}, note {note!r} (judged before the page showed it? a longer slow film)")
+    console.js("window.__samePage = true; document.getElementById('film').__same = true;"
+               "document.querySelector('audio.recording').__same = true;")
+    playing = console.plays("audio.recording")
+    checks.check("the recording plays in the browser", playing == "playing", str(playing))
+
+    console.until("return !document.getElementById('pending-note') && [...document.querySelectorAll("
+                  "'#results .verdict')].every(v => v.dataset.verdict !== 'pending')",
+                  seconds=SLOW_JUDGING_SECONDS)
+    kept = console.js("return [window.__samePage === true,"
+                      "        document.getElementById('film').__same === true,"
+                      "        document.querySelector('audio.recording').__same === true]")
+    checks.check("the verdicts arrive in the same page, its film and recording elements kept",
+                 kept == [True, True, True], f"page, film, recording kept: {kept}")
+    check_result_verdicts(checks, console, server.judged(results), "the run judged while shown")
+
+
 def check_result_verdicts(checks, console, run, name):
     """Each verdict of the run as an article's .verdict, with the why unless it passed."""
     shown = console.js(
@@ -313,17 +362,7 @@ def check_film(checks, console, run):
         return
     status, headers, _ = http("GET", console.origin + source, {"Range": "bytes=0-99"})
     checks.check("the film is not served without a session", status == 401, f"{status}")
-    playing = console.driver.execute_async_script("""
-        const done = arguments[0], v = document.getElementById('film');
-        const timer = setTimeout(() => done('no playing event; readyState ' + v.readyState +
-                                            (v.error ? ', error ' + v.error.message : '')), 30000);
-        v.muted = true;
-        v.addEventListener('playing', () => { clearTimeout(timer); done('playing'); }, {once: true});
-        v.play().catch(e => { clearTimeout(timer); done('play() refused: ' + e); });""")
-    if playing == "playing":
-        start = console.js("return document.getElementById('film').currentTime")
-        console.until("const v = document.getElementById('film');"
-                      "return !v.paused && v.currentTime > arguments[0];", start)
+    playing = console.plays("video#film")
     checks.check("the film plays in the browser", playing == "playing", str(playing))
     details = run.get("verdicts", {}).get(FILM, {}).get("details", {})
     expected = sorted(details[k] for k in ("start_code_at", "end_code_at") if k in details)
