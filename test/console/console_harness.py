@@ -20,6 +20,7 @@ FILM = "device_front_video"
 SPEAKER = "speaker_recording"
 HOSTILE = '<img src=x onerror="window.__hit=1">'
 SESSION_COOKIE = "quorvel_console"
+PAGE_SIZE = 20  # runs on a page of the console
 # What a /console answer must carry, whatever it is.
 CSP_DIRECTIVES = {
     "default-src": "'none'", "script-src": "'self'", "style-src": "'self'",
@@ -107,6 +108,8 @@ def leaves(value):
         return [leaf for item in value.values() for leaf in leaves(item)]
     if isinstance(value, list):
         return [leaf for item in value for leaf in leaves(item)]
+    if isinstance(value, float) and value.is_integer():
+        value = int(value)  # as JavaScript writes it: 76773.0 is "76773"
     return [value if isinstance(value, str) else json.dumps(value)]
 
 

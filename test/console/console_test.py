@@ -23,7 +23,7 @@ import uuid
 
 sys.dont_write_bytecode = True  # nothing left behind in the source tree
 from console_harness import (  # noqa: E402 - after the line above
-    SKIP, CHROMIUM, CHROMEDRIVER, APP, FILM, SPEAKER, SLOW_JUDGING_SECONDS, HOSTILE, SESSION_COOKIE, CSP_DIRECTIVES, Checks, http,
+    SKIP, CHROMIUM, CHROMEDRIVER, APP, FILM, PAGE_SIZE, SPEAKER, SLOW_JUDGING_SECONDS, HOSTILE, SESSION_COOKIE, CSP_DIRECTIVES, Checks, http,
     set_cookies, sealed, leaves, Server, autopilot_run, slow_film, soundtrack, start_browser,
     Console, css_escape,
     VERDICT_WORDS, keyboard_pass)
@@ -228,6 +228,10 @@ def run_checks(checks, arguments, folder, started):
         require_session()
         check_pending_run(checks, console, server, data, folder)
 
+    with checks.step("the runs page pages through every run"):
+        require_session()
+        check_paging(checks, console, server, data)
+
     with checks.step("no script or policy errors in the browser"):
         errors = [entry["message"] for entry in driver.get_log("browser")
                   if "Content Security Policy" in entry["message"] or "Uncaught" in
@@ -328,6 +332,38 @@ def check_pending_run(checks, console, server, data, folder):
     checks.check("the verdicts arrive in the same page, its film and recording elements kept",
                  kept == [True, True, True], f"page, film, recording kept: {kept}")
     check_result_verdicts(checks, console, server.judged(results), "the run judged while shown")
+
+
+def check_paging(checks, console, server, data):
+    """More runs than a page: Older and Newer walk them all, newest first, each once."""
+    plain = {"device_info": data["device_info"], "tests_results": {
+        key: result for key, result in data["tests_results"].items() if "url" not in result}}
+    for _ in range(PAGE_SIZE):  # nothing in them to judge
+        server.upload("jsonResults.json", sealed(plain), "application/json")
+    status, listed = server.api(f"runs?limit={3 * PAGE_SIZE}")
+    every = [run["results"] for run in listed["runs"]] if status == 200 else []
+    console.open(f"/console/runs?app={APP}")
+    pages = []
+    for _ in range(len(every) // PAGE_SIZE + 1):
+        console.until("return document.querySelectorAll('#runs tr[data-results]').length > 0 && "
+                      "!(document.getElementById('status').textContent || '').includes('Loading')")
+        pages.append(console.rows())
+        if not console.js("return !document.getElementById('older').disabled"):
+            break
+        first = pages[-1][0]
+        console.driver.find_element("css selector", "#older").click()
+        console.until("const r = document.querySelector('#runs tr[data-results]');"
+                      "return r && r.dataset.results !== arguments[0];", first)
+    checks.check(f"Older runs walks all {len(every)} runs, newest first, {PAGE_SIZE} a page",
+                 len(every) > PAGE_SIZE and [r for page in pages for r in page] == every and
+                 all(len(page) == PAGE_SIZE for page in pages[:-1]),
+                 f"pages of {[len(page) for page in pages]} for {len(every)} runs")
+    if len(pages) > 1:
+        console.driver.find_element("css selector", "#newer").click()
+        console.until("const r = document.querySelector('#runs tr[data-results]');"
+                      "return r && r.dataset.results === arguments[0];", pages[-2][0])
+        checks.check("Newer runs goes back to the page before", console.rows() == pages[-2],
+                     str(console.rows()[:3]))
 
 
 def check_result_verdicts(checks, console, run, name):
