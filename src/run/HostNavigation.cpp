@@ -43,7 +43,9 @@ void HostNavigation::takeOver(Application& application) {
     // Given back as found: a run on a plain root before had left this set, hiding the host's bar.
     hostBarHidden_ = hostNavigation->isNavigationBarHidden();
   } else if (keyWindow) {
-    logLine(" " + describe(root));
+    // Appended rather than " " + string: GCC 12 falsely warns (-Wrestrict) on that insert.
+    std::string line = " ";
+    logLine(line += describe(root));
     hostScreens_.clear();
     if (root) hostScreens_.push_back(root);
     logLine("rootvc " + describe(root));
