@@ -150,6 +150,7 @@ void AssetsServer::stop() {
   if (!runtime_) return;
   // Judging ends first: uploads still being answered leave their verdicts pending.
   recorder_->stop();
+  judgementsAbandoned_ = judgementsAbandoned_ || recorder_->judgementsAbandoned();
   Runtime& rt = *runtime_;
   asio::post(rt.control, [&rt] {
     rt.stopping = true;

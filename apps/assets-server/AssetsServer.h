@@ -92,6 +92,9 @@ class AssetsServer {
   // Stops judging (a judgement still running after kStopGrace stays pending), stops accepting,
   // lets requests in progress end for at most kStopGrace, and joins the threads. Safe to repeat.
   void stop();
+  // Whether a stop() left a judgement running on its own thread: a program should then end
+  // without running its libraries' exit-time destructors under it.
+  bool judgementsAbandoned() const { return judgementsAbandoned_; }
 
   int port() const { return port_; }
   // "http://host:port", the origin of every url the server hands out.
@@ -106,6 +109,7 @@ class AssetsServer {
   AssetStore store_;
   std::unique_ptr<RunStore> runs_;
   std::unique_ptr<RunRecorder> recorder_;
+  bool judgementsAbandoned_ = false;
   std::unique_ptr<RunsApi> runsApi_;
   std::unique_ptr<ConsoleSessions> consoleSessions_;
   std::unique_ptr<Console> console_;

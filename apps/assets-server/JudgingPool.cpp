@@ -77,6 +77,7 @@ void JudgingPool::stop() {
       threads_[i].join();
     } else {
       threads_[i].detach();
+      abandoned_ = true;
     }
   }
   threads_.clear();

@@ -34,6 +34,8 @@ class JudgingPool {
   // stores their verdicts; those still running then are abandoned, their verdicts pending in the
   // store. The run store is not used after it returns. Safe to repeat.
   void stop();
+  // Whether a stop() left a judgement running on its own thread.
+  bool abandoned() const { return abandoned_; }
 
  private:
   struct Shared;
@@ -41,6 +43,7 @@ class JudgingPool {
 
   std::shared_ptr<Shared> shared_;
   std::vector<std::thread> threads_;
+  bool abandoned_ = false;
 };
 
 }  // namespace quorvel

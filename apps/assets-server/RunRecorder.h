@@ -34,6 +34,7 @@ class RunRecorder {
   bool reconcile(std::string& error);
   // See JudgingPool::stop.
   void stop() { pool_.stop(); }
+  bool judgementsAbandoned() const { return pool_.abandoned(); }
 
   // The "tests_results" object of a stored results document; null when it cannot be read, is too
   // large or too deep, or has none.

@@ -211,6 +211,7 @@ TEST_F(RunsTest, PendingJudgementsOutliveARestartAndALostDatabaseIsRebuilt) {
   ASSERT_TRUE(stuck->waitAsked());
   const json before = get("/v3/applications/app/runs").second;
   server->stop();
+  EXPECT_TRUE(server->judgementsAbandoned());
   // The abandoned judgement ends now, with nowhere to store its verdict.
   stuck->setOpen(true);
 
@@ -219,6 +220,7 @@ TEST_F(RunsTest, PendingJudgementsOutliveARestartAndALostDatabaseIsRebuilt) {
   start(working);
   EXPECT_EQ(judged("app", name, "film"), json({{"verdict", "pass"}}));
   server->stop();
+  EXPECT_FALSE(server->judgementsAbandoned());
 
   const fs::path database = server->runsDatabase();
   EXPECT_EQ(database, tree.path() / "storage.runs.sqlite");
