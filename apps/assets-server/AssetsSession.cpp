@@ -1,7 +1,5 @@
 #include "AssetsSession.h"
 
-#include <openssl/crypto.h>
-
 #include <algorithm>
 #include <array>
 #include <cctype>
@@ -16,6 +14,7 @@
 #include "MultipartReader.h"
 #include "RequestTarget.h"
 #include "ResultsSeal.h"
+#include "Secrets.h"
 
 namespace quorvel {
 
@@ -219,14 +218,7 @@ bool AssetsSession::authorized() const {
       !RequestTarget::equalIgnoringCase(value.substr(0, kScheme.size()), kScheme)) {
     return false;
   }
-  std::string_view key = value.substr(kScheme.size());
-  bool known = false;
-  for (const std::string& accepted : options_.apiKeys) {
-    // Compare in constant time: how far a guess matched must not show in the timing.
-    known |= !key.empty() && accepted.size() == key.size() &&
-             CRYPTO_memcmp(accepted.data(), key.data(), key.size()) == 0;
-  }
-  return known;
+  return Secrets::accepted(options_.apiKeys, value.substr(kScheme.size()));
 }
 
 awaitable<void> AssetsSession::upload(const std::string& appID, const std::string& boundary) {

@@ -1,13 +1,12 @@
 #include "Console.h"
 
-#include <openssl/crypto.h>
-
 #include <cstdio>
 #include <exception>
 
 #include "ConsoleFiles.h"
 #include "RequestTarget.h"
 #include "RunRecorder.h"
+#include "Secrets.h"
 
 namespace quorvel {
 
@@ -55,11 +54,6 @@ std::string_view cookieValue(std::string_view cookies, std::string_view name) {
     cookies = end == std::string_view::npos ? std::string_view() : cookies.substr(end + 1);
   }
   return {};
-}
-
-// Secrets are compared in constant time: how far a guess matched must not show in the timing.
-bool sameSecret(std::string_view a, std::string_view b) {
-  return !a.empty() && a.size() == b.size() && CRYPTO_memcmp(a.data(), b.data(), a.size()) == 0;
 }
 
 Console::Answer redirect(std::string_view location) {
@@ -192,11 +186,11 @@ Console::Answer Console::signIn(const Request& request) const {
        *request.origin == "https://" + host) &&
       (!request.fetchSite || *request.fetchSite == "same-origin" || *request.fetchSite == "none");
   if (!form || !sameOrigin || !form->contains("csrf") ||
-      !sameSecret(form->at("csrf"), cookieValue(request.cookies, kCsrfCookie))) {
+      !Secrets::same(form->at("csrf"), cookieValue(request.cookies, kCsrfCookie))) {
     return signInPage(403, kStaleForm);
   }
   const auto key = form->find("key");
-  if (key == form->end() || !rightKey(key->second)) {
+  if (key == form->end() || !Secrets::accepted(apiKeys_, key->second)) {
     Answer answer = signInPage(401, kWrongKey);
     answer.delay = sessions_.wrongKey(request.client);
     if (onWrongKey_) onWrongKey_(answer.delay);
@@ -216,7 +210,7 @@ Console::Answer Console::signOut(const Request& request) const {
   const auto session = sessions_.find(id);
   if (session) {
     const auto form = RequestTarget::parameters(request.body);
-    if (!form || !form->contains("csrf") || !sameSecret(form->at("csrf"), session->csrf)) {
+    if (!form || !form->contains("csrf") || !Secrets::same(form->at("csrf"), session->csrf)) {
       return refusal(403, "the sign-out form is not this session's");
     }
     sessions_.end(id);
@@ -224,13 +218,6 @@ Console::Answer Console::signOut(const Request& request) const {
   Answer answer = redirect(kRoot);
   answer.headers.emplace_back("Set-Cookie", cookie(kSessionCookie, "", 0));
   return answer;
-}
-
-bool Console::rightKey(std::string_view key) const {
-  bool known = false;
-  // Every key is compared, so that which one matched does not show in the timing either.
-  for (const std::string& accepted : apiKeys_) known |= sameSecret(key, accepted);
-  return known;
 }
 
 Console::Answer Console::api(std::string_view name, std::string_view query,

@@ -92,7 +92,6 @@ class Console {
   Answer signOut(const Request& request) const;
   Answer api(std::string_view name, std::string_view query, const ConsoleSessions::Session&) const;
   Answer run(std::string_view query) const;
-  bool rightKey(std::string_view key) const;
 
   const AssetStore& assets_;
   RunStore& runs_;

@@ -11,7 +11,7 @@ extern "C" {
 #include <numeric>
 #include <span>
 
-#include "support/FfmpegSupport.h"
+#include "FfmpegHandles.h"
 
 namespace quorvel::testing {
 
@@ -102,11 +102,9 @@ std::optional<RgbPicture> firstPicture(const std::string& path) {
   RgbPicture picture{frame->width, frame->height,
                      std::vector<std::uint8_t>(static_cast<std::size_t>(frame->width) *
                                                static_cast<std::size_t>(frame->height) * 3)};
-  const std::unique_ptr<SwsContext, decltype(&sws_freeContext)> scaler(
-      sws_getContext(frame->width, frame->height, static_cast<AVPixelFormat>(frame->format),
-                     frame->width, frame->height, AV_PIX_FMT_RGB24, SWS_POINT, nullptr, nullptr,
-                     nullptr),
-      &sws_freeContext);
+  const ffmpeg::Scaler scaler(sws_getContext(
+      frame->width, frame->height, static_cast<AVPixelFormat>(frame->format), frame->width,
+      frame->height, AV_PIX_FMT_RGB24, SWS_POINT, nullptr, nullptr, nullptr));
   if (!scaler) return std::nullopt;
   std::uint8_t* planes[4] = {picture.rgb.data(), nullptr, nullptr, nullptr};
   int strides[4] = {frame->width * 3, 0, 0, 0};

@@ -2,7 +2,7 @@
 
 #include <stdexcept>
 
-#include "support/FfmpegSupport.h"
+#include "FfmpegHandles.h"
 #include "support/MovieProbe.h"
 
 namespace quorvel::testing {

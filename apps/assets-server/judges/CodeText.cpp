@@ -1,20 +1,10 @@
 #include "CodeText.h"
 
+#include <chrono>
+
 namespace quorvel {
 
 namespace {
-
-// Days from 1970-01-01 to a proleptic Gregorian date (Howard Hinnant's days_from_civil).
-std::int64_t daysFromCivil(std::int64_t y, unsigned m, unsigned d) {
-  y -= m <= 2;
-  const std::int64_t era = (y >= 0 ? y : y - 399) / 400;
-  const auto yoe = static_cast<unsigned>(y - era * 400);
-  const unsigned doy = (153 * (m + (m > 2 ? -3 : 9)) + 2) / 5 + d - 1;
-  const unsigned doe = yoe * 365 + yoe / 4 - yoe / 100 + doy;
-  return era * 146097 + static_cast<std::int64_t>(doe) - 719468;
-}
-
-bool isLeap(int year) { return (year % 4 == 0 && year % 100 != 0) || year % 400 == 0; }
 
 // The digits at [at, at + count) as a number; -1 when one is not a digit.
 int digits(std::string_view text, std::size_t at, std::size_t count) {
@@ -38,15 +28,17 @@ std::optional<std::int64_t> CodeText::parseTimestamp(std::string_view text) {
   const int hour = digits(text, 11, 2), minute = digits(text, 14, 2), second = digits(text, 17, 2);
   const int millis = digits(text, 20, 3);
   const int offsetHours = digits(text, 24, 2), offsetMinutes = digits(text, 26, 2);
-  static constexpr int kMonthDays[] = {31, 28, 31, 30, 31, 30, 31, 31, 30, 31, 30, 31};
-  if (year < 0 || month < 1 || month > 12 || day < 1 || hour < 0 || hour > 23 || minute < 0 ||
-      minute > 59 || second < 0 || second > 60 || millis < 0 || offsetHours < 0 ||
-      offsetHours > 23 || offsetMinutes < 0 || offsetMinutes > 59) {
+  if (year < 0 || month < 0 || day < 0 || hour < 0 || hour > 23 || minute < 0 || minute > 59 ||
+      second < 0 || second > 60 || millis < 0 || offsetHours < 0 || offsetHours > 23 ||
+      offsetMinutes < 0 || offsetMinutes > 59) {
     return std::nullopt;
   }
-  if (day > kMonthDays[month - 1] + (month == 2 && isLeap(year) ? 1 : 0)) return std::nullopt;
-  const std::int64_t days =
-      daysFromCivil(year, static_cast<unsigned>(month), static_cast<unsigned>(day));
+  // ok() refuses month 0 or 13, day 0, and days past the month's end, leap years counted.
+  const std::chrono::year_month_day date{std::chrono::year{year},
+                                         std::chrono::month{static_cast<unsigned>(month)},
+                                         std::chrono::day{static_cast<unsigned>(day)}};
+  if (!date.ok()) return std::nullopt;
+  const std::int64_t days = std::chrono::sys_days{date}.time_since_epoch().count();
   const std::int64_t local = ((days * 24 + hour) * 60 + minute) * 60 + second;
   const int offset = (offsetHours * 60 + offsetMinutes) * 60 * (text[23] == '-' ? -1 : 1);
   return (local - offset) * 1000 + millis;

@@ -1,38 +1,19 @@
 #include "MediaFile.h"
 
 extern "C" {
-#include <libavcodec/avcodec.h>
-#include <libavformat/avformat.h>
 #include <libavutil/channel_layout.h>
 #include <libavutil/opt.h>
-#include <libswresample/swresample.h>
-#include <libswscale/swscale.h>
 }
 
 #include <algorithm>
 #include <cmath>
 #include <mutex>
 
+#include "FfmpegHandles.h"
+
 namespace quorvel {
 
 namespace {
-
-template <auto Free>
-struct AddressDeleter {
-  template <typename T>
-  void operator()(T* p) const {
-    Free(&p);
-  }
-};
-using FormatPtr = std::unique_ptr<AVFormatContext, AddressDeleter<avformat_close_input>>;
-using CodecPtr = std::unique_ptr<AVCodecContext, AddressDeleter<avcodec_free_context>>;
-using FramePtr = std::unique_ptr<AVFrame, AddressDeleter<av_frame_free>>;
-using PacketPtr = std::unique_ptr<AVPacket, AddressDeleter<av_packet_free>>;
-using ResamplerPtr = std::unique_ptr<SwrContext, AddressDeleter<swr_free>>;
-struct ScalerDeleter {
-  void operator()(SwsContext* p) const { sws_freeContext(p); }
-};
-using ScalerPtr = std::unique_ptr<SwsContext, ScalerDeleter>;
 
 // Damaged uploads make FFmpeg's decoders talk on stderr for every packet; the judge says what
 // went wrong itself.
@@ -47,12 +28,12 @@ bool sizeAllowed(int width, int height) {
 }
 
 // A decoder for stream index of input on one thread, or nothing.
-CodecPtr openDecoder(AVFormatContext* input, int index) {
+ffmpeg::CodecContext openDecoder(AVFormatContext* input, int index) {
   if (index < 0) return nullptr;
   const AVCodecParameters* parameters = input->streams[index]->codecpar;
   const AVCodec* codec = avcodec_find_decoder(parameters->codec_id);
   if (codec == nullptr) return nullptr;
-  CodecPtr context(avcodec_alloc_context3(codec));
+  ffmpeg::CodecContext context(avcodec_alloc_context3(codec));
   if (!context || avcodec_parameters_to_context(context.get(), parameters) < 0) return nullptr;
   // The judging pool runs one film per thread.
   context->thread_count = 1;
@@ -67,11 +48,11 @@ CodecPtr openDecoder(AVFormatContext* input, int index) {
 }  // namespace
 
 struct MediaFile::State {
-  FormatPtr input;
+  ffmpeg::InputContext input;
   int videoIndex = -1;
   int audioIndex = -1;
-  CodecPtr video;
-  CodecPtr audio;
+  ffmpeg::CodecContext video;
+  ffmpeg::CodecContext audio;
 
   bool rewind() {
     if (avformat_seek_file(input.get(), -1, INT64_MIN, 0, 0, AVSEEK_FLAG_BACKWARD) < 0 &&
@@ -88,8 +69,8 @@ struct MediaFile::State {
   // the first read error (a truncated file).
   template <class OnFrame>
   void decode(int index, AVCodecContext* decoder, OnFrame&& onFrame) {
-    PacketPtr packet(av_packet_alloc());
-    FramePtr frame(av_frame_alloc());
+    ffmpeg::Packet packet(av_packet_alloc());
+    ffmpeg::Frame frame(av_frame_alloc());
     if (!packet || !frame) return;
     auto drain = [&]() {
       while (avcodec_receive_frame(decoder, frame.get()) >= 0) {
@@ -116,7 +97,8 @@ namespace {
 
 class DecodedFrame final : public MediaFile::Frame {
  public:
-  DecodedFrame(const AVFrame* frame, double seconds, ScalerPtr* greyScaler, ScalerPtr* rgbScaler)
+  DecodedFrame(const AVFrame* frame, double seconds, ffmpeg::Scaler* greyScaler,
+               ffmpeg::Scaler* rgbScaler)
       : frame_(frame), seconds_(seconds), greyScaler_(greyScaler), rgbScaler_(rgbScaler) {}
 
   double seconds() const override { return seconds_; }
@@ -142,7 +124,7 @@ class DecodedFrame final : public MediaFile::Frame {
   }
 
   std::unique_ptr<MediaFile::Frame> keep() const override {
-    FramePtr copy(av_frame_clone(frame_));
+    ffmpeg::Frame copy(av_frame_clone(frame_));
     if (!copy) return nullptr;
     auto kept = std::make_unique<DecodedFrame>(copy.get(), seconds_, nullptr, nullptr);
     kept->owned_ = std::move(copy);
@@ -152,8 +134,8 @@ class DecodedFrame final : public MediaFile::Frame {
   }
 
  private:
-  void scale_(ScalerPtr& scaler, AVPixelFormat format, int width, int height, int bytesPerPixel,
-              MediaFile::Picture& into) {
+  void scale_(ffmpeg::Scaler& scaler, AVPixelFormat format, int width, int height,
+              int bytesPerPixel, MediaFile::Picture& into) {
     into.width = width;
     into.height = height;
     into.bytes.assign(static_cast<std::size_t>(width) * height * bytesPerPixel, 0);
@@ -170,12 +152,12 @@ class DecodedFrame final : public MediaFile::Frame {
 
   const AVFrame* frame_;
   double seconds_;
-  ScalerPtr* greyScaler_;
-  ScalerPtr* rgbScaler_;
+  ffmpeg::Scaler* greyScaler_;
+  ffmpeg::Scaler* rgbScaler_;
   // A kept frame's own reference and scalers.
-  FramePtr owned_;
-  ScalerPtr ownGreyScaler_;
-  ScalerPtr ownRgbScaler_;
+  ffmpeg::Frame owned_;
+  ffmpeg::Scaler ownGreyScaler_;
+  ffmpeg::Scaler ownRgbScaler_;
   MediaFile::Picture grey_;
   MediaFile::Picture rgb_;
 };
@@ -267,8 +249,8 @@ int MediaFile::forEachPicture(const std::function<bool(Frame&)>& onFrame) {
   const AVDiscard soundDiscard =
       hasSound() ? state_->input->streams[state_->audioIndex]->discard : AVDISCARD_ALL;
   if (hasSound()) state_->input->streams[state_->audioIndex]->discard = AVDISCARD_ALL;
-  ScalerPtr greyScaler;
-  ScalerPtr rgbScaler;
+  ffmpeg::Scaler greyScaler;
+  ffmpeg::Scaler rgbScaler;
   int count = 0;
   double lastSeconds = 0;
   state_->decode(state_->videoIndex, state_->video.get(), [&](AVFrame* frame) {
@@ -296,7 +278,7 @@ std::optional<std::vector<float>> MediaFile::sound(int rate, double maxSeconds) 
                           decoder->sample_fmt, decoder->sample_rate, 0, nullptr) < 0) {
     return std::nullopt;
   }
-  ResamplerPtr resampler(raw);
+  ffmpeg::Resampler resampler(raw);
   if (swr_init(raw) < 0) return std::nullopt;
   if (hasPicture()) state_->input->streams[state_->videoIndex]->discard = AVDISCARD_ALL;
   const auto limit = static_cast<std::size_t>(std::max(0.0, maxSeconds) * rate);

@@ -1,11 +1,13 @@
 #pragma once
 
-// FFmpeg for the tests: owning handles for an independent reader and writer of the media that the
-// adapters make.
+// Owning handles of FFmpeg's objects, for the judges and for the tests' independent reader and
+// writer of media.
 
 extern "C" {
 #include <libavcodec/avcodec.h>
 #include <libavformat/avformat.h>
+#include <libswresample/swresample.h>
+#include <libswscale/swscale.h>
 }
 
 #include <memory>
@@ -21,9 +23,15 @@ struct Deleter {
   }
 };
 
+struct ScalerDeleter {
+  void operator()(SwsContext* p) const { sws_freeContext(p); }
+};
+
 using InputContext = std::unique_ptr<AVFormatContext, Deleter<avformat_close_input>>;
 using CodecContext = std::unique_ptr<AVCodecContext, Deleter<avcodec_free_context>>;
 using Frame = std::unique_ptr<AVFrame, Deleter<av_frame_free>>;
 using Packet = std::unique_ptr<AVPacket, Deleter<av_packet_free>>;
+using Resampler = std::unique_ptr<SwrContext, Deleter<swr_free>>;
+using Scaler = std::unique_ptr<SwsContext, ScalerDeleter>;
 
 }  // namespace quorvel::ffmpeg
