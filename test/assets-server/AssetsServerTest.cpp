@@ -289,10 +289,6 @@ TEST(ResultsSeal, FindsTheTopLevelMemberTextAsWritten) {
   }
 }
 
-std::string sealed(const std::string& data, const std::string& appID) {
-  return R"({"sha256":")" + ResultsSeal::sha256Hex(data + appID) + R"(", "data": )" + data + "}";
-}
-
 TEST(ResultsSeal, VerifiesTheDataAsWrittenWithTheAppIdAndNothingTooDeep) {
   const std::string data = R"({ "tests_results" : {"buttons": {"success": true}} })";
   EXPECT_TRUE(ResultsSeal::verify(sealed(data, "app/1"), "app/1"));

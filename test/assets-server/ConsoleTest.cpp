@@ -10,7 +10,6 @@
 
 #include "AssetsServer.h"
 #include "LoopbackHttp.h"
-#include "ResultsSeal.h"
 #include "support/TemporaryTree.h"
 
 namespace quorvel {
@@ -91,11 +90,7 @@ class ConsoleTest : public ::testing::Test {
   }
 
   std::string results(const std::string& appID, const json& data) {
-    const std::string text = data.dump();
-    const std::string document =
-        json{{"sha256", ResultsSeal::sha256Hex(text + appID)}}.dump().insert(
-            1, "\"data\":" + text + ",");
-    return upload(appID, "jsonResults.json", document);
+    return upload(appID, "jsonResults.json", sealed(data.dump(), appID));
   }
 
   TemporaryTree tree{"quorvel-console"};

@@ -7,6 +7,7 @@
 #include <cerrno>
 #include <cstdint>
 
+#include "ResultsSeal.h"
 #include "support/LoopbackSockets.h"
 
 namespace quorvel::testing {
@@ -15,6 +16,10 @@ std::string part(const std::string& fileName, const std::string& type, const std
                  const std::string& partName) {
   return "\r\n--" + kBoundary + "\r\nContent-Disposition: form-data; name=\"" + partName +
          "\"; filename=\"" + fileName + "\"\r\nContent-Type: " + type + "\r\n\r\n" + content;
+}
+
+std::string sealed(const std::string& data, const std::string& appID) {
+  return R"({"sha256":")" + ResultsSeal::sha256Hex(data + appID) + R"(", "data": )" + data + "}";
 }
 
 std::string request(const std::string& appID, const std::string& body, const std::string& key) {

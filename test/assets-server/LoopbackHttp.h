@@ -17,6 +17,9 @@ std::string part(const std::string& fileName, const std::string& type, const std
 std::string request(const std::string& appID, const std::string& body,
                     const std::string& key = "key-2");
 
+// A results document with data (JSON text) sealed for appID, as the SDK seals it.
+std::string sealed(const std::string& data, const std::string& appID);
+
 // A connection to the server on loopback; -1 when refused. Reads and writes give up after bound,
 // only a guard against hanging: a server that waits for a body never sent shows up as a missing
 // answer.

@@ -11,7 +11,6 @@
 
 #include "AssetsServer.h"
 #include "LoopbackHttp.h"
-#include "ResultsSeal.h"
 #include "support/TemporaryTree.h"
 
 namespace quorvel {
@@ -71,10 +70,7 @@ class RunsTest : public ::testing::Test {
   std::string results(const std::string& appID, const json& testsResults,
                       const std::string& sealedFor) {
     const std::string data = json{{"tests_results", testsResults}}.dump();
-    const std::string document =
-        json{{"sha256", ResultsSeal::sha256Hex(data + sealedFor)}}.dump().insert(
-            1, "\"data\":" + data + ",");
-    return upload(appID, "jsonResults.json", document).value("filename", "");
+    return upload(appID, "jsonResults.json", sealed(data, sealedFor)).value("filename", "");
   }
 
   std::pair<int, json> get(const std::string& path, const std::string& key = "key-2") {
