@@ -23,7 +23,7 @@ namespace quorvel {
 //   POST /console/sign-out        the session's csrf as a form: the session ends
 //   GET  /console/runs, /console/run?app=&results=   the pages, filled by console.js
 //   GET  /console/static/<file>   the style sheet and script, public
-//   GET  /console/api/{session,apps,runs,run}        the data as JSON, with a session only
+//   GET  /console/api/{session,apps,runs,run,verdicts}   the data as JSON, with a session only
 //   GET  /console/media/<folder>/<name>              a stored asset, with a session only
 // Deciding is here; the connection (reading the form, waiting out a slowed answer, sending a
 // stored asset) is the session's. Every answer carries the console's security headers.
@@ -91,7 +91,8 @@ class Console {
   Answer signIn(const Request& request) const;
   Answer signOut(const Request& request) const;
   Answer api(std::string_view name, std::string_view query, const ConsoleSessions::Session&) const;
-  Answer run(std::string_view query) const;
+  // A run's verdicts (verdicts), with its document and media too (run).
+  Answer run(std::string_view query, bool withDocument) const;
 
   const AssetStore& assets_;
   RunStore& runs_;

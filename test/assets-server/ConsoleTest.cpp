@@ -107,7 +107,8 @@ TEST_F(ConsoleTest, NoDataWithoutALiveSession) {
   const std::string forged = "quorvel_console=" + std::string(64, 'a');
   for (const std::string& cookie : {std::string(), forged, expired}) {
     for (const char* path : {"/console/api/session", "/console/api/apps", "/console/api/runs?app=a",
-                             "/console/api/run?app=a&results=b", "/console/media/a/b.mp4"}) {
+                             "/console/api/run?app=a&results=b",
+                             "/console/api/verdicts?app=a&results=b", "/console/media/a/b.mp4"}) {
       auto answer = call("GET", path, {{"Cookie", cookie}});
       EXPECT_EQ(answer->status, 401) << path << " " << cookie;
       EXPECT_TRUE(json::parse(answer->body, nullptr, false).contains("error")) << answer->body;
@@ -229,6 +230,9 @@ TEST_F(ConsoleTest, ARunCarriesItsDeviceRecordAndMediaAndFailedRunsAreFound) {
   EXPECT_EQ(run["document"]["device_info"], device);
   EXPECT_EQ(run["document"]["tests_results"]["volume"], json({{"status", 1}}));
   EXPECT_EQ(run["media"], json({{"film", "/console/media/team~2Fapp/" + film}}));
+  json verdicts = get("/console/api/verdicts?app=team%2Fapp&results=" + failing);
+  EXPECT_EQ(verdicts["verdicts"], run["verdicts"]);
+  EXPECT_FALSE(verdicts.contains("document")) << verdicts;
 
   auto range = call("GET", run["media"]["film"].get<std::string>(),
                     {{"Cookie", id}, {"Range", "bytes=2-4"}});

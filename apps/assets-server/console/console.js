@@ -224,8 +224,8 @@
     const query = new URLSearchParams(window.location.search);
     const app = query.get("app") || "";
     const results = query.get("results") || "";
-    const url = "/console/api/run?app=" + encodeURIComponent(app) + "&results=" +
-      encodeURIComponent(results);
+    const which = "?app=" + encodeURIComponent(app) + "&results=" + encodeURIComponent(results);
+    const url = "/console/api/run" + which;
     const section = document.getElementById("results");
     const articles = new Map();
     document.getElementById("back").href = "/console/runs?app=" + encodeURIComponent(app);
@@ -281,7 +281,7 @@
 
     async function poll() {
       try {
-        const run = await getJson(url);
+        const run = await getJson("/console/api/verdicts" + which);
         update(run);
         if (pending(run)) window.setTimeout(poll, POLL_MS);
         else setStatus("All verdicts are in.");
